@@ -1,0 +1,154 @@
+#include "TolmoKern/Keten/TolmoKeten.h"
+
+#include <chrono>
+#include <stdexcept>
+
+#include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Keten/Vervangingen.h"
+#include "TolmoKern/Tekst/Tekst.h"
+#include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/TestTranscriptie.h"
+
+namespace tolmo {
+namespace {
+
+using Klok = std::chrono::steady_clock;
+
+double secondenSinds(Klok::time_point begin) {
+    return std::chrono::duration<double>(Klok::now() - begin).count();
+}
+
+// The cleaned text must look like the dictation: not empty and not much longer.
+bool lijktOpDictaat(const std::string& schoon, const std::string& verstuurd) {
+    if (schoon.empty()) {
+        return false;
+    }
+    const auto grens = Tekst::aantalTekens(verstuurd) * 13 / 10 + 30;
+    return Tekst::aantalTekens(schoon) <= grens;
+}
+
+}  // namespace
+
+std::int64_t TolmoKeten::telWoorden(const std::string& tekst) {
+    std::int64_t n = 0;
+    for (const std::string& stuk : Tekst::splitsOpWitruimte(tekst)) {
+        if (Tekst::bevatLetterOfCijfer(stuk)) {
+            ++n;
+        }
+    }
+    return n;
+}
+
+TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const SleutelKluis& sleutels,
+                            std::shared_ptr<HTTPTransport> transport) {
+    (void)transport;
+    TolmoKeten keten;
+    switch (instellingen.motor) {
+        case Motor::openAI:
+        case Motor::mistral: {
+            const Aanbieder aanbieder =
+                instellingen.motor == Motor::mistral ? Aanbieder::mistral : Aanbieder::openAI;
+            if (!sleutels.sleutel(aanbieder)) {
+                throw HerkenningsFout::geenSleutel(instellingen.motor);
+            }
+            // TODO(engines): OpenAI and Mistral engines arrive with the HTTP transport.
+            throw std::logic_error("netwerkmotoren zijn nog niet ingebouwd");
+        }
+        case Motor::tolmo:
+            if (!sleutels.toegangscode()) {
+                throw HerkenningsFout::van(HerkenningsFout::Soort::geenToegangscode);
+            }
+            // TODO(engines): the relay route arrives with the HTTP transport.
+            throw std::logic_error("netwerkmotoren zijn nog niet ingebouwd");
+        case Motor::test:
+            // The test engine never gets a cleaner, whatever the settings say.
+            keten.transcriptie = std::make_unique<TestTranscriptie>();
+            break;
+    }
+    keten.woorden = instellingen.woorden;
+    keten.vervangingen = instellingen.vervangingen;
+    keten.spraakopdrachten = instellingen.spraakopdrachten;
+    keten.kortDictaatGrens = 8;
+    return keten;
+}
+
+KetenResultaat TolmoKeten::verwerk(const Opname& opname, Stijl stijl, std::stop_token stop) {
+    if (opname.onvolledig) {
+        throw HerkenningsFout::van(HerkenningsFout::Soort::opnameMislukt);
+    }
+    KetenResultaat r;
+    r.tijden.opname = opname.meting.duur();
+    Geannuleerd::controleer(stop);
+
+    const auto beginTranscriptie = Klok::now();
+    r.ruw = transcriptie->transcribeer(opname, woorden, stop);
+    r.tijden.transcriptie = secondenSinds(beginTranscriptie);
+    if (r.ruw.empty()) {
+        throw HerkenningsFout::van(HerkenningsFout::Soort::nietsVerstaan);
+    }
+
+    std::string tekst = Vervangingen::pasToe(r.ruw, vervangingen, r.toepassingen);
+    // The literal style never interprets spoken commands: there they are meant as words.
+    const bool opdrachtenActief = spraakopdrachten && stijl != Stijl::letterlijk;
+    if (opdrachtenActief && spraakopdrachtenStap) {
+        tekst = spraakopdrachtenStap(tekst);
+    }
+    if (!opschoner) {
+        r.tekst = std::move(tekst);
+        return r;
+    }
+    if (telWoorden(tekst) < kortDictaatGrens) {
+        r.tijden.opschonenOvergeslagen = kortDictaat;
+        r.tekst = kortDictaatStap ? kortDictaatStap(tekst, stijl) : tekst;
+        return r;
+    }
+
+    Geannuleerd::controleer(stop);
+    const auto beginOpschonen = Klok::now();
+    // One call of a cleaner; answers the cleaned text, or sets the reason and answers nothing.
+    const auto schoonOp = [&](Opschoner& o) -> std::optional<std::string> {
+        OpschoonUitkomst uitkomst;
+        try {
+            uitkomst = o.schoonOp(tekst, woorden, stijl, opdrachtenActief, stop);
+        } catch (const Geannuleerd&) {
+            throw;
+        } catch (const HerkenningsFout& fout) {
+            Geannuleerd::controleer(stop);
+            r.tijden.opschonen = secondenSinds(beginOpschonen);
+            r.opschoonProbleem = fout.melding();
+            return std::nullopt;
+        } catch (const std::exception&) {
+            Geannuleerd::controleer(stop);
+            r.tijden.opschonen = secondenSinds(beginOpschonen);
+            r.opschoonProbleem = onbekendeFout;
+            return std::nullopt;
+        }
+        r.tijden.opschonen = secondenSinds(beginOpschonen);
+        r.tijden.opschoonVerwerking = uitkomst.verwerking;
+        r.tijden.opschoonDienstTijd = uitkomst.dienstTijd;
+        if (!lijktOpDictaat(uitkomst.tekst, tekst)) {
+            r.opschoonProbleem = nietGelijkend;
+            return std::nullopt;
+        }
+        return std::move(uitkomst.tekst);
+    };
+
+    std::optional<std::string> schoon = schoonOp(*opschoner);
+    if (schoon && opschoner->niveau() == Opschoonniveau::strak &&
+        opschoner->telGetallen(*schoon) < opschoner->telGetallen(tekst)) {
+        // Strict cleaning lost a number: distrust it and ask once more at the light level.
+        r.tijden.opschonenHerhaald = strakHerhaald;
+        const std::unique_ptr<Opschoner> licht = opschoner->opNiveau(Opschoonniveau::licht);
+        if (!licht || licht->niveau() != Opschoonniveau::licht) {
+            r.opschoonProbleem = lichtNietBeschikbaar;
+            schoon.reset();
+        } else {
+            Geannuleerd::controleer(stop);
+            schoon = schoonOp(*licht);
+        }
+    }
+    r.tekst = schoon ? std::move(*schoon) : std::move(tekst);
+    return r;
+}
+
+}  // namespace tolmo

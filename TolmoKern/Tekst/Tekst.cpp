@@ -1,0 +1,217 @@
+#include "TolmoKern/Tekst/Tekst.h"
+
+#include <unicode/brkiter.h>
+#include <unicode/locid.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace tolmo {
+namespace {
+
+icu::UnicodeString naarIcu(std::string_view s) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())));
+}
+
+std::string naarUtf8(const icu::UnicodeString& u) {
+    std::string uit;
+    u.toUTF8String(uit);
+    return uit;
+}
+
+// Creating a break iterator loads rule data; each thread keeps one and resets its text.
+icu::BreakIterator& tekenIterator() {
+    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::BreakIterator> it(
+            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+        if (U_FAILURE(status) || !it) {
+            std::abort();  // ICU data missing: nothing in the program can work without it.
+        }
+        return it;
+    }();
+    return *iterator;
+}
+
+}  // namespace
+
+std::size_t Tekst::aantalTekens(std::string_view s) {
+    if (s.empty()) {
+        return 0;
+    }
+    const icu::UnicodeString u = naarIcu(s);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(u);
+    std::size_t aantal = 0;
+    for (int32_t p = it.next(); p != icu::BreakIterator::DONE; p = it.next()) {
+        ++aantal;
+    }
+    return aantal;
+}
+
+std::string Tekst::eersteTekens(std::string_view s, std::size_t n) {
+    if (n == 0 || s.empty()) {
+        return {};
+    }
+    const icu::UnicodeString u = naarIcu(s);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(u);
+    int32_t eind = it.first();
+    for (std::size_t i = 0; i < n; ++i) {
+        const int32_t volgende = it.next();
+        if (volgende == icu::BreakIterator::DONE) {
+            break;
+        }
+        eind = volgende;
+    }
+    return naarUtf8(icu::UnicodeString(u, 0, eind));
+}
+
+std::string Tekst::eersteTeken(std::string_view s) {
+    return eersteTekens(s, 1);
+}
+
+std::string Tekst::laatsteTeken(std::string_view s) {
+    if (s.empty()) {
+        return {};
+    }
+    const icu::UnicodeString u = naarIcu(s);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(u);
+    const int32_t eind = it.last();
+    const int32_t begin = it.previous();
+    return naarUtf8(icu::UnicodeString(u, begin, eind - begin));
+}
+
+bool Tekst::isWitruimte(char32_t c) {
+    return u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_WHITE_SPACE);
+}
+
+bool Tekst::isLetter(char32_t c) {
+    return u_isalpha(static_cast<UChar32>(c)) != 0;
+}
+
+bool Tekst::isCijfer(char32_t c) {
+    const auto cat = u_charType(static_cast<UChar32>(c));
+    return cat == U_DECIMAL_DIGIT_NUMBER || cat == U_LETTER_NUMBER || cat == U_OTHER_NUMBER;
+}
+
+std::u32string Tekst::codepunten(std::string_view s) {
+    std::u32string uit;
+    uit.reserve(s.size());
+    int32_t i = 0;
+    const auto lengte = static_cast<int32_t>(s.size());
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    while (i < lengte) {
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, lengte, c);
+        uit.push_back(c < 0 ? U'\uFFFD' : static_cast<char32_t>(c));
+    }
+    return uit;
+}
+
+std::string Tekst::utf8(std::u32string_view s) {
+    std::string uit;
+    uit.reserve(s.size());
+    for (char32_t c : s) {
+        uint8_t buf[4];
+        int32_t n = 0;
+        UBool fout = false;
+        U8_APPEND(buf, n, 4, static_cast<UChar32>(c), fout);
+        if (fout) {
+            uit += "\xEF\xBF\xBD";
+        } else {
+            uit.append(reinterpret_cast<const char*>(buf), static_cast<std::size_t>(n));
+        }
+    }
+    return uit;
+}
+
+std::string Tekst::trim(std::string_view s) {
+    const std::u32string c = codepunten(s);
+    std::size_t begin = 0;
+    std::size_t eind = c.size();
+    while (begin < eind && isWitruimte(c[begin])) {
+        ++begin;
+    }
+    while (eind > begin && isWitruimte(c[eind - 1])) {
+        --eind;
+    }
+    if (begin == 0 && eind == c.size() && isGeldigeUtf8(s)) {
+        return std::string(s);
+    }
+    return utf8(std::u32string_view(c).substr(begin, eind - begin));
+}
+
+std::vector<std::string> Tekst::splitsOpWitruimte(std::string_view s) {
+    std::vector<std::string> stukken;
+    std::u32string stuk;
+    for (char32_t c : codepunten(s)) {
+        if (isWitruimte(c)) {
+            if (!stuk.empty()) {
+                stukken.push_back(utf8(stuk));
+                stuk.clear();
+            }
+        } else {
+            stuk.push_back(c);
+        }
+    }
+    if (!stuk.empty()) {
+        stukken.push_back(utf8(stuk));
+    }
+    return stukken;
+}
+
+bool Tekst::bevatLetterOfCijfer(std::string_view s) {
+    for (char32_t c : codepunten(s)) {
+        if (isLetter(c) || isCijfer(c)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Tekst::kleineLetters(std::string_view s) {
+    icu::UnicodeString u = naarIcu(s);
+    u.toLower(icu::Locale::getRoot());
+    return naarUtf8(u);
+}
+
+std::string Tekst::hoofdletters(std::string_view s) {
+    icu::UnicodeString u = naarIcu(s);
+    u.toUpper(icu::Locale::getRoot());
+    return naarUtf8(u);
+}
+
+bool Tekst::isGeldigeUtf8(std::string_view s) {
+    int32_t i = 0;
+    const auto lengte = static_cast<int32_t>(s.size());
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    while (i < lengte) {
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, lengte, c);
+        if (c < 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string Tekst::getalNL(const char* formaat, double waarde) {
+    char buf[64];
+    const int n = std::snprintf(buf, sizeof buf, formaat, waarde);
+    std::string uit(buf, n < 0 ? 0 : static_cast<std::size_t>(std::min(n, 63)));
+    for (char& c : uit) {
+        if (c == '.') {
+            c = ',';
+        }
+    }
+    return uit;
+}
+
+}  // namespace tolmo

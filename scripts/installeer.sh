@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs every Debian package that building, running and testing Tolmo needs.
+# Safe to run again: when everything is present it only checks and returns.
+set -euo pipefail
+
+pakketten=(
+  # build
+  build-essential cmake ninja-build pkg-config git
+  clang clang-format clang-tidy libclang-rt-14-dev llvm
+  # tests and benchmarks
+  libgtest-dev libgmock-dev libbenchmark-dev valgrind
+  # libraries
+  libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost-dev libssl-dev
+  libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
+  libx11-dev libxtst-dev libxi-dev
+  # real parts the tests run against
+  pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac
+)
+
+ontbrekend=()
+for p in "${pakketten[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    ontbrekend+=("$p")
+  fi
+done
+
+if [ ${#ontbrekend[@]} -eq 0 ]; then
+  echo "Alle pakketten zijn er al."
+  exit 0
+fi
+
+echo "Installeren: ${ontbrekend[*]}"
+als_root=()
+[ "$(id -u)" -eq 0 ] || als_root=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${als_root[@]}" apt-get update -qq
+"${als_root[@]}" apt-get install -y -qq --no-install-recommends "${ontbrekend[@]}"

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Every test: formatting, the CI build (warnings are errors) with all tests, the same tests
+# under AddressSanitizer and UndefinedBehaviorSanitizer, and a short run of every fuzzer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/installeer.sh
+
+echo "== opmaak"
+scripts/formaat.sh --check
+
+echo "== ci: bouwen en testen"
+cmake --preset ci >/dev/null
+cmake --build --preset ci
+ctest --preset ci -j2
+
+echo "== asan: bouwen en testen"
+cmake --preset asan >/dev/null
+cmake --build --preset asan
+ctest --preset asan -j2
+
+if compgen -G "fuzz/*.cpp" >/dev/null; then
+  echo "== fuzzers"
+  cmake --preset fuzz >/dev/null
+  cmake --build --preset fuzz
+  for f in build/fuzz/fuzz/fuzz_*; do
+    [ -x "$f" ] || continue
+    echo "-- $f"
+    "$f" -max_total_time="${TOLMO_FUZZ_SECONDEN:-20}" -rss_limit_mb=2048 -print_final_stats=1 2>&1 | tail -4
+  done
+fi

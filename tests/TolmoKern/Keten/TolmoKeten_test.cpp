@@ -1,0 +1,376 @@
+#include "TolmoKern/Keten/TolmoKeten.h"
+
+#include <gtest/gtest.h>
+
+#include <stop_token>
+
+#include "TolmoKern/Keten/Geannuleerd.h"
+#include "nep/NepKluis.h"
+#include "nep/NepMotor.h"
+#include "nep/NepOpschoner.h"
+
+namespace tolmo {
+namespace {
+
+using Soort = HerkenningsFout::Soort;
+using nep::NepOpschoner;
+
+const std::string achtWoorden = "een twee drie vier vijf zes zeven acht";
+
+Opname opname(double seconden = 2.0) {
+    Opname o;
+    o.bestand = "/tmp/bestaat-niet.wav";
+    o.meting.registreerSampleRate(16000);
+    o.meting.aantalSamples = static_cast<std::int64_t>(seconden * 16000);
+    o.meting.somKwadraten = 1.0;
+    return o;
+}
+
+struct Opstelling {
+    std::shared_ptr<NepOpschoner::Script> script = std::make_shared<NepOpschoner::Script>();
+    TolmoKeten keten;
+
+    explicit Opstelling(std::string transcript, bool metOpschoner = true,
+                        Opschoonniveau niveau = Opschoonniveau::strak) {
+        keten.transcriptie = std::make_unique<nep::NepMotor>(std::move(transcript));
+        if (metOpschoner) {
+            keten.opschoner = std::make_unique<NepOpschoner>(niveau, script);
+        }
+        keten.woorden = {"Tolmo"};
+    }
+    nep::NepMotor& motor() { return static_cast<nep::NepMotor&>(*keten.transcriptie); }
+};
+
+OpschoonUitkomst schoon(std::string tekst) {
+    return {std::move(tekst), "snel", 0.25};
+}
+
+TEST(TolmoKeten, EightCountedWordsAreCleanedSevenAreTidied) {
+    struct Geval {
+        std::string transcript;
+        bool opgeschoond;
+    };
+    const Geval gevallen[] = {
+        {"een twee drie vier vijf zes zeven", false},
+        {achtWoorden, true},
+        // Punctuation-only pieces do not count as words.
+        {"een twee drie - vier vijf … zes zeven", false},
+        {"een twee drie vier vijf zes zeven 8", true},
+        {"  een\ttwee\ndrie  vier vijf zes zeven  ", false},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.transcript);
+        Opstelling o(g.transcript);
+        o.script->strak.push_back(schoon("Opgeschoond 8."));
+        int tidied = 0;
+        o.keten.kortDictaatStap = [&](const std::string& t, Stijl) {
+            ++tidied;
+            return "[" + t + "]";
+        };
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(o.script->aanroepen.size(), g.opgeschoond ? 1U : 0U);
+        if (g.opgeschoond) {
+            EXPECT_EQ(r.tekst, "Opgeschoond 8.");
+            EXPECT_FALSE(r.tijden.opschonenOvergeslagen);
+            EXPECT_TRUE(r.tijden.opschonen);
+        } else {
+            EXPECT_EQ(tidied, 1);
+            EXPECT_EQ(r.tekst, "[" + g.transcript + "]");
+            EXPECT_EQ(r.tijden.opschonenOvergeslagen, "kort dictaat");
+            EXPECT_FALSE(r.tijden.opschonen);
+        }
+        EXPECT_EQ(r.ruw, g.transcript);
+    }
+}
+
+TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
+    const std::string honderd(100, 'a');
+    const std::string tekst = achtWoorden + " " + honderd.substr(0, 100 - achtWoorden.size() - 1);
+    ASSERT_EQ(tekst.size(), 100U);
+    struct Geval {
+        const char* naam;
+        NepOpschoner::Antwoord antwoord;
+        std::optional<std::string> probleem;
+        std::string verwacht;
+    };
+    const Geval gevallen[] = {
+        {"fout van de dienst", HerkenningsFout::timeout(Motor::mistral),
+         "Mistral reageert niet. Probeer het opnieuw.", tekst},
+        {"andere fout", NepOpschoner::AndereFout{}, "onbekende fout", tekst},
+        {"leeg antwoord", schoon(""), "opgeschoonde tekst leek niet op het dictaat", tekst},
+        {"160 tekens: precies goed", schoon(std::string(160, 'b')), std::nullopt,
+         std::string(160, 'b')},
+        {"161 tekens: te lang", schoon(std::string(161, 'b')),
+         "opgeschoonde tekst leek niet op het dictaat", tekst},
+        // Characters are grapheme clusters, not bytes: 160 two-byte letters still fit.
+        {"160 letters é", schoon([] {
+             std::string s;
+             for (int i = 0; i < 160; ++i)
+                 s += "é";
+             return s;
+         }()),
+         std::nullopt,
+         [] {
+             std::string s;
+             for (int i = 0; i < 160; ++i)
+                 s += "é";
+             return s;
+         }()},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o(tekst);
+        o.script->strak.push_back(g.antwoord);
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(r.tekst, g.verwacht);
+        EXPECT_EQ(r.opschoonProbleem, g.probleem);
+        EXPECT_TRUE(r.tijden.opschonen);
+        EXPECT_EQ(r.ruw, tekst);
+    }
+}
+
+TEST(TolmoKeten, StrictCleaningThatLosesANumberIsRetriedOnceAtLight) {
+    const std::string tekst = "ik wil 3 appels en 12 peren kopen bij de markt vandaag";
+    struct Geval {
+        const char* naam;
+        std::deque<NepOpschoner::Antwoord> licht;
+        bool heeftLicht;
+        std::string verwacht;
+        std::optional<std::string> probleem;
+        std::size_t aanroepen;
+    };
+    const Geval gevallen[] = {
+        {"licht houdt de getallen",
+         {schoon("Ik wil 3 appels en 12 peren kopen.")},
+         true,
+         "Ik wil 3 appels en 12 peren kopen.",
+         std::nullopt,
+         2},
+        // The light result is taken even when it too lost a number: no second guard.
+        {"licht verliest ook een getal",
+         {schoon("Ik wil appels en 12 peren.")},
+         true,
+         "Ik wil appels en 12 peren.",
+         std::nullopt,
+         2},
+        {"licht faalt",
+         {HerkenningsFout::api(Motor::openAI, 500)},
+         true,
+         tekst,
+         "OpenAI gaf een fout (code 500).",
+         2},
+        {"licht te lang",
+         {schoon(std::string(200, 'x'))},
+         true,
+         tekst,
+         "opgeschoonde tekst leek niet op het dictaat",
+         2},
+        {"geen licht", {}, false, tekst, "Strak gaf minder getallen, Licht niet beschikbaar", 1},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o(tekst);
+        o.script->heeftLicht = g.heeftLicht;
+        o.script->strak.push_back(
+            OpschoonUitkomst{"Ik wil appels en peren kopen.", "strak-tier", 0.5});
+        o.script->licht = g.licht;
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::zakelijk, {});
+        EXPECT_EQ(r.tekst, g.verwacht);
+        EXPECT_EQ(r.opschoonProbleem, g.probleem);
+        EXPECT_EQ(r.tijden.opschonenHerhaald, "Strak gaf minder getallen, opnieuw op Licht");
+        ASSERT_EQ(o.script->aanroepen.size(), g.aanroepen);
+        if (g.aanroepen == 2) {
+            EXPECT_EQ(o.script->aanroepen[1].niveau, Opschoonniveau::licht);
+            EXPECT_EQ(o.script->aanroepen[1].tekst, tekst);
+            EXPECT_EQ(o.script->aanroepen[1].stijl, Stijl::zakelijk);
+        }
+    }
+}
+
+TEST(TolmoKeten, NoNumberGuardAtLightOrWhenNothingWasLost) {
+    const std::string tekst = "ik wil 3 appels en 12 peren kopen bij de markt vandaag";
+    {
+        Opstelling o(tekst, true, Opschoonniveau::licht);
+        o.script->licht.push_back(schoon("Ik wil appels."));
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(r.tekst, "Ik wil appels.");
+        EXPECT_FALSE(r.tijden.opschonenHerhaald);
+        EXPECT_EQ(o.script->aanroepen.size(), 1U);
+    }
+    {
+        Opstelling o(tekst);
+        o.script->strak.push_back(OpschoonUitkomst{"Ik wil 3 appels en 12 peren.", "t", 0.42});
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(r.tekst, "Ik wil 3 appels en 12 peren.");
+        EXPECT_EQ(r.tijden.opschoonVerwerking, "t");
+        EXPECT_EQ(r.tijden.opschoonDienstTijd, 0.42);
+        EXPECT_FALSE(r.opschoonProbleem);
+    }
+}
+
+TEST(TolmoKeten, RecognitionErrorsAndWhatReachesTheEngine) {
+    {
+        Opstelling o(achtWoorden);
+        Opname kapot = opname();
+        kapot.onvolledig = true;
+        try {
+            o.keten.verwerk(kapot, Stijl::neutraal, {});
+            FAIL() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f.soort(), Soort::opnameMislukt);
+        }
+        EXPECT_EQ(o.motor().log()->aanroepen, 0) << "an incomplete recording is never sent";
+    }
+    {
+        Opstelling o("");
+        try {
+            o.keten.verwerk(opname(), Stijl::neutraal, {});
+            FAIL() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f.soort(), Soort::nietsVerstaan);
+        }
+    }
+    {
+        Opstelling o(achtWoorden);
+        o.motor().fout = HerkenningsFout::api(Motor::openAI, 401);
+        try {
+            o.keten.verwerk(opname(), Stijl::neutraal, {});
+            FAIL() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f, HerkenningsFout::api(Motor::openAI, 401));
+        }
+        EXPECT_TRUE(o.script->aanroepen.empty());
+    }
+    {
+        // White space is not "nothing understood": it goes on to the later steps.
+        Opstelling o("   ");
+        int tidied = 0;
+        o.keten.kortDictaatStap = [&](const std::string& t, Stijl) {
+            ++tidied;
+            return t;
+        };
+        const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(r.ruw, "   ");
+        EXPECT_EQ(tidied, 1);
+        EXPECT_EQ(o.motor().log()->woorden, std::vector<std::string>{"Tolmo"});
+    }
+}
+
+TEST(TolmoKeten, CancellationAtEachCheckpointIsNeverARecognitionError) {
+    struct Geval {
+        const char* naam;
+        std::function<void(Opstelling&, std::stop_source&)> richtIn;
+        int motorAanroepen;
+        std::size_t opschoonAanroepen;
+    };
+    const Geval gevallen[] = {
+        {"voor de motor", [](Opstelling&, std::stop_source& s) { s.request_stop(); }, 0, 0},
+        {"tijdens de motor, voor het opschonen",
+         [](Opstelling& o, std::stop_source& s) {
+             o.motor().tijdensAanroep = [&s] { s.request_stop(); };
+         },
+         1, 0},
+        {"fout van de opschoner na annuleren",
+         [](Opstelling& o, std::stop_source& s) {
+             o.script->tijdensAanroep = [&s] { s.request_stop(); };
+             o.script->strak.push_back(HerkenningsFout::van(Soort::geenNetwerk));
+         },
+         1, 1},
+        {"opschoner gooit Geannuleerd",
+         [](Opstelling& o, std::stop_source&) {
+             o.script->tijdensAanroep = [] { throw Geannuleerd{}; };
+         },
+         1, 1},
+        {"voor de tweede (lichte) aanroep",
+         [](Opstelling& o, std::stop_source& s) {
+             o.script->tijdensAanroep = [&s] { s.request_stop(); };
+             o.script->strak.push_back(
+                 schoon("Zonder getallen, een twee drie vier vijf zes zeven."));
+         },
+         1, 1},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o(achtWoorden + " 42");
+        std::stop_source bron;
+        g.richtIn(o, bron);
+        EXPECT_THROW(o.keten.verwerk(opname(), Stijl::neutraal, bron.get_token()), Geannuleerd);
+        EXPECT_EQ(o.motor().log()->aanroepen, g.motorAanroepen);
+        EXPECT_EQ(o.script->aanroepen.size(), g.opschoonAanroepen);
+    }
+}
+
+TEST(TolmoKeten, VoiceCommandsStayWordsInTheLiteralStyle) {
+    struct Geval {
+        Stijl stijl;
+        bool aan;
+        bool toegepast;
+    };
+    for (const Geval& g :
+         {Geval{Stijl::neutraal, true, true}, Geval{Stijl::letterlijk, true, false},
+          Geval{Stijl::los, false, false}}) {
+        Opstelling o("hallo nieuwe regel", false);
+        o.keten.spraakopdrachten = g.aan;
+        o.keten.spraakopdrachtenStap = [](const std::string& t) { return t + " <uitgevoerd>"; };
+        const KetenResultaat r = o.keten.verwerk(opname(), g.stijl, {});
+        EXPECT_EQ(r.tekst, g.toegepast ? "hallo nieuwe regel <uitgevoerd>" : "hallo nieuwe regel");
+        EXPECT_FALSE(r.opschoonProbleem);
+        EXPECT_FALSE(r.tijden.opschonenOvergeslagen) << "without a cleaner nothing is skipped";
+    }
+    // The cleaner is told whether commands were active.
+    Opstelling o(achtWoorden);
+    o.script->strak.push_back(schoon(achtWoorden));
+    o.keten.verwerk(opname(), Stijl::letterlijk, {});
+    ASSERT_EQ(o.script->aanroepen.size(), 1U);
+    EXPECT_FALSE(o.script->aanroepen[0].spraakopdrachtenActief);
+}
+
+TEST(TolmoKeten, ReplacementsAreCountedAndRecordingTimeSpansARateChange) {
+    Opstelling o("ik sprak met jan de vries en tolmo", false);
+    o.keten.vervangingen = {{"Jan de Vries", {"jan de vries"}}, {"Tolmo", {"tolmo", "tol mo"}}};
+    Opname op = opname(1.0);
+    op.meting.registreerSampleRate(48000);
+    op.meting.aantalSamples += 24000;
+    const KetenResultaat r = o.keten.verwerk(op, Stijl::neutraal, {});
+    EXPECT_EQ(r.tekst, "ik sprak met Jan de Vries en Tolmo");
+    EXPECT_EQ(r.ruw, "ik sprak met jan de vries en tolmo");
+    EXPECT_EQ(r.toepassingen,
+              (std::map<std::string, std::int64_t>{{"Jan de Vries", 1}, {"Tolmo", 1}}));
+    EXPECT_DOUBLE_EQ(r.tijden.opname, 1.5);
+}
+
+TEST(TolmoKeten, FactoryChoosesEngineAndCleanerFromTheSettings) {
+    nep::NepKluis kluis;
+    TolmoInstellingen s = TolmoInstellingen::standaard();
+    s.motor = Motor::test;
+    s.opschonen = true;
+    s.woorden = {"Tolmo"};
+    s.spraakopdrachten = false;
+    TolmoKeten keten = TolmoKeten::bouw(s, kluis, nullptr);
+    EXPECT_FALSE(keten.opschoner) << "the test engine never gets a cleaner";
+    EXPECT_EQ(keten.woorden, s.woorden);
+    EXPECT_FALSE(keten.spraakopdrachten);
+    EXPECT_EQ(keten.kortDictaatGrens, 8);
+    EXPECT_EQ(keten.verwerk(opname(2.4), Stijl::neutraal, {}).ruw,
+              "Test: 2,4 s audio ontvangen, niveau -46 dB");
+
+    for (Motor m : {Motor::openAI, Motor::mistral}) {
+        s.motor = m;
+        try {
+            (void)TolmoKeten::bouw(s, kluis, nullptr);
+            FAIL() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f, HerkenningsFout::geenSleutel(m));
+        }
+    }
+    s.motor = Motor::tolmo;
+    try {
+        (void)TolmoKeten::bouw(s, kluis, nullptr);
+        FAIL() << "geen fout";
+    } catch (const HerkenningsFout& f) {
+        EXPECT_EQ(f.soort(), Soort::geenToegangscode);
+    }
+}
+
+}  // namespace
+}  // namespace tolmo
