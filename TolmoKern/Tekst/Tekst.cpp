@@ -2,8 +2,10 @@
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
+#include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -186,6 +188,26 @@ std::string Tekst::hoofdletters(std::string_view s) {
     icu::UnicodeString u = naarIcu(s);
     u.toUpper(icu::Locale::getRoot());
     return naarUtf8(u);
+}
+
+std::string Tekst::zonderDiacrieten(std::string_view s) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
+    const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
+    if (U_FAILURE(status)) {
+        return std::string(s);
+    }
+    const icu::UnicodeString ontleed = nfd->normalize(naarIcu(s), status);
+    icu::UnicodeString zonder;
+    for (int32_t i = 0; i < ontleed.length();) {
+        const UChar32 c = ontleed.char32At(i);
+        if (u_charType(c) != U_NON_SPACING_MARK) {
+            zonder.append(c);
+        }
+        i += U16_LENGTH(c);
+    }
+    const icu::UnicodeString uit = nfc->normalize(zonder, status);
+    return U_SUCCESS(status) ? naarUtf8(uit) : std::string(s);
 }
 
 bool Tekst::isGeldigeUtf8(std::string_view s) {

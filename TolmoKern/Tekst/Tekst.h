@@ -33,6 +33,9 @@ class Tekst {
     static std::string kleineLetters(std::string_view s);
     static std::string hoofdletters(std::string_view s);
 
+    // Removes diacritics (é -> e, ë -> e) by canonical decomposition without combining marks.
+    static std::string zonderDiacrieten(std::string_view s);
+
     static bool isGeldigeUtf8(std::string_view s);
     // Decodes UTF-8 into code points (invalid sequences become U+FFFD).
     static std::u32string codepunten(std::string_view s);

@@ -1,0 +1,205 @@
+#include "TolmoKern/Opschonen/ChatOpschoner.h"
+
+#include <gtest/gtest.h>
+
+namespace tolmo {
+namespace {
+
+bool bevat(const std::string& s, std::string_view deel) {
+    return s.find(deel) != std::string::npos;
+}
+
+TEST(ChatOpschoner, PromptAssembly) {
+    const std::string regel5Strak = "spreker, behalve wat regel 10 weghaalt. Herformuleer niet";
+    const std::string regel10 = "\n10. Haal ook weg:";
+    const std::string negenAan = "\n9. Staat er nog een gesproken leesteken";
+    const std::string negenUit = "\n9. Woorden als komma, punt, vraagteken";
+    struct Geval {
+        const char* naam;
+        Stijl stijl;
+        Opschoonniveau niveau;
+        bool opdrachten;
+        std::vector<std::string> woorden;
+        std::vector<std::string> voorbeelden;
+        std::vector<std::string> wel;
+        std::vector<std::string> niet;
+    };
+    const Geval gevallen[] = {
+        {"strak met letterlijk krijgt de lichte prompt",
+         Stijl::letterlijk,
+         Opschoonniveau::strak,
+         true,
+         {},
+         {},
+         {"Stijl: letterlijk.", negenAan, "spreker. Herformuleer niet"},
+         {regel10, regel5Strak}},
+        {"strak zakelijk",
+         Stijl::zakelijk,
+         Opschoonniveau::strak,
+         false,
+         {},
+         {},
+         {regel5Strak, regel10, negenUit, "\n\nStijl: zakelijk."},
+         {negenAan}},
+        {"neutraal zonder stijlregel",
+         Stijl::neutraal,
+         Opschoonniveau::licht,
+         true,
+         {},
+         {},
+         {negenAan},
+         {"Stijl:", "Woordenlijst", "<voorbeelden>"}},
+        {"lege woordenlijst",
+         Stijl::los,
+         Opschoonniveau::licht,
+         true,
+         {" ", ""},
+         {},
+         {"Stijl: los."},
+         {"Woordenlijst"}},
+        {"vier voorbeelden, drie gebruikt",
+         Stijl::los,
+         Opschoonniveau::licht,
+         true,
+         {},
+         {"een", "twee", "drie", "vier"},
+         {"<voorbeelden>\n<voorbeeld>\neen\n</voorbeeld>\n<voorbeeld>\ntwee\n</"
+          "voorbeeld>\n<voorbeeld>\ndrie\n</voorbeeld>\n</voorbeelden>"},
+         {"vier"}},
+        {"tags uit voorbeelden",
+         Stijl::los,
+         Opschoonniveau::licht,
+         true,
+         {},
+         {"Hoi</transcriptie> daar < voorbeeld >en </VOORBEELDEN>weg  \n"},
+         {"<voorbeeld>\nHoi daar en weg\n</voorbeeld>"},
+         {"</transcriptie> daar", "< voorbeeld >"}},
+        {"termen",
+         Stijl::neutraal,
+         Opschoonniveau::licht,
+         true,
+         {" Tolmo ", "tolmo", "Jan de Vries"},
+         {},
+         {"\n\nWoordenlijst (juiste schrijfwijze van namen en termen; alleen gebruiken als de "
+          "spreker ze "
+          "echt zegt):\nTolmo\nJan de Vries"},
+         {"tolmo\n"}},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        const std::string p =
+            ChatOpschoner::systeemprompt(g.woorden, g.stijl, g.opdrachten, g.voorbeelden, g.niveau);
+        EXPECT_TRUE(p.starts_with("Je maakt gedicteerde tekst netjes."));
+        for (const std::string& w : g.wel) {
+            EXPECT_TRUE(bevat(p, w)) << w << "\n---\n" << p;
+        }
+        for (const std::string& n : g.niet) {
+            EXPECT_FALSE(bevat(p, n)) << n << "\n---\n" << p;
+        }
+    }
+    // The fixed variant is the light base with rule 9 for commands on, nothing more.
+    EXPECT_EQ(ChatOpschoner::vasteSysteemprompt(),
+              ChatOpschoner::systeemprompt({}, Stijl::neutraal, true, {}, Opschoonniveau::licht));
+    EXPECT_TRUE(ChatOpschoner::vasteSysteemprompt().ends_with(
+        "8. Laat regeleinden, lege regels en opsommingsregels die beginnen met \"- \" precies "
+        "staan.\n"
+        "9. Staat er nog een gesproken leesteken als los woord dat duidelijk als opdracht bedoeld "
+        "is, zoals "
+        "komma of vraagteken, zet dan het leesteken neer."));
+}
+
+TEST(ChatOpschoner, RequestBodyPerProvider) {
+    const std::string tekst(100, 'a');
+    ChatOpschoner openai(ChatOpschoner::Model::voor(Motor::tolmo), {}, Opschoonniveau::strak, "k",
+                         nullptr);
+    ChatOpschoner mistral(ChatOpschoner::Model::voor(Motor::mistral), {}, Opschoonniveau::licht,
+                          "k", nullptr);
+    const auto o = nlohmann::json::parse(openai.body(tekst, {}, Stijl::los, true).naarJson());
+    const auto m = nlohmann::json::parse(mistral.body(tekst, {}, Stijl::los, true).naarJson());
+    EXPECT_EQ(o["model"], "gpt-6-luna");
+    EXPECT_EQ(o["max_completion_tokens"], 160);
+    EXPECT_FALSE(o.contains("max_tokens"));
+    EXPECT_FALSE(o.contains("temperature"));
+    EXPECT_EQ(o["service_tier"], "fast");
+    EXPECT_EQ(o["reasoning_effort"], "none");
+    EXPECT_EQ(m["model"], "mistral-small-2603");
+    EXPECT_EQ(m["max_tokens"], 160);
+    EXPECT_FALSE(m.contains("max_completion_tokens"));
+    EXPECT_FALSE(m.contains("service_tier"));
+    EXPECT_DOUBLE_EQ(m["temperature"].get<double>(), 0.2);
+    EXPECT_EQ(m["messages"][1]["content"], "<transcriptie>\n" + tekst + "\n</transcriptie>");
+    EXPECT_EQ(m["messages"][0]["role"], "system");
+
+    // Keys sorted, slashes as they are.
+    const std::string ruw = openai.body("a/b", {}, Stijl::los, true).naarJson();
+    EXPECT_TRUE(bevat(ruw, "a/b")) << ruw;
+    EXPECT_LT(ruw.find("\"max_completion_tokens\""), ruw.find("\"messages\""));
+    EXPECT_LT(ruw.find("\"messages\""), ruw.find("\"model\""));
+    EXPECT_LT(ruw.find("\"reasoning_effort\""), ruw.find("\"service_tier\""));
+}
+
+TEST(ChatOpschoner, LengthAndQuantities) {
+    const std::string honderd(100, 'x');
+    EXPECT_TRUE(ChatOpschoner::lengteAannemelijk(honderd, std::string(160, 'y')));
+    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(honderd, std::string(161, 'y')));
+    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(honderd, ""));
+    EXPECT_EQ(ChatOpschoner::tokenBudget(""), 30);
+    EXPECT_EQ(ChatOpschoner::tokenBudget("ééé"), 33);
+
+    struct Geval {
+        const char* tekst;
+        std::int64_t aantal;
+    };
+    const Geval gevallen[] = {
+        {"om 12:30 en 3,5 uur", 3},
+        {"om half een", 1},
+        {"tweeëntwintig", 1},
+        {"honderdvijftig", 1},
+        {"een boek", 0},
+        {"een uur later", 3},
+        {"Een Uur", 2},
+        {"Anderhalf kwartier", 2},
+        {"eenentwintig appels en twee peren", 2},
+        {"twee-en-twintig", 2},
+        {"een", 0},
+        {"tienduizend euro", 2},
+        {"v1.2 en 3.4.5", 2},
+        {"geen getal hier", 0},
+        {"", 0},
+    };
+    for (const Geval& g : gevallen) {
+        EXPECT_EQ(ChatOpschoner::telHoeveelheden(g.tekst), g.aantal) << g.tekst;
+    }
+    EXPECT_TRUE(ChatOpschoner::minderGetallen("3 appels en 12 peren", "appels en 12 peren"));
+    EXPECT_FALSE(ChatOpschoner::minderGetallen("drie appels", "3 appels"));
+}
+
+TEST(ChatOpschoner, AnswerDecoding) {
+    struct Geval {
+        const char* body;
+        bool decodeert;
+        std::optional<std::string> inhoud;
+    };
+    const Geval gevallen[] = {
+        {R"({"choices":[{"message":{"content":"Hallo."},"finish_reason":"stop"}]})", true,
+         "Hallo."},
+        {R"({"choices":[{"message":{"content":null}}]})", true, std::nullopt},
+        {R"({"choices":[{"message":{"content":[{"type":"text","text":"Hal"},{"type":"thinking","thinking":[]},{"type":"text","text":"lo."}]}}]})",
+         true, "Hallo."},
+        {R"({"choices":[]})", true, std::nullopt},
+        {R"({"choices":[{"message":{"content":42}}]})", false, std::nullopt},
+        {R"({"geen":"keuzes"})", false, std::nullopt},
+        {"geen json", false, std::nullopt},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.body);
+        const auto a = ChatOpschoner::Antwoord::decodeer(g.body);
+        ASSERT_EQ(a.has_value(), g.decodeert);
+        if (a && !a->choices.empty()) {
+            EXPECT_EQ(a->choices.front().message.content, g.inhoud);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tolmo
