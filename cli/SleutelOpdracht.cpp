@@ -1,0 +1,84 @@
+#include "cli/SleutelOpdracht.h"
+
+#include <iostream>
+#include <iterator>
+
+#include "Tolmo/linux/BestandsKluis.h"
+#include "TolmoKern/Tekst/Tekst.h"
+
+namespace tolmo::cli {
+
+const char* SleutelOpdracht::hulp() {
+    return "Gebruik: tolmo sleutel [zet SOORT | wis SOORT]\n"
+           "\n"
+           "SOORT is openai, mistral of server (de toegangscode van de Tolmo-server).\n"
+           "Zonder meer: toont welke sleutels er zijn, gemaskeerd.\n"
+           "  zet SOORT  leest de sleutel van standaardinvoer (nooit van de opdrachtregel, waar\n"
+           "             andere gebruikers hem zouden kunnen zien) en bewaart hem in een bestand\n"
+           "             dat alleen jij kunt lezen.\n"
+           "  wis SOORT  verwijdert de bewaarde sleutel.\n"
+           "\n"
+           "OPENAI_API_KEY, MISTRAL_API_KEY en TOLMO_TOEGANGSCODE gaan voor op het bestand.\n";
+}
+
+std::string SleutelOpdracht::gemaskeerd(const std::string& waarde) {
+    const std::u32string c = Tekst::codepunten(waarde);
+    if (c.size() <= 8) {
+        return std::string(c.size(), '*');
+    }
+    return Tekst::utf8(c.substr(0, 3)) + "…" + Tekst::utf8(c.substr(c.size() - 4));
+}
+
+int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& omgeving) {
+    BestandsKluis kluis(omgeving.configMap, omgeving.omgeving);
+    if (args.empty()) {
+        for (const auto soort : {BestandsKluis::Soort::openai, BestandsKluis::Soort::mistral,
+                                 BestandsKluis::Soort::server}) {
+            omgeving.uit << BestandsKluis::naam(soort) << ": ";
+            if (const auto g = kluis.zoek(soort)) {
+                omgeving.uit << gemaskeerd(g->waarde) << " (" << g->bron << ")\n";
+            } else {
+                omgeving.uit << "niet ingesteld\n";
+            }
+        }
+        return 0;
+    }
+    if (args.size() != 2 || (args[0] != "zet" && args[0] != "wis")) {
+        throw GebruiksFout("Gebruik: tolmo sleutel [zet SOORT | wis SOORT].");
+    }
+    const auto soort = BestandsKluis::soortUit(args[1]);
+    if (!soort) {
+        throw GebruiksFout("Onbekende soort sleutel \"" + args[1] +
+                           "\". Kies openai, mistral of server.");
+    }
+    const std::string naam(BestandsKluis::naam(*soort));
+    if (args[0] == "wis") {
+        if (kluis.wis(*soort)) {
+            omgeving.uit << "De sleutel voor " << naam << " is gewist.\n";
+        } else {
+            omgeving.uit << "Er was geen sleutel voor " << naam << " bewaard.\n";
+        }
+        return 0;
+    }
+
+    std::string gelezen;
+    std::getline(omgeving.in, gelezen);
+    const std::string sleutel = Tekst::trim(gelezen);
+    if (sleutel.empty()) {
+        throw InvoerFout("Geen sleutel gelezen van standaardinvoer. Geef hem op de eerste regel.");
+    }
+    if (!Tekst::isGeldigeUtf8(sleutel) || Tekst::splitsOpWitruimte(sleutel).size() != 1) {
+        throw InvoerFout("Deze sleutel bevat spaties of ongeldige tekens. Er is niets bewaard.");
+    }
+    try {
+        kluis.zet(*soort, sleutel);
+    } catch (const std::exception& e) {
+        throw InvoerFout("De sleutel kon niet worden bewaard in " + kluis.bestand().string() +
+                         " (" + e.what() + ").");
+    }
+    omgeving.uit << "De sleutel voor " << naam << " is bewaard in " << kluis.bestand().string()
+                 << ".\n";
+    return 0;
+}
+
+}  // namespace tolmo::cli
