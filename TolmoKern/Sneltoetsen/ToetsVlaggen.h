@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace tolmo {
 
@@ -28,3 +29,10 @@ struct ToetsVlaggen {
 };
 
 }  // namespace tolmo
+
+template <>
+struct std::hash<tolmo::ToetsVlaggen> {
+    std::size_t operator()(const tolmo::ToetsVlaggen& v) const noexcept {
+        return std::hash<std::uint64_t>{}(v.ruw);
+    }
+};

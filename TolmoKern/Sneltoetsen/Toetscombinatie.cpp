@@ -6,6 +6,31 @@
 
 namespace tolmo {
 
+namespace {
+
+// A whole number in the range of an unsigned 32-bit integer. nlohmann keeps a number built in
+// code from a signed integer as signed, so a non-negative signed number counts too.
+std::optional<std::uint32_t> alsUint32(const nlohmann::json& j) {
+    std::uint64_t waarde = 0;
+    if (j.is_number_unsigned()) {
+        waarde = j.get<std::uint64_t>();
+    } else if (j.is_number_integer()) {
+        const auto s = j.get<std::int64_t>();
+        if (s < 0) {
+            return std::nullopt;
+        }
+        waarde = static_cast<std::uint64_t>(s);
+    } else {
+        return std::nullopt;
+    }
+    if (waarde > std::numeric_limits<std::uint32_t>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(waarde);
+}
+
+}  // namespace
+
 std::string Toetscombinatie::weergave() const {
     std::string s;
     if (modificaties.bevat(Modificaties::control)) {
@@ -78,18 +103,15 @@ std::optional<Toetscombinatie> Toetscombinatie::uitJson(const nlohmann::json& j)
     const auto code = j.find("toetscode");
     const auto mod = j.find("modificaties");
     const auto lab = j.find("label");
-    if (code == j.end() || mod == j.end() || lab == j.end() || !code->is_number_unsigned() ||
-        !mod->is_number_integer() || !lab->is_string()) {
+    if (code == j.end() || mod == j.end() || lab == j.end() || !lab->is_string()) {
         return std::nullopt;
     }
-    const auto c = code->get<std::uint64_t>();
-    const auto m = mod->get<std::int64_t>();
-    if (c > std::numeric_limits<std::uint32_t>::max() || m < 0 ||
-        m > std::numeric_limits<std::uint32_t>::max()) {
+    const auto c = alsUint32(*code);
+    const auto m = alsUint32(*mod);
+    if (!c || !m) {
         return std::nullopt;
     }
-    return Toetscombinatie{
-        static_cast<std::uint32_t>(c), {static_cast<std::uint32_t>(m)}, lab->get<std::string>()};
+    return Toetscombinatie{*c, {*m}, lab->get<std::string>()};
 }
 
 }  // namespace tolmo

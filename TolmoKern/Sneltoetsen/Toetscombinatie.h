@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -47,3 +48,13 @@ struct Toetscombinatie {
 };
 
 }  // namespace tolmo
+
+template <>
+struct std::hash<tolmo::Toetscombinatie> {
+    std::size_t operator()(const tolmo::Toetscombinatie& c) const noexcept {
+        std::size_t h =
+            std::hash<std::uint64_t>{}((std::uint64_t{c.toetscode} << 32) | c.modificaties.ruw);
+        return h ^
+               (std::hash<std::string>{}(c.label) + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2));
+    }
+};
