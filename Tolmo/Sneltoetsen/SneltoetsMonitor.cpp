@@ -58,11 +58,16 @@ void SneltoetsMonitor::start(bool invoermonitoring, bool toegankelijkheid) {
         maakTap();
     }
     installeerMonitors(toegankelijkheid);
-    if (invoermonitoring && tap_ && !tapLevertNiets_) {
-        zetMechanisme(Mechanisme::tap);
-    } else {
-        zetMechanisme(globaleMonitor_ ? Mechanisme::nsEvent : Mechanisme::geen);
+    const Mechanisme nieuw = invoermonitoring && tap_ && !tapLevertNiets_
+                                 ? Mechanisme::tap
+                                 : (globaleMonitor_ ? Mechanisme::nsEvent : Mechanisme::geen);
+    // The monitor begins without a mechanism, so a first start without permissions changes
+    // nothing; the user still needs to read in the log why the hold key does not work.
+    if (!gestart_ && nieuw == Mechanisme::geen) {
+        log("Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid");
     }
+    gestart_ = true;
+    zetMechanisme(nieuw);
 }
 
 void SneltoetsMonitor::maakTap() {

@@ -101,6 +101,7 @@ class SneltoetsMonitor {
     std::unique_ptr<ToetsBron::Tap> tap_;
     bool tapLevertNiets_ = false;
     bool tapMislukt_ = false;
+    bool gestart_ = false;
     double laatsteTapGebeurtenis_;
     int tapGemist_ = 0;
     std::unique_ptr<ToetsBron::Registratie> globaleMonitor_;

@@ -101,8 +101,8 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
          Mechanisme::nsEvent,
          {viaNsEvent},
          {"globale monitor", "lokale monitor"}},
-        // Already geen: no change, so no line.
-        {"geen van beide", false, false, true, true, true, Mechanisme::geen, {}, {}},
+        // The first start says why the hold key does nothing, though the mechanism stays geen.
+        {"geen van beide", false, false, true, true, true, Mechanisme::geen, {nietActief}, {}},
         {"tap geweigerd, Toegankelijkheid wel",
          true,
          true,
@@ -119,7 +119,7 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
          true,
          true,
          Mechanisme::geen,
-         {"CGEventTap maken mislukt"},
+         {"CGEventTap maken mislukt", nietActief},
          {"maakTap"}},
         {"tap gaat niet aan",
          true,
@@ -137,7 +137,7 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
          true,
          false,
          Mechanisme::geen,
-         {},
+         {nietActief},
          {"globale monitor", "lokale monitor"}},
     };
     for (const Geval& g : gevallen) {
@@ -372,6 +372,8 @@ TEST_F(SneltoetsMonitorTest, PermissionsChangingAtRunTime) {
         Regels verzoeken;
     };
     const Stap stappen[] = {
+        {false, false, Mechanisme::geen, {nietActief}, {}},
+        // A later start without permissions while already geen stays quiet.
         {false, false, Mechanisme::geen, {}, {}},
         {false, true, Mechanisme::nsEvent, {viaNsEvent}, {"globale monitor", "lokale monitor"}},
         {false, true, Mechanisme::nsEvent, {}, {}},
