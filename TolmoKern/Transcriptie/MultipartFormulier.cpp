@@ -63,8 +63,8 @@ void MultipartFormulier::voegBestandToe(std::string_view naam, std::string_view 
     buffer_.append(bytes).append(crlf);
 }
 
-bool MultipartFormulier::voegBestandToe(std::string_view naam, std::string_view bestandsnaam,
-                                        std::string_view type, const std::filesystem::path& pad) {
+bool MultipartFormulier::leesBestandIn(std::string_view naam, std::string_view bestandsnaam,
+                                       std::string_view type, const std::filesystem::path& pad) {
     std::error_code fout;
     const auto grootte = std::filesystem::file_size(pad, fout);
     if (fout || grootte == 0) {

@@ -25,8 +25,8 @@ class MultipartFormulier {
                         std::string_view bytes);
     // Reads the file straight into the body, so the audio is held in memory once. Returns
     // false, leaving the form as it was, when the file cannot be read or is empty.
-    [[nodiscard]] bool voegBestandToe(std::string_view naam, std::string_view bestandsnaam,
-                                      std::string_view type, const std::filesystem::path& pad);
+    [[nodiscard]] bool leesBestandIn(std::string_view naam, std::string_view bestandsnaam,
+                                     std::string_view type, const std::filesystem::path& pad);
 
     // The parts so far, without the closing line.
     [[nodiscard]] const std::string& buffer() const { return buffer_; }

@@ -28,8 +28,8 @@ std::string NetwerkTranscriptie::transcribeer(const Opname& opname,
 
     MultipartFormulier formulier;
     voegVeldenToe(formulier, woorden);
-    if (!formulier.voegBestandToe("file", wav ? "dictaat.wav" : "dictaat.m4a",
-                                  wav ? "audio/wav" : "audio/mp4", opname.bestand)) {
+    if (!formulier.leesBestandIn("file", wav ? "dictaat.wav" : "dictaat.m4a",
+                                 wav ? "audio/wav" : "audio/mp4", opname.bestand)) {
         throw geenAudio();
     }
 
