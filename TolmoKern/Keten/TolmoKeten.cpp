@@ -1,13 +1,18 @@
 #include "TolmoKern/Keten/TolmoKeten.h"
 
 #include <chrono>
-#include <stdexcept>
+#include <optional>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/Vervangingen.h"
 #include "TolmoKern/Tekst/Tekst.h"
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/Eindpunten.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/MistralTranscriptie.h"
+#include "TolmoKern/Transcriptie/OpenAITranscriptie.h"
 #include "TolmoKern/Transcriptie/TestTranscriptie.h"
+#include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 
 namespace tolmo {
 namespace {
@@ -41,25 +46,46 @@ std::int64_t TolmoKeten::telWoorden(const std::string& tekst) {
 
 TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const SleutelKluis& sleutels,
                             std::shared_ptr<HTTPTransport> transport) {
-    (void)transport;
     TolmoKeten keten;
+    if (!transport && instellingen.motor != Motor::test) {
+        transport = CurlTransport::gedeeld();
+    }
+    // The engine for one provider, at the given URL with the given key or access token.
+    const auto motorVoor = [](Aanbieder aanbieder, std::string sleutel,
+                              std::shared_ptr<HTTPTransport> via,
+                              std::string eindpunt) -> std::unique_ptr<TranscriptieMotor> {
+        if (aanbieder == Aanbieder::mistral) {
+            return std::make_unique<MistralTranscriptie>(std::move(sleutel), std::move(via),
+                                                         std::move(eindpunt));
+        }
+        return std::make_unique<OpenAITranscriptie>(std::move(sleutel), std::move(via),
+                                                    std::move(eindpunt));
+    };
     switch (instellingen.motor) {
         case Motor::openAI:
         case Motor::mistral: {
             const Aanbieder aanbieder =
                 instellingen.motor == Motor::mistral ? Aanbieder::mistral : Aanbieder::openAI;
-            if (!sleutels.sleutel(aanbieder)) {
+            std::optional<std::string> sleutel = sleutels.sleutel(aanbieder);
+            if (!sleutel) {
                 throw HerkenningsFout::geenSleutel(instellingen.motor);
             }
-            // TODO(engines): OpenAI and Mistral engines arrive with the HTTP transport.
-            throw std::logic_error("netwerkmotoren zijn nog niet ingebouwd");
+            keten.transcriptie = motorVoor(aanbieder, std::move(*sleutel), transport,
+                                           Eindpunten::uitOmgeving().transcriptie(aanbieder));
+            break;
         }
-        case Motor::tolmo:
-            if (!sleutels.toegangscode()) {
+        case Motor::tolmo: {
+            std::optional<std::string> code = sleutels.toegangscode();
+            if (!code) {
                 throw HerkenningsFout::van(HerkenningsFout::Soort::geenToegangscode);
             }
-            // TODO(engines): the relay route arrives with the HTTP transport.
-            throw std::logic_error("netwerkmotoren zijn nog niet ingebouwd");
+            const Aanbieder aanbieder = instellingen.serverAanbieder;
+            keten.transcriptie =
+                motorVoor(aanbieder, std::move(*code),
+                          std::make_shared<TolmoServerTransport>(transport, aanbieder),
+                          Eindpunten::uitOmgeving().serverTranscriptie());
+            break;
+        }
         case Motor::test:
             // The test engine never gets a cleaner, whatever the settings say.
             keten.transcriptie = std::make_unique<TestTranscriptie>();

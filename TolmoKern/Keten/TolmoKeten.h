@@ -45,7 +45,10 @@ class TolmoKeten {
     TekstStap spraakopdrachtenStap;
     KortDictaatStap kortDictaatStap;
 
-    // Builds the chain the settings ask for. Throws HerkenningsFout when a key is missing.
+    // Builds the chain the settings ask for. Throws HerkenningsFout when a key or the relay's
+    // access token is missing, or the relay route is chosen without a server address
+    // (TOLMO_SERVER_URL). Network engines send through transport, or through the shared
+    // CurlTransport when it is null; the relay route wraps it in a TolmoServerTransport.
     static TolmoKeten bouw(const TolmoInstellingen& instellingen, const SleutelKluis& sleutels,
                            std::shared_ptr<HTTPTransport> transport);
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct HTTPVerzoek {
     std::string url;
     HTTPHeaders headers;
     std::string body;
+    // The longest the request may go without any byte moving (connecting included), as a
+    // platform URL session's request time-out does.
     std::chrono::milliseconds timeout{30000};
 };
 
@@ -27,10 +30,16 @@ struct HTTPAntwoord {
 // The one HTTP operation every remote call goes through. It does not judge the status: any
 // HTTP reply is returned; a failure below HTTP throws TransportFout. A stop request aborts the
 // transfer and throws Geannuleerd.
+//
+// The request is taken by value: a body holds a whole recording, and a wrapper that adds a
+// header passes the same request on with std::move instead of copying the audio.
 class HTTPTransport {
   public:
     virtual ~HTTPTransport() = default;
-    virtual HTTPAntwoord verstuur(const HTTPVerzoek& verzoek, std::stop_token stop) = 0;
+    virtual HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) = 0;
 };
+
+// The value of the first header with this name (names compare without regard to case).
+const std::string* zoekHeader(const HTTPHeaders& headers, std::string_view naam);
 
 }  // namespace tolmo

@@ -5,9 +5,12 @@
 #include <stop_token>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "nep/LoopbackServer.h"
 #include "nep/NepKluis.h"
 #include "nep/NepMotor.h"
 #include "nep/NepOpschoner.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -364,6 +367,89 @@ TEST(TolmoKeten, FactoryChoosesEngineAndCleanerFromTheSettings) {
         }
     }
     s.motor = Motor::tolmo;
+    try {
+        (void)TolmoKeten::bouw(s, kluis, nullptr);
+        FAIL() << "geen fout";
+    } catch (const HerkenningsFout& f) {
+        EXPECT_EQ(f.soort(), Soort::geenToegangscode);
+    }
+}
+
+// Counts the requests it passes to the real transport, to show which transport the chain uses.
+class TelTransport final : public HTTPTransport {
+  public:
+    int aantal = 0;
+    HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) override {
+        ++aantal;
+        return CurlTransport().verstuur(std::move(verzoek), stop);
+    }
+};
+
+TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
+    nep::LoopbackServer server;
+    server.zetAntwoord(nep::LoopbackServer::Antwoord::json(200, R"({"text":" Hallo Tolmo. "})"));
+    nep::TijdelijkeMap map;
+    const Opname o = nep::opnameVan(map.schrijf("o.wav", "RIFF"), 1.5);
+    const nep::OmgevingsVariabele openAI("TOLMO_OPENAI_URL", server.url() + "openai/");
+    const nep::OmgevingsVariabele mistral("TOLMO_MISTRAL_URL", server.url() + "mistral");
+    const nep::OmgevingsVariabele relay("TOLMO_SERVER_URL", server.url() + "relay/");
+    nep::NepKluis kluis;
+    kluis.sleutels = {{Aanbieder::openAI, "sk-openai"}, {Aanbieder::mistral, "sk-mistral"}};
+    kluis.code = "toegang-123";
+
+    struct Geval {
+        Motor motor;
+        Aanbieder serverAanbieder;
+        std::string doel;
+        std::string autorisatie;
+        std::optional<std::string> aanbiederHeader;
+        std::string model;
+    };
+    const Geval gevallen[] = {
+        {Motor::openAI, Aanbieder::mistral, "/openai/v1/audio/transcriptions", "Bearer sk-openai",
+         std::nullopt, "gpt-transcribe"},
+        {Motor::mistral, Aanbieder::openAI, "/mistral/v1/audio/transcriptions", "Bearer sk-mistral",
+         std::nullopt, "voxtral-mini-2602"},
+        {Motor::tolmo, Aanbieder::mistral, "/relay/v1/audio/transcriptions", "Bearer toegang-123",
+         "mistral", "voxtral-mini-2602"},
+        {Motor::tolmo, Aanbieder::openAI, "/relay/v1/audio/transcriptions", "Bearer toegang-123",
+         "openai", "gpt-transcribe"},
+    };
+    for (const bool eigenTransport : {false, true}) {
+        for (const Geval& g : gevallen) {
+            SCOPED_TRACE(::testing::Message() << motorWaarden.naam(g.motor) << " via "
+                                              << aanbiederWaarden.naam(g.serverAanbieder)
+                                              << (eigenTransport ? ", eigen transport" : ""));
+            TolmoInstellingen s = TolmoInstellingen::standaard();
+            s.motor = g.motor;
+            s.serverAanbieder = g.serverAanbieder;
+            s.woorden = {"Tolmo"};
+            const auto transport = std::make_shared<TelTransport>();
+            TolmoKeten keten = TolmoKeten::bouw(s, kluis, eigenTransport ? transport : nullptr);
+            EXPECT_FALSE(keten.opschoner) << "cleaners are not wired yet";
+            EXPECT_EQ(keten.verwerk(o, Stijl::neutraal, {}).ruw, "Hallo Tolmo.");
+            EXPECT_EQ(transport->aantal, eigenTransport ? 1 : 0);
+
+            const auto v = server.verzoeken().back();
+            EXPECT_EQ(v.doel, g.doel);
+            EXPECT_EQ(v.header("Authorization"), g.autorisatie);
+            EXPECT_EQ(v.header("X-Tolmo-Aanbieder"), g.aanbiederHeader);
+            EXPECT_NE(v.body.find("\r\n\r\n" + g.model + "\r\n"), std::string::npos);
+        }
+    }
+
+    // The relay has no built-in address; the missing token is reported first.
+    const nep::OmgevingsVariabele geenRelay("TOLMO_SERVER_URL", std::nullopt);
+    TolmoInstellingen s = TolmoInstellingen::standaard();
+    s.motor = Motor::tolmo;
+    try {
+        (void)TolmoKeten::bouw(s, kluis, nullptr);
+        FAIL() << "geen fout";
+    } catch (const HerkenningsFout& f) {
+        EXPECT_EQ(f.soort(), Soort::geenServeradres);
+        EXPECT_NE(f.melding().find("TOLMO_SERVER_URL"), std::string::npos);
+    }
+    kluis.code.reset();
     try {
         (void)TolmoKeten::bouw(s, kluis, nullptr);
         FAIL() << "geen fout";

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TolmoKern/Transcriptie/HTTPTransport.h"
+#include "TolmoKern/Transcriptie/Motor.h"
+#include "TolmoKern/Transcriptie/MultipartFormulier.h"
+#include "TolmoKern/Transcriptie/TranscriptieMotor.h"
+
+namespace tolmo {
+
+// What the OpenAI and Mistral engines share: the preflight of the recording, the multipart
+// request with the file as its last part, and the handling of the reply. A subclass adds only
+// its own text fields.
+class NetwerkTranscriptie : public TranscriptieMotor {
+  public:
+    static constexpr std::chrono::milliseconds standaardTimeout{30000};
+    static constexpr double minimaleDuur = 0.3;
+
+    [[nodiscard]] Aanbieder aanbieder() const { return aanbieder_; }
+    [[nodiscard]] const std::string& sleutel() const { return sleutel_; }
+    [[nodiscard]] const std::string& eindpunt() const { return eindpunt_; }
+    [[nodiscard]] std::chrono::milliseconds timeout() const { return timeout_; }
+
+    // Throws HerkenningsFout (geenAudio before anything is sent; timeout, api,
+    // ongeldigAntwoord, geenNetwerk, or what the relay transport reports), or Geannuleerd.
+    std::string transcribeer(const Opname& opname, const std::vector<std::string>& woorden,
+                             std::stop_token stop) final;
+
+  protected:
+    NetwerkTranscriptie(Aanbieder aanbieder, std::string sleutel,
+                        std::shared_ptr<HTTPTransport> transport, std::string eindpunt,
+                        std::chrono::milliseconds timeout);
+
+    // The text parts that go before the file.
+    virtual void voegVeldenToe(MultipartFormulier& formulier,
+                               const std::vector<std::string>& woorden) const = 0;
+
+  private:
+    Aanbieder aanbieder_;
+    std::string sleutel_;
+    std::shared_ptr<HTTPTransport> transport_;
+    std::string eindpunt_;
+    std::chrono::milliseconds timeout_;
+};
+
+}  // namespace tolmo

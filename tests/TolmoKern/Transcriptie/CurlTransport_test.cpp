@@ -1,0 +1,152 @@
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/ip/tcp.hpp>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Transcriptie/TransportFout.h"
+#include "nep/LoopbackServer.h"
+
+namespace tolmo {
+namespace {
+
+using namespace std::chrono_literals;
+using nep::LoopbackServer;
+using Antwoord = LoopbackServer::Antwoord;
+
+// A port on 127.0.0.1 where nothing listens.
+std::uint16_t geslotenPoort() {
+    boost::asio::io_context io;
+    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
+    return a.local_endpoint().port();
+}
+
+HTTPVerzoek post(const std::string& url, std::string body = "hallo") {
+    HTTPVerzoek v;
+    v.url = url;
+    v.headers = {{"Content-Type", "text/plain"}, {"Authorization", "Bearer sleutel"}};
+    v.body = std::move(body);
+    return v;
+}
+
+TEST(CurlTransport, ReturnsAnyHttpReplyWithItsHeadersAndSendsTheBodyIntact) {
+    LoopbackServer server;
+    // Every byte value, and large enough to go out in many writes.
+    std::string body(3'000'000, '\0');
+    for (std::size_t i = 0; i < body.size(); ++i) {
+        body[i] = static_cast<char>(i * 7 % 256);
+    }
+    for (unsigned status : {200U, 404U, 503U}) {
+        SCOPED_TRACE(status);
+        server.zetAntwoord(
+            Antwoord::json(status, R"({"fout":"x"})", {{"Retry-After", "12"}, {"X-Een", " a b "}}));
+        CurlTransport t;
+        const HTTPAntwoord a = t.verstuur(post(server.url() + "v1/iets?x=1", body), {});
+        EXPECT_EQ(a.status, status);
+        EXPECT_EQ(a.body, R"({"fout":"x"})");
+        ASSERT_NE(zoekHeader(a.headers, "retry-after"), nullptr);
+        EXPECT_EQ(*zoekHeader(a.headers, "Retry-After"), "12");
+        EXPECT_EQ(*zoekHeader(a.headers, "x-een"), "a b");
+
+        const auto ontvangen = server.verzoeken().back();
+        EXPECT_EQ(ontvangen.methode, "POST");
+        EXPECT_EQ(ontvangen.doel, "/v1/iets?x=1");
+        EXPECT_EQ(ontvangen.header("Authorization"), "Bearer sleutel");
+        EXPECT_EQ(ontvangen.header("Content-Length"), std::to_string(body.size()));
+        EXPECT_FALSE(ontvangen.header("Expect")) << "no waiting for 100 Continue";
+        EXPECT_TRUE(ontvangen.body == body);
+    }
+}
+
+TEST(CurlTransport, FailuresBelowHttpMapToUrlErrors) {
+    LoopbackServer server;
+    struct Geval {
+        const char* naam;
+        std::optional<Antwoord> antwoord;
+        std::string url;
+        UrlFout verwacht;
+    };
+    Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
+    traag.vertraging = 5s;
+    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
+    const Geval gevallen[] = {
+        {"gesloten poort", std::nullopt, gesloten, UrlFout::cannotConnectToHost},
+        {"dicht zonder antwoord", Antwoord::sluit(), server.url(), UrlFout::badServerResponse},
+        {"geen HTTP", Antwoord::ruweBytes("hallo daar\r\n\r\n"), server.url(),
+         UrlFout::badServerResponse},
+        {"kapotte statusregel", Antwoord::ruweBytes("HTTP/1.1 2x0 OK\r\n\r\n"), server.url(),
+         UrlFout::badServerResponse},
+        {"staat stil", traag, server.url(), UrlFout::timedOut},
+        {"geen URL", std::nullopt, "geen url", UrlFout::badURL},
+        {"ander protocol", std::nullopt, "ftp://127.0.0.1/x", UrlFout::badURL},
+        {"onbekende host", std::nullopt, "http://bestaat-niet.invalid/", UrlFout::cannotFindHost},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        if (g.antwoord) {
+            server.zetAntwoord(*g.antwoord);
+        }
+        HTTPVerzoek v = post(g.url);
+        v.timeout = g.verwacht == UrlFout::timedOut ? 300ms : 10s;
+        try {
+            (void)CurlTransport().verstuur(std::move(v), {});
+            ADD_FAILURE() << "geen fout";
+        } catch (const TransportFout& f) {
+            EXPECT_EQ(f.code(), g.verwacht) << f.detail();
+        }
+    }
+}
+
+TEST(CurlTransport, ConsecutiveRequestsShareOneConnectionAcrossInstances) {
+    LoopbackServer server;
+    server.zetAntwoord(Antwoord::json(200, "{}"));
+    for (int i = 0; i < 3; ++i) {
+        // A fresh transport each time: the connection cache belongs to the process.
+        EXPECT_EQ(CurlTransport().verstuur(post(server.url()), {}).status, 200);
+    }
+    EXPECT_EQ(server.aantalVerzoeken(), 3U);
+    EXPECT_EQ(server.aantalVerbindingen(), 1U);
+}
+
+TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
+    LoopbackServer server;
+    Antwoord staatStil = Antwoord::json(200, "{}");
+    // The server takes the header and then stops reading, so the upload fills the socket
+    // buffers and hangs.
+    staatStil.pauzeVoorBody = 20s;
+    server.zetAntwoord(staatStil);
+
+    std::stop_source stop;
+    auto klaar = std::async(std::launch::async, [&] {
+        try {
+            (void)CurlTransport().verstuur(post(server.url(), std::string(32 << 20, 'a')),
+                                           stop.get_token());
+            return std::string("geen fout");
+        } catch (const Geannuleerd&) {
+            return std::string("geannuleerd");
+        } catch (const std::exception& e) {
+            return std::string("andere fout: ") + e.what();
+        }
+    });
+    ASSERT_TRUE(server.wachtOpBegonnen(1, 5s));
+    std::this_thread::sleep_for(200ms);
+    ASSERT_EQ(klaar.wait_for(0s), std::future_status::timeout) << "the upload should hang";
+    stop.request_stop();
+    // Far below the stall and the 30-second time-out: the transfer was aborted, not waited out.
+    ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
+    EXPECT_EQ(klaar.get(), "geannuleerd");
+
+    // A stop requested before the call sends nothing.
+    const auto voor = server.aantalVerbindingen();
+    std::stop_source al;
+    al.request_stop();
+    EXPECT_THROW((void)CurlTransport().verstuur(post(server.url()), al.get_token()), Geannuleerd);
+    EXPECT_EQ(server.aantalVerbindingen(), voor);
+}
+
+}  // namespace
+}  // namespace tolmo

@@ -1,0 +1,86 @@
+#include "TolmoKern/Transcriptie/MultipartFormulier.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
+
+#include "nep/TijdelijkeOpname.h"
+
+namespace tolmo {
+namespace {
+
+using namespace std::string_literals;
+
+// Audio bytes that look like the form's own syntax, with a NUL in the middle.
+const std::string lastigeBytes = "RIFF\0\x01\r\n--Tolmo-\r\n\r\n\xff"s;
+
+TEST(MultipartFormulier, WritesTheExactLayoutAndLeavesItsBufferAlone) {
+    MultipartFormulier f;
+    f.voegTekstToe("model", "gpt-transcribe");
+    f.voegTekstToe("prompt", "Namen: Zoë, \"Jan\"");
+    f.voegBestandToe("file", "dictaat.wav", "audio/wav", lastigeBytes);
+    const std::string& b = f.grens();
+    const std::string verwacht =
+        "--" + b + "\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\ngpt-transcribe\r\n" +
+        "--" + b +
+        "\r\nContent-Disposition: form-data; name=\"prompt\"\r\n\r\nNamen: Zoë, \"Jan\"\r\n" +
+        "--" + b +
+        "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"dictaat.wav\"\r\n"
+        "Content-Type: audio/wav\r\n\r\n" +
+        lastigeBytes + "\r\n--" + b + "--\r\n";
+
+    const std::string buffer = f.buffer();
+    EXPECT_EQ(f.body(), verwacht);
+    EXPECT_EQ(f.body(), verwacht) << "taking the body twice gives the same bytes";
+    EXPECT_EQ(f.buffer(), buffer);
+    EXPECT_EQ(verwacht.substr(0, buffer.size()), buffer);
+    EXPECT_EQ(f.contentType(), "multipart/form-data; boundary=" + b);
+    EXPECT_EQ(std::move(f).body(), verwacht);
+}
+
+TEST(MultipartFormulier, BoundaryIsTolmoAndAFreshUpperCaseUuid) {
+    const std::regex vorm(
+        "Tolmo-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+    std::set<std::string> gezien;
+    for (int i = 0; i < 200; ++i) {
+        const std::string g = MultipartFormulier().grens();
+        ASSERT_TRUE(std::regex_match(g, vorm)) << g;
+        ASSERT_EQ(g.size(), 6U + 36U);
+        gezien.insert(g);
+    }
+    EXPECT_EQ(gezien.size(), 200U);
+}
+
+TEST(MultipartFormulier, FileIsReadIntoTheBodyOrRefusedWithoutATrace) {
+    nep::TijdelijkeMap map;
+    const auto vol = map.schrijf("vol.wav", lastigeBytes);
+    const auto leeg = map.schrijf("leeg.wav", "");
+
+    MultipartFormulier uitBytes;
+    MultipartFormulier uitBestand;
+    for (MultipartFormulier* f : {&uitBytes, &uitBestand}) {
+        f->voegTekstToe("model", "m");
+    }
+    uitBytes.voegBestandToe("file", "dictaat.m4a", "audio/mp4", lastigeBytes);
+    ASSERT_TRUE(uitBestand.leesBestandIn("file", "dictaat.m4a", "audio/mp4", vol));
+    // The same bytes apart from the (random) boundary.
+    std::string verwacht = uitBytes.buffer();
+    for (auto p = verwacht.find(uitBytes.grens()); p != std::string::npos;
+         p = verwacht.find(uitBytes.grens(), p)) {
+        verwacht.replace(p, uitBytes.grens().size(), uitBestand.grens());
+    }
+    EXPECT_EQ(uitBestand.buffer(), verwacht);
+
+    for (const auto& pad : {leeg, map.pad() / "bestaat-niet.wav", map.pad()}) {
+        SCOPED_TRACE(pad.string());
+        MultipartFormulier f;
+        f.voegTekstToe("model", "m");
+        const std::string voor = f.buffer();
+        EXPECT_FALSE(f.leesBestandIn("file", "dictaat.wav", "audio/wav", pad));
+        EXPECT_EQ(f.buffer(), voor);
+    }
+}
+
+}  // namespace
+}  // namespace tolmo

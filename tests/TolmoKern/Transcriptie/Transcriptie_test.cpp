@@ -1,0 +1,377 @@
+#include <gtest/gtest.h>
+
+#include <boost/asio/ip/tcp.hpp>
+#include <chrono>
+#include <cmath>
+#include <future>
+#include <thread>
+
+#include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/MistralTranscriptie.h"
+#include "TolmoKern/Transcriptie/OpenAITranscriptie.h"
+#include "TolmoKern/Transcriptie/TestTranscriptie.h"
+#include "TolmoKern/Transcriptie/TolmoServerTransport.h"
+#include "nep/LoopbackServer.h"
+#include "nep/TijdelijkeOpname.h"
+
+namespace tolmo {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using nep::LoopbackServer;
+using Antwoord = LoopbackServer::Antwoord;
+using Soort = HerkenningsFout::Soort;
+
+const std::string audio = "RIFF\x24\0\0\0WAVEfmt \r\n--\0\xff"s;
+const std::string pad = "v1/audio/transcriptions";
+
+enum class Route { direct, relay };
+
+// One engine for a provider and route, sending through a fresh CurlTransport.
+std::unique_ptr<NetwerkTranscriptie> motor(Aanbieder aanbieder, Route route,
+                                           const std::string& basis,
+                                           std::chrono::milliseconds timeout = 30s) {
+    std::shared_ptr<HTTPTransport> t = std::make_shared<CurlTransport>();
+    if (route == Route::relay) {
+        t = std::make_shared<TolmoServerTransport>(t, aanbieder);
+    }
+    const std::string sleutel = route == Route::relay ? "toegangscode" : "sk-test";
+    if (aanbieder == Aanbieder::mistral) {
+        return std::make_unique<MistralTranscriptie>(sleutel, t, basis + pad, timeout);
+    }
+    return std::make_unique<OpenAITranscriptie>(sleutel, t, basis + pad, timeout);
+}
+
+std::uint16_t geslotenPoort() {
+    boost::asio::io_context io;
+    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
+    return a.local_endpoint().port();
+}
+
+struct Opstelling {
+    LoopbackServer server;
+    nep::TijdelijkeMap map;
+    Opname opname = nep::opnameVan(map.schrijf("opname.wav", audio), 2.0);
+};
+
+std::string tekstDeel(const std::string& grens, const std::string& naam,
+                      const std::string& waarde) {
+    return "--" + grens + "\r\nContent-Disposition: form-data; name=\"" + naam + "\"\r\n\r\n" +
+           waarde + "\r\n";
+}
+
+TEST(Transcriptie, RequestBytesForBothProvidersWithAndWithoutTerms) {
+    const std::string basis =
+        "Dictated speech, possibly in more than one language mixed together. Transcribe each "
+        "part in the language spoken; do not translate.";
+    const std::vector<std::string> termen = {"Jan de Vries", "A, B", "  Zoë\t van  Dijk ,"};
+    struct Geval {
+        Aanbieder aanbieder;
+        std::vector<std::string> woorden;
+        AudioFormaat formaat;
+        std::vector<std::pair<std::string, std::string>> velden;
+    };
+    const Geval gevallen[] = {
+        {Aanbieder::openAI,
+         {},
+         AudioFormaat::wav,
+         {{"model", "gpt-transcribe"}, {"prompt", basis}}},
+        {Aanbieder::openAI,
+         termen,
+         AudioFormaat::m4a,
+         {{"model", "gpt-transcribe"},
+          {"prompt", basis + " Namen en termen die kunnen voorkomen, alleen als ze echt gezegd "
+                             "worden: Jan de Vries, A, B,   Zoë\t van  Dijk ,."}}},
+        {Aanbieder::mistral, {}, AudioFormaat::wav, {{"model", "voxtral-mini-2602"}}},
+        {Aanbieder::mistral,
+         termen,
+         AudioFormaat::m4a,
+         {{"model", "voxtral-mini-2602"},
+          {"context_bias", "Jan_de_Vries"},
+          {"context_bias", "A_B"},
+          {"context_bias", "Zoë_van_Dijk"}}},
+    };
+    for (Route route : {Route::direct, Route::relay}) {
+        for (const Geval& g : gevallen) {
+            SCOPED_TRACE(::testing::Message() << "route " << static_cast<int>(route) << ", "
+                                              << aanbiederWaarden.naam(g.aanbieder) << ", "
+                                              << g.woorden.size() << " termen");
+            Opstelling o;
+            o.opname.formaat = g.formaat;
+            o.server.zetAntwoord(Antwoord::json(200, R"({"text":"Hallo.","taal":"nl"})"));
+            EXPECT_EQ(
+                motor(g.aanbieder, route, o.server.url())->transcribeer(o.opname, g.woorden, {}),
+                "Hallo.");
+
+            const auto verzoeken = o.server.verzoeken();
+            ASSERT_EQ(verzoeken.size(), 1U);
+            const auto& v = verzoeken[0];
+            EXPECT_TRUE(v.ruw.starts_with("POST /v1/audio/transcriptions HTTP/1.1\r\n"));
+            const std::string type = v.header("Content-Type").value_or("");
+            const std::string voorGrens = "multipart/form-data; boundary=";
+            ASSERT_TRUE(type.starts_with(voorGrens)) << type;
+            const std::string grens = type.substr(voorGrens.size());
+            EXPECT_EQ(grens.size(), 42U);
+
+            std::string verwacht;
+            for (const auto& [naam, waarde] : g.velden) {
+                verwacht += tekstDeel(grens, naam, waarde);
+            }
+            const bool wav = g.formaat == AudioFormaat::wav;
+            verwacht += "--" + grens +
+                        "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"" +
+                        (wav ? "dictaat.wav" : "dictaat.m4a") +
+                        "\"\r\nContent-Type: " + (wav ? "audio/wav" : "audio/mp4") + "\r\n\r\n" +
+                        audio + "\r\n--" + grens + "--\r\n";
+            EXPECT_EQ(v.body, verwacht);
+            EXPECT_TRUE(v.ruw.ends_with("\r\n\r\n" + verwacht)) << "no other bytes after it";
+            if (route == Route::relay) {
+                EXPECT_EQ(v.header("Authorization"), "Bearer toegangscode");
+                EXPECT_EQ(v.header("X-Tolmo-Aanbieder"), aanbiederWaarden.naam(g.aanbieder));
+            } else {
+                EXPECT_EQ(v.header("Authorization"), "Bearer sk-test");
+                EXPECT_FALSE(v.header("X-Tolmo-Aanbieder"));
+            }
+        }
+    }
+}
+
+TEST(Transcriptie, RecordingsWithoutUsableAudioAreRefusedBeforeSending) {
+    Opstelling o;
+    const auto leeg = o.map.schrijf("leeg.wav", "");
+    struct Geval {
+        const char* naam;
+        Opname opname;
+        bool verstuurd;
+    };
+    const Geval gevallen[] = {
+        {"0,29 s", nep::opnameVan(o.opname.bestand, 0.29), false},
+        {"0,3 s is genoeg", nep::opnameVan(o.opname.bestand, 0.3), true},
+        {"geen bestand", nep::opnameVan({}, 2.0), false},
+        {"bestand weg", nep::opnameVan(o.map.pad() / "weg.wav", 2.0), false},
+        {"leeg bestand", nep::opnameVan(leeg, 2.0), false},
+        {"een map", nep::opnameVan(o.map.pad(), 2.0), false},
+    };
+    for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
+        for (const Geval& g : gevallen) {
+            SCOPED_TRACE(g.naam);
+            const auto voor = o.server.aantalVerzoeken();
+            try {
+                (void)motor(a, Route::direct, o.server.url())->transcribeer(g.opname, {}, {});
+                EXPECT_TRUE(g.verstuurd);
+            } catch (const HerkenningsFout& f) {
+                EXPECT_FALSE(g.verstuurd);
+                EXPECT_EQ(f.soort(), Soort::geenAudio);
+            }
+            EXPECT_EQ(o.server.aantalVerzoeken() - voor, g.verstuurd ? 1U : 0U);
+        }
+    }
+}
+
+TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
+    const auto limiet = [](std::string soort) { return ServerLimiet{std::move(soort), {}, {}}; };
+    struct Geval {
+        Route route;
+        unsigned status;
+        std::string body;
+        // Built for the provider under test.
+        std::function<HerkenningsFout(Motor)> verwacht;
+    };
+    const auto api = [](std::int64_t s) {
+        return [s](Motor m) { return HerkenningsFout::api(m, s); };
+    };
+    const auto vast = [](HerkenningsFout f) { return [f](Motor) { return f; }; };
+    const Geval gevallen[] = {
+        {Route::direct, 401, R"({"error":{"message":"bad key"}})", api(401)},
+        {Route::direct, 403, "", api(403)},
+        {Route::direct, 429, "", api(429)},
+        {Route::direct, 500, "kapot", api(500)},
+        {Route::direct, 413, "", api(413)},
+        {Route::relay, 413, "", vast(HerkenningsFout::van(Soort::dictaatTeLang))},
+        {Route::relay, 429, R"({"fout":"limiet","soort":"dag"})",
+         vast(HerkenningsFout::limietBereikt(limiet("dag")))},
+        {Route::relay, 429, R"({"fout":"limiet-minuut"})",
+         vast(HerkenningsFout::limietBereikt(limiet("minuut")))},
+        {Route::relay, 429, "", vast(HerkenningsFout::limietBereikt(limiet("plafond")))},
+        {Route::relay, 503, R"({"fout":"aanbieder-niet-beschikbaar"})",
+         [](Motor m) { return HerkenningsFout::aanbiederNietBeschikbaar(m); }},
+        {Route::relay, 503, "", vast(HerkenningsFout::serverFout(503))},
+        {Route::relay, 503, R"({"fout":"onderhoud"})", vast(HerkenningsFout::serverFout(503))},
+        {Route::relay, 400, R"({"fout":"audio"})",
+         vast(HerkenningsFout::van(Soort::audioOngeldig))},
+        {Route::relay, 400, R"({"fout":"veld"})", vast(HerkenningsFout::serverFout(400))},
+        {Route::relay, 400, "audio", vast(HerkenningsFout::serverFout(400))},
+        {Route::relay, 502, "<html>Bad Gateway</html>", vast(HerkenningsFout::serverFout(502))},
+        {Route::relay, 401, "", vast(HerkenningsFout::toegangGeweigerd(401))},
+        {Route::relay, 403, R"({"fout":"toegang"})", vast(HerkenningsFout::toegangGeweigerd(403))},
+    };
+    Opstelling o;
+    for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
+        for (const Geval& g : gevallen) {
+            SCOPED_TRACE(::testing::Message()
+                         << (g.route == Route::relay ? "relay " : "direct ")
+                         << aanbiederWaarden.naam(a) << " " << g.status << " " << g.body);
+            o.server.zetAntwoord(
+                Antwoord::json(g.status, g.body, {{"Retry-After", "60"}, {"X-Verzoek", "7"}}));
+            const auto voor = std::chrono::system_clock::now();
+            try {
+                (void)motor(a, g.route, o.server.url())->transcribeer(o.opname, {}, {});
+                ADD_FAILURE() << "geen fout";
+            } catch (const HerkenningsFout& f) {
+                const HerkenningsFout verwacht = g.verwacht(alsMotor(a));
+                if (!verwacht.limiet()) {
+                    EXPECT_EQ(f, verwacht) << f.code();
+                    continue;
+                }
+                // A limit also carries the reply's headers and when it arrived.
+                ASSERT_EQ(f.soort(), Soort::limietBereikt);
+                ASSERT_TRUE(f.limiet());
+                EXPECT_EQ(f.limiet()->soort, verwacht.limiet()->soort);
+                EXPECT_EQ(f.code(), "limiet-" + verwacht.limiet()->soort);
+                EXPECT_GE(f.limiet()->ontvangen, voor);
+                EXPECT_LE(f.limiet()->ontvangen, std::chrono::system_clock::now());
+                const std::string* retry = zoekHeader(f.limiet()->headers, "Retry-After");
+                ASSERT_NE(retry, nullptr);
+                EXPECT_EQ(*retry, "60");
+            }
+        }
+    }
+}
+
+TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
+    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
+    Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
+    traag.vertraging = 5s;
+    struct Geval {
+        const char* naam;
+        Route route;
+        std::optional<Antwoord> antwoord;  // nothing: the closed port
+        std::function<HerkenningsFout(Motor)> verwacht;
+    };
+    const auto onbereikbaar = [](Motor) {
+        return HerkenningsFout::van(Soort::serverNietBereikbaar);
+    };
+    const auto ongeldig = [](Motor m) { return HerkenningsFout::ongeldigAntwoord(m); };
+    const Geval gevallen[] = {
+        {"staat stil", Route::direct, traag, [](Motor m) { return HerkenningsFout::timeout(m); }},
+        {"staat stil", Route::relay, traag, onbereikbaar},
+        {"gesloten poort", Route::direct, std::nullopt,
+         [](Motor) { return HerkenningsFout::van(Soort::geenNetwerk); }},
+        {"gesloten poort", Route::relay, std::nullopt, onbereikbaar},
+        {"ongeldige JSON", Route::direct, Antwoord::json(200, R"({"text": "hal)"), ongeldig},
+        {"ongeldige JSON", Route::relay, Antwoord::json(200, "<html></html>"), ongeldig},
+        {"text geen tekst", Route::direct, Antwoord::json(200, R"({"text": 12})"), ongeldig},
+        {"geen text", Route::relay, Antwoord::json(201, R"({"tekst":"hallo"})"), ongeldig},
+        {"dicht zonder antwoord", Route::direct, Antwoord::sluit(), ongeldig},
+        {"dicht zonder antwoord", Route::relay, Antwoord::sluit(), ongeldig},
+        {"geen HTTP", Route::relay, Antwoord::ruweBytes("SSH-2.0-OpenSSH\r\n"), ongeldig},
+    };
+    Opstelling o;
+    for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
+        for (const Geval& g : gevallen) {
+            SCOPED_TRACE(::testing::Message()
+                         << g.naam << (g.route == Route::relay ? " relay " : " direct ")
+                         << aanbiederWaarden.naam(a));
+            if (g.antwoord) {
+                o.server.zetAntwoord(*g.antwoord);
+            }
+            const auto m = motor(a, g.route, g.antwoord ? o.server.url() : gesloten, 300ms);
+            try {
+                (void)m->transcribeer(o.opname, {}, {});
+                ADD_FAILURE() << "geen fout";
+            } catch (const HerkenningsFout& f) {
+                EXPECT_EQ(f, g.verwacht(alsMotor(a))) << f.code();
+            }
+        }
+    }
+}
+
+TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
+    const std::pair<std::string, std::string> gevallen[] = {
+        {R"({"text":"  hallo\n"})", "hallo"},
+        {R"({"text":"\u00a0\tZoë zegt: ja. \r\n"})", "Zoë zegt: ja."},
+        {R"({"text":"   "})", ""},
+        {R"({"text":""})", ""},
+    };
+    Opstelling o;
+    for (const auto& [body, verwacht] : gevallen) {
+        SCOPED_TRACE(body);
+        o.server.zetAntwoord(Antwoord::json(200, body));
+        EXPECT_EQ(motor(Aanbieder::mistral, Route::direct, o.server.url())
+                      ->transcribeer(o.opname, {}, {}),
+                  verwacht);
+    }
+}
+
+TEST(Transcriptie, ConsecutiveDictationsReuseOneConnection) {
+    Opstelling o;
+    o.server.zetAntwoorden(
+        {Antwoord::json(200, R"({"text":"een"})"), Antwoord::json(200, R"({"text":"twee"})")});
+    // Engines are made per dictation; the connection outlives them.
+    EXPECT_EQ(
+        motor(Aanbieder::openAI, Route::direct, o.server.url())->transcribeer(o.opname, {}, {}),
+        "een");
+    EXPECT_EQ(
+        motor(Aanbieder::openAI, Route::relay, o.server.url())->transcribeer(o.opname, {}, {}),
+        "twee");
+    EXPECT_EQ(o.server.aantalVerzoeken(), 2U);
+    EXPECT_EQ(o.server.aantalVerbindingen(), 1U);
+}
+
+TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
+    Opstelling o;
+    // A recording large enough that the upload hangs once the server stops reading.
+    const Opname groot =
+        nep::opnameVan(o.map.schrijf("groot.wav", std::string(32 << 20, 'x')), 600.0);
+    Antwoord staatStil = Antwoord::json(200, R"({"text":"nooit"})");
+    staatStil.pauzeVoorBody = 20s;
+    o.server.zetAntwoord(staatStil);
+
+    for (Route route : {Route::direct, Route::relay}) {
+        std::stop_source stop;
+        auto klaar = std::async(std::launch::async, [&] {
+            try {
+                (void)motor(Aanbieder::mistral, route, o.server.url())
+                    ->transcribeer(groot, {}, stop.get_token());
+                return std::string("geen fout");
+            } catch (const Geannuleerd&) {
+                return std::string("geannuleerd");
+            } catch (const std::exception& e) {
+                return std::string("andere fout: ") + e.what();
+            }
+        });
+        ASSERT_TRUE(o.server.wachtOpBegonnen(route == Route::direct ? 1 : 2, 5s));
+        std::this_thread::sleep_for(100ms);
+        stop.request_stop();
+        ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
+        EXPECT_EQ(klaar.get(), "geannuleerd");
+    }
+}
+
+TEST(Transcriptie, TestEngineReportsDurationAndLevel) {
+    struct Geval {
+        double seconden;
+        double niveauDB;
+        std::string verwacht;
+    };
+    const Geval gevallen[] = {
+        {2.4, -23.0, "Test: 2,4 s audio ontvangen, niveau -23 dB"},
+        {0.04, -0.4, "Test: 0,0 s audio ontvangen, niveau 0 dB"},
+        {12.26, -60.6, "Test: 12,3 s audio ontvangen, niveau -61 dB"},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.verwacht);
+        const double n = g.seconden * 16000;
+        const Opname o =
+            nep::opnameVan({}, g.seconden, AudioFormaat::wav, n * std::pow(10.0, g.niveauDB / 10));
+        EXPECT_EQ(TestTranscriptie().transcribeer(o, {"Tolmo"}, {}), g.verwacht);
+    }
+    EXPECT_EQ(TestTranscriptie().transcribeer(Opname{}, {}, {}),
+              "Test: 0,0 s audio ontvangen, niveau -160 dB");
+}
+
+}  // namespace
+}  // namespace tolmo
