@@ -139,6 +139,9 @@ TEST(Spraakopdrachten, SpokenListBecomesDashLines) {
         // A new line straight after the list adds no empty line; a paragraph does.
         {"opsomming appel einde opsomming nieuwe regel verder", "- appel\nVerder"},
         {"opsomming appel einde opsomming nieuwe alinea verder", "- appel\n\nVerder"},
+        // After the list, a closed item is one sentence for "schrap dat".
+        {"opsomming appel einde opsomming Dag daar. Schrap dat. verder", "- appel\nVerder"},
+        {"Boodschappen. Opsomming appel einde opsomming schrap dat", "Boodschappen."},
         // Ending a list that was never opened changes nothing.
         {"Klaar einde opsomming en dan", "Klaar en dan"},
         {"Klaar punt opsomming appels", "Klaar.\n- appels"},
