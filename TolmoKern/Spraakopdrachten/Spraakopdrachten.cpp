@@ -74,6 +74,25 @@ bool staatIn(const std::array<std::string_view, N>& lijst, std::string_view woor
     return std::find(lijst.begin(), lijst.end(), woord) != lijst.end();
 }
 
+// Transcripts are mostly ASCII: these skip the decoder and ICU's property tables for it.
+char32_t lees(std::string_view s, std::size_t& i) {
+    const auto b = static_cast<unsigned char>(s[i]);
+    if (b < 0x80) {
+        ++i;
+        return b;
+    }
+    return Tekst::volgendCodepunt(s, i);
+}
+
+bool isLeesteken(char32_t c) {
+    if (c < 0x80) {
+        // ASCII punctuation in the Unicode sense; $ + < = > ^ ` | ~ are symbols.
+        static constexpr std::string_view ascii = "!\"#%&'()*,-./:;?@[\\]_{}";
+        return ascii.find(static_cast<char>(c)) != std::string_view::npos;
+    }
+    return Tekst::isLeesteken(c);
+}
+
 bool isWit(char32_t c) {
     if (c < 0x80) {
         return c == ' ' || (c >= '\t' && c <= '\r');
@@ -91,7 +110,7 @@ char32_t eindteken(std::string_view woord) {
     char32_t laatste = 0;
     std::size_t i = 0;
     while (i < woord.size()) {
-        const char32_t c = Tekst::volgendCodepunt(woord, i);
+        const char32_t c = lees(woord, i);
         if (!isSluitteken(c)) {
             laatste = c;
         }
@@ -106,9 +125,9 @@ std::string kernVan(std::string_view woord) {
     std::size_t i = 0;
     while (i < woord.size()) {
         const std::size_t plek = i;
-        const char32_t c = Tekst::volgendCodepunt(woord, i);
+        const char32_t c = lees(woord, i);
         ascii = ascii && c < 0x80;
-        if (!Tekst::isLeesteken(c)) {
+        if (!isLeesteken(c)) {
             begin = std::min(begin, plek);
             eind = i;
         }
@@ -132,8 +151,8 @@ std::string kernVan(std::string_view woord) {
 bool begintMetHoofdletter(std::string_view woord) {
     std::size_t i = 0;
     while (i < woord.size()) {
-        const char32_t c = Tekst::volgendCodepunt(woord, i);
-        if (!Tekst::isLeesteken(c)) {
+        const char32_t c = lees(woord, i);
+        if (!isLeesteken(c)) {
             return Tekst::isHoofdletter(c);
         }
     }
@@ -145,7 +164,7 @@ bool isGetal(const Spraakopdrachten::Token* t) {
         return false;
     }
     std::size_t i = 0;
-    return Tekst::isCijfer(Tekst::volgendCodepunt(t->kern, i)) || staatIn(telwoorden, t->kern);
+    return Tekst::isCijfer(lees(t->kern, i)) || staatIn(telwoorden, t->kern);
 }
 
 const Rij* zoekRij(const std::vector<Spraakopdrachten::Token>& tokens, std::size_t plek) {
@@ -265,7 +284,7 @@ std::vector<Spraakopdrachten::Token> Spraakopdrachten::tokens(std::string_view t
     bool inWoord = false;
     while (i < tekst.size()) {
         const std::size_t plek = i;
-        const char32_t c = Tekst::volgendCodepunt(tekst, i);
+        const char32_t c = lees(tekst, i);
         const bool wit = isWit(c);
         if (!wit && !inWoord) {
             begin = plek;
@@ -286,6 +305,7 @@ std::vector<Spraakopdrachten::Token> Spraakopdrachten::tokens(std::string_view t
 std::string Spraakopdrachten::pasToe(const std::string& transcript) {
     const std::vector<Token> woorden = tokens(transcript);
     Bouwer bouwer;
+    bouwer.stukken.reserve(woorden.size());
     bool naOpdracht = false;
     std::size_t plek = 0;
     while (plek < woorden.size()) {

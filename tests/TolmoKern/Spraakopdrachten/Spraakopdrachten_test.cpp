@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "TolmoKern/Keten/TolmoKeten.h"
+#include "TolmoKern/Tekst/Tekst.h"
 #include "nep/NepMotor.h"
 
 namespace tolmo {
@@ -43,6 +44,9 @@ TEST(Spraakopdrachten, CommandsOnTheirOwnAreCarriedOutInsideASentenceTheyStayWor
         {"hallo nieuwe regel hoe gaat het", "hallo nieuwe regel hoe gaat het"},
         {"Er geldt nieuwe regel Jan mag", "Er geldt\nJan mag"},
         {"Hallo, nieuwe regel, hoe gaat het", "Hallo,\nHoe gaat het"},
+        // A layout command right after admits the one before; a punctuation mark does not.
+        {"Hallo nieuwe regel nieuwe regel daar", "Hallo\n\nDaar"},
+        {"Het geldt nieuwe regel punt", "Het geldt nieuwe regel."},
         // A sentence end hidden behind a closing quote or parenthesis still counts.
         {"Hij zei \"ja.\" Nieuwe regel dan", "Hij zei \"ja.\"\nDan"},
         {"(zie boven.) Nieuwe regel dan", "(zie boven.)\nDan"},
@@ -191,6 +195,22 @@ TEST(Spraakopdrachten, TokensKeepTheWordAndItsCore) {
     EXPECT_EQ(Spraakopdrachten::tokens(" Hallo,  \"Wereld!\"\n(zo'n)\u00a0\u00c9N. ... 3,5 "
                                        "ja.\u00bb\u2028"),
               verwacht);
+}
+
+// The core drops exactly the characters ICU calls punctuation, ASCII included.
+TEST(Spraakopdrachten, CoreTrimsPunctuationButNotSymbols) {
+    for (char c = '!'; c <= '~'; ++c) {
+        if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
+            continue;
+        }
+        SCOPED_TRACE(std::string(1, c));
+        const auto t = Spraakopdrachten::tokens(std::string(1, c) + "x" + std::string(1, c));
+        ASSERT_EQ(t.size(), 1U);
+        const std::string verwacht = Tekst::isLeesteken(static_cast<char32_t>(c))
+                                         ? "x"
+                                         : std::string(1, c) + "x" + std::string(1, c);
+        EXPECT_EQ(t[0].kern, verwacht);
+    }
 }
 
 TEST(Spraakopdrachten, SentenceEndLooksPastClosingQuotesAndParenthesis) {
