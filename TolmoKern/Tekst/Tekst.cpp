@@ -3,6 +3,7 @@
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
+#include <unicode/stringoptions.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utf16.h>
@@ -222,6 +223,41 @@ bool Tekst::isGeldigeUtf8(std::string_view s) {
         }
     }
     return true;
+}
+
+char32_t Tekst::volgendCodepunt(std::string_view s, std::size_t& i) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    const auto lengte = static_cast<int32_t>(s.size());
+    auto j = static_cast<int32_t>(i);
+    UChar32 c = 0;
+    U8_NEXT(bytes, j, lengte, c);
+    i = static_cast<std::size_t>(j);
+    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
+}
+
+bool Tekst::isLeesteken(char32_t c) {
+    return u_ispunct(static_cast<UChar32>(c)) != 0;
+}
+
+bool Tekst::isHoofdletter(char32_t c) {
+    const auto cat = u_charType(static_cast<UChar32>(c));
+    return cat == U_UPPERCASE_LETTER || cat == U_TITLECASE_LETTER;
+}
+
+std::string Tekst::metHoofdletter(std::string_view woord) {
+    // Plain ASCII needs no case tables; only "ij" is special, Dutch capitalises it as "IJ".
+    if (!woord.empty() && woord[0] >= 'a' && woord[0] <= 'z' &&
+        !(woord[0] == 'i' && woord.size() > 1 && woord[1] == 'j')) {
+        std::string uit(woord);
+        uit[0] = static_cast<char>(uit[0] - 'a' + 'A');
+        return uit;
+    }
+    // One title segment for the whole word: ICU skips leading punctuation to the first letter
+    // or digit, and with the Dutch locale an initial "ij" becomes "IJ".
+    static const icu::Locale nederlands("nl");
+    icu::UnicodeString u = naarIcu(woord);
+    u.toTitle(nullptr, nederlands, U_TITLECASE_WHOLE_STRING | U_TITLECASE_NO_LOWERCASE);
+    return naarUtf8(u);
 }
 
 std::string Tekst::getalNL(const char* formaat, double waarde) {

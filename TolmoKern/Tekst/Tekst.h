@@ -41,6 +41,16 @@ class Tekst {
     static std::u32string codepunten(std::string_view s);
     static std::string utf8(std::u32string_view s);
 
+    // Reads the code point at byte offset i of valid UTF-8 and moves i past it (an invalid
+    // sequence reads as U+FFFD and is skipped). For scanning text without copying it.
+    static char32_t volgendCodepunt(std::string_view s, std::size_t& i);
+    // Punctuation (\p{P}); an upper-case or title-case letter (Lu, Lt).
+    static bool isLeesteken(char32_t c);
+    static bool isHoofdletter(char32_t c);
+    // The word with its first letter title-cased and the rest untouched ("ijsje" -> "IJsje",
+    // "\"hallo" -> "\"Hallo", "3e" stays "3e").
+    static std::string metHoofdletter(std::string_view woord);
+
     // printf-style formatting of one number as in locale nl_NL: decimal comma, no grouping.
     // formaat is for example "%.1f".
     static std::string getalNL(const char* formaat, double waarde);

@@ -89,3 +89,51 @@ TEST(Patroon, IcuSyntaxAndByteOffsets) {
 
 }  // namespace
 }  // namespace tolmo
+
+namespace tolmo {
+namespace {
+
+TEST(Tekst, InitialCapitalTouchesOnlyTheFirstLetter) {
+    const struct {
+        std::string woord;
+        std::string verwacht;
+    } gevallen[] = {
+        {"", ""},
+        {"hallo", "Hallo"},
+        {"ijsje", "IJsje"},  // Dutch capitalises the digraph
+        {"\"ijs", "\"IJs"},  // leading punctuation is passed over
+        {"i", "I"},
+        {"iPhone", "IPhone"},
+        {"3e", "3e"},  // a digit first: nothing to capitalise
+        {"e\u0301lan", "E\u0301lan"},
+        {"\u00dfe", "Sse"},                  // title case, not upper case, of ß
+        {"\u01c6ungla", "\u01c5ungla"},      // dž has its own title-case form
+        {"\u00e9\u00c9N", "\u00c9\u00c9N"},  // the rest keeps its case
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.woord);
+        EXPECT_EQ(Tekst::metHoofdletter(g.woord), g.verwacht);
+    }
+}
+
+TEST(Tekst, CodePointScanningAndCharacterClasses) {
+    const std::string s = "a\u00e9\xff\xf0\x9f\x91\x8d";
+    std::size_t i = 0;
+    std::u32string gelezen;
+    while (i < s.size()) {
+        gelezen.push_back(Tekst::volgendCodepunt(s, i));
+    }
+    EXPECT_EQ(gelezen, U"a\u00e9\uFFFD\U0001F44D");
+    EXPECT_EQ(i, s.size());
+
+    EXPECT_TRUE(Tekst::isLeesteken(U'\u00bb'));
+    EXPECT_TRUE(Tekst::isLeesteken(U'\u2019'));
+    EXPECT_FALSE(Tekst::isLeesteken(U'\u20ac'));  // a currency sign is a symbol
+    EXPECT_TRUE(Tekst::isHoofdletter(U'\u01c5'));
+    EXPECT_TRUE(Tekst::isHoofdletter(U'\u00c9'));
+    EXPECT_FALSE(Tekst::isHoofdletter(U'\u00e9'));
+    EXPECT_FALSE(Tekst::isHoofdletter(U'3'));
+}
+
+}  // namespace
+}  // namespace tolmo

@@ -1,0 +1,258 @@
+#include "TolmoKern/Spraakopdrachten/Spraakopdrachten.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "TolmoKern/Keten/TolmoKeten.h"
+#include "TolmoKern/Tekst/Tekst.h"
+#include "nep/NepMotor.h"
+
+namespace tolmo {
+namespace {
+
+struct Geval {
+    std::string gesproken;
+    std::string verwacht;
+};
+
+void controleer(const std::vector<Geval>& gevallen) {
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.gesproken);
+        EXPECT_EQ(Spraakopdrachten::pasToe(g.gesproken), g.verwacht);
+    }
+}
+
+TEST(Spraakopdrachten, CommandsOnTheirOwnAreCarriedOutInsideASentenceTheyStayWords) {
+    controleer({
+        {"Dat klopt. Nieuwe regel. Tot morgen.", "Dat klopt.\nTot morgen."},
+        {"Dat was het. Nieuwe regel. Dan gaan we.", "Dat was het.\nDan gaan we."},
+        {"de nieuwe regel geldt", "de nieuwe regel geldt"},
+        {"3 punt 5", "3 punt 5"},
+        {"een vraagteken", "een vraagteken"},
+        {"Klopt dat vraagteken", "Klopt dat?"},
+        {"Eerste zin. Tweede zin. Schrap dat.", "Eerste zin."},
+        {"Dat is alles. Nieuwe alinea. Groet, Jan", "Dat is alles.\n\nGroet, Jan"},
+        {"Wat mooi uitroepteken", "Wat mooi!"},
+        {"Let op dubbele punt alles", "Let op: alles"},
+        // Upper case and trailing punctuation do not hide a command.
+        {"Hallo. NIEUWE REGEL! Dag", "Hallo.\nDag"},
+        // "dubbele punt" is tried before "punt".
+        {"Tijd dubbele punt nu", "Tijd: nu"},
+        // Without a pause or a boundary around it, a new line stays text.
+        {"hallo nieuwe regel hoe gaat het", "hallo nieuwe regel hoe gaat het"},
+        {"Er geldt nieuwe regel Jan mag", "Er geldt\nJan mag"},
+        {"Hallo, nieuwe regel, hoe gaat het", "Hallo,\nHoe gaat het"},
+        // A layout command right after admits the one before; a punctuation mark does not.
+        {"Hallo nieuwe regel nieuwe regel daar", "Hallo\n\nDaar"},
+        {"Het geldt nieuwe regel punt", "Het geldt nieuwe regel."},
+        // A sentence end hidden behind a closing quote or parenthesis still counts.
+        {"Hij zei \"ja.\" Nieuwe regel dan", "Hij zei \"ja.\"\nDan"},
+        {"(zie boven.) Nieuwe regel dan", "(zie boven.)\nDan"},
+    });
+}
+
+TEST(Spraakopdrachten, NeighbourWordsBlockTheirCommands) {
+    controleer({
+        // Determiners before "nieuwe regel", "nieuwe alinea" and "dubbele punt".
+        {"Ik ken elke nieuwe regel. Goed", "Ik ken elke nieuwe regel. Goed"},
+        {"Lees zo'n nieuwe alinea. Goed", "Lees zo'n nieuwe alinea. Goed"},
+        {"Read the nieuwe regel. Ok", "Read the nieuwe regel. Ok"},
+        {"Write a nieuwe regel. Ok", "Write a nieuwe regel. Ok"},
+        {"Ik ken ook nieuwe regel. Goed", "Ik ken ook\nGoed"},
+        // "dubbele" is itself a modifier, so the "punt" after it stays a word as well.
+        {"de dubbele punt staat", "de dubbele punt staat"},
+        // Modifiers before "punt".
+        {"Dat is een goed punt", "Dat is een goed punt"},
+        {"Dat was het punt", "Dat was het punt"},
+        {"Het ene punt op punt", "Het ene. Op punt"},
+        {"Klaar punt", "Klaar."},
+        // Numbers on both sides of "punt" and "komma"; one side is not enough.
+        {"stap 3 punt 5 minuten", "stap 3 punt 5 minuten"},
+        {"12 komma 5 procent", "12 komma 5 procent"},
+        {"drie komma vijf procent", "drie komma vijf procent"},
+        {"versie 3 punt", "versie 3."},
+        {"Ik heb er 3 komma en jij", "Ik heb er 3, en jij"},
+        {"ja komma 5 keer", "ja, 5 keer"},
+        // Words that talk about a question or exclamation mark.
+        {"Zet geen vraagteken", "Zet geen vraagteken"},
+        {"een dikke uitroepteken erbij", "een dikke uitroepteken erbij"},
+        {"Echt waar grote vraagteken", "Echt waar grote vraagteken"},
+        // "opsomming" as a noun.
+        {"Maak opsomming van alles", "Maak opsomming van alles"},
+        {"Korte opsomming is klaar", "Korte opsomming is klaar"},
+        {"Hier volgt mijn opsomming melk", "Hier volgt mijn opsomming melk"},
+        {"Boodschappen opsomming", "Boodschappen opsomming"},
+        {"Graag opsomming punt", "Graag opsomming."},
+    });
+}
+
+TEST(Spraakopdrachten, DeleteTakesBackTheLastSentenceOnlyAtASentenceStart) {
+    controleer({
+        {"Eerste zin. Tweede zin. Schrap dat. Derde zin.", "Eerste zin. Derde zin."},
+        {"Een. twee drie. Laatste zin weg. vier", "Een. Vier"},
+        // In the middle of a sentence, or not closed off, it is text.
+        {"Ik zei schrap dat niet.", "Ik zei schrap dat niet."},
+        {"Eerste zin. Schrap dat en verder", "Eerste zin. Schrap dat en verder"},
+        // No earlier sentence end: everything goes, and the next word starts afresh.
+        {"Hallo daar. Schrap dat. dag", "Dag"},
+        {"Hallo nieuwe regel. Daar. Schrap dat.", ""},
+        // After a spoken command the phrase starts a sentence, and it may be the last word.
+        {"Eerste. Nog iets punt schrap dat", "Eerste."},
+        {"Eerste. Tweede komma schrap dat", "Eerste."},
+        // Followed by a layout command it needs no full stop of its own.
+        {"Een. Twee. Schrap dat nieuwe regel drie", "Een.\nDrie"},
+        // At the very start there is nothing before it to take back: it stays text.
+        {"Schrap dat. Verder", "Schrap dat. Verder"},
+        // A pending opening quote is taken back with the sentence.
+        {"Een. Twee. Open aanhalingstekens schrap dat. drie", "Een. Drie"},
+    });
+}
+
+TEST(Spraakopdrachten, QuotesAttachToTheNeighbouringWords) {
+    controleer({
+        {"Hij zei open aanhalingstekens ja, sluit aanhalingstekens en ging",
+         "Hij zei \"ja,\" en ging"},
+        {"Hij zei dubbele punt aanhalingstekens openen ja aanhalingstekens sluiten",
+         "Hij zei: \"ja\""},
+        {"Sluit aanhalingstekens hallo", "hallo"},
+        {"Aanhalingsteken openen tekst aanhalingsteken sluiten punt", "\"tekst\"."},
+        // Left open at the end, the quote is still typed.
+        {"Hij zei open aanhalingstekens", "Hij zei \""},
+    });
+}
+
+TEST(Spraakopdrachten, SpokenListBecomesDashLines) {
+    controleer({
+        {"Boodschappen dubbele punt opsomming melk nieuwe regel eieren nieuwe regel brood "
+         "einde opsomming Dat was het.",
+         "Boodschappen:\n- melk\n- eieren\n- brood\nDat was het."},
+        // Sentence ends from the recogniser separate the items too.
+        {"Opsomming. Melk. Eieren. Einde opsomming. Klaar.", "- Melk.\n- Eieren.\nKlaar."},
+        // A spoken mark still attaches to the item it follows.
+        {"Lijst punt opsomming een appel komma peer punt banaan",
+         "Lijst.\n- een appel, peer.\n- banaan"},
+        // Left open at the end; empty items are never written.
+        {"opsomming nieuwe regel appel nieuwe regel nieuwe regel peer", "- appel\n- peer"},
+        // Inside a list "schrap dat" takes back the item being spoken, or the one before.
+        {"opsomming melk nieuwe regel kaas schrap dat eieren einde opsomming", "- melk\n- eieren"},
+        {"opsomming melk nieuwe regel kaas nieuwe regel schrap dat ham", "- melk\n- ham"},
+        // A paragraph break leaves the list.
+        {"opsomming appel nieuwe alinea verder", "- appel\n\nVerder"},
+        // A new line straight after the list adds no empty line; a paragraph does.
+        {"opsomming appel einde opsomming nieuwe regel verder", "- appel\nVerder"},
+        {"opsomming appel einde opsomming nieuwe alinea verder", "- appel\n\nVerder"},
+        // After the list, a closed item is one sentence for "schrap dat".
+        {"opsomming appel einde opsomming Dag daar. Schrap dat. verder", "- appel\nVerder"},
+        {"Boodschappen. Opsomming appel einde opsomming schrap dat", "Boodschappen."},
+        // Ending a list that was never opened changes nothing.
+        {"Klaar einde opsomming en dan", "Klaar en dan"},
+        {"Klaar punt opsomming appels", "Klaar.\n- appels"},
+    });
+}
+
+TEST(Spraakopdrachten, CommandsAtTheEdgesAndTheCapitalsAfterThem) {
+    controleer({
+        {"Nieuwe regel. Hallo", "\nHallo"},
+        {"Komma en dan", ", en dan"},
+        {"punt", "."},
+        {"Open aanhalingstekens hallo sluit aanhalingstekens", "\"hallo\""},
+        {"Tot morgen punt", "Tot morgen."},
+        {"Tot morgen nieuwe regel", "Tot morgen\n"},
+        {"Tot morgen nieuwe alinea", "Tot morgen\n\n"},
+        {"ja punt en dan", "ja. En dan"},
+        {"ja komma nee", "ja, nee"},
+        {"Hallo komma nieuwe regel hoe gaat het", "Hallo,\nHoe gaat het"},
+        // A comma said after a new line belongs to the word before the break, and the capital
+        // stays pending for the next word.
+        {"Klaar nieuwe regel. Komma weet je", "Klaar,\nWeet je"},
+        {"klaar punt open aanhalingstekens ijs is lekker", "klaar. \"IJs is lekker"},
+        {"Oké. Nieuwe regel. élan", "Oké.\nÉlan"},
+        {"Oké. Nieuwe regel. 3 appels", "Oké.\n3 appels"},
+    });
+}
+
+TEST(Spraakopdrachten, WhiteSpaceIsCollapsedAndTextIsNeverBroken) {
+    controleer({
+        {"  Dat  klopt.\n\nNieuwe\tregel.\u00a0Tot   morgen. \n", "Dat klopt.\nTot morgen."},
+        {"een\n\ntwee\u2003drie", "een twee drie"},
+        {"", ""},
+        {" \n\t ", ""},
+        // Invalid UTF-8 comes out as U+FFFD, never as broken bytes.
+        {"a\xff komma b", "a\xEF\xBF\xBD, b"},
+    });
+}
+
+TEST(Spraakopdrachten, TokensKeepTheWordAndItsCore) {
+    using T = Spraakopdrachten::Token;
+    const std::vector<T> verwacht{
+        {"Hallo,", "hallo", false}, {"\"Wereld!\"", "wereld", true},
+        {"(zo'n)", "zo'n", false},  {"\u00c9N.", "\u00e9n", true},
+        {"...", "", true},          {"3,5", "3,5", false},
+        {"ja.\u00bb", "ja", false},
+    };
+    EXPECT_EQ(Spraakopdrachten::tokens(" Hallo,  \"Wereld!\"\n(zo'n)\u00a0\u00c9N. ... 3,5 "
+                                       "ja.\u00bb\u2028"),
+              verwacht);
+}
+
+// The core drops exactly the characters ICU calls punctuation, ASCII included.
+TEST(Spraakopdrachten, CoreTrimsPunctuationButNotSymbols) {
+    for (char c = '!'; c <= '~'; ++c) {
+        if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
+            continue;
+        }
+        SCOPED_TRACE(std::string(1, c));
+        const auto t = Spraakopdrachten::tokens(std::string(1, c) + "x" + std::string(1, c));
+        ASSERT_EQ(t.size(), 1U);
+        const std::string verwacht = Tekst::isLeesteken(static_cast<char32_t>(c))
+                                         ? "x"
+                                         : std::string(1, c) + "x" + std::string(1, c);
+        EXPECT_EQ(t[0].kern, verwacht);
+    }
+}
+
+TEST(Spraakopdrachten, SentenceEndLooksPastClosingQuotesAndParenthesis) {
+    const struct {
+        std::string woord;
+        bool eindigt;
+    } gevallen[] = {
+        {"ja.", true},         {"ja?\"", true},      {"ja!\u2019", true}, {"ja.)", true},
+        {"ja.\u201d')", true}, {"ja)", false},       {"ja", false},       {"", false},
+        {"\"", false},         {"ja.\u00bb", false},  // only the closing marks listed count
+        {"ja,", false},        {"(ja.", true},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.woord);
+        EXPECT_EQ(Spraakopdrachten::eindigtZin(g.woord), g.eindigt);
+    }
+}
+
+// The whole chain: replacements first, then the commands, unless the style is literal.
+TEST(Spraakopdrachten, ChainAppliesCommandsExceptInTheLiteralStyle) {
+    const struct {
+        Stijl stijl;
+        bool aan;
+        std::string verwacht;
+    } gevallen[] = {
+        {Stijl::neutraal, true, "Zie Tolmo.\nGroet"},
+        {Stijl::los, true, "Zie Tolmo.\nGroet"},
+        {Stijl::letterlijk, true, "Zie Tolmo punt nieuwe regel groet"},
+        {Stijl::neutraal, false, "Zie Tolmo punt nieuwe regel groet"},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(std::string(stijlWaarden.naam(g.stijl)) + (g.aan ? " aan" : " uit"));
+        TolmoKeten keten;
+        keten.transcriptie = std::make_unique<nep::NepMotor>("Zie tolmoo punt nieuwe regel groet");
+        keten.vervangingen = {{"Tolmo", {"tolmoo"}}};
+        keten.spraakopdrachten = g.aan;
+        keten.spraakopdrachtenStap = &Spraakopdrachten::pasToe;
+        Opname opname;
+        opname.bestand = "/tmp/bestaat-niet.wav";
+        EXPECT_EQ(keten.verwerk(opname, g.stijl, {}).tekst, g.verwacht);
+    }
+}
+
+}  // namespace
+}  // namespace tolmo
