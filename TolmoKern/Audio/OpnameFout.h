@@ -26,7 +26,7 @@ class OpnameFout : public std::exception {
     static std::error_code foutcode(Soort soort) noexcept;
     static const std::error_category& categorie() noexcept;
 
-    bool operator==(const OpnameFout&) const = default;
+    bool operator==(const OpnameFout& ander) const { return soort_ == ander.soort_; }
 
   private:
     Soort soort_;

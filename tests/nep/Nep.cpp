@@ -3,3 +3,6 @@
 #include "nep/NepKluis.h"
 #include "nep/NepMotor.h"
 #include "nep/NepOpschoner.h"
+#include "nep/NepAudio.h"
+#include "nep/NepAudioEngine.h"
+#include "nep/WavLezer.h"
