@@ -210,13 +210,15 @@ struct PulseAudioEngine::Staat {
             this);
 
         // One fragment per tap block keeps the wake-ups few while the first block still comes
-        // as soon as it is full.
+        // as soon as it is full. The server rounds the fragment through whole microseconds and
+        // would hand out one frame less than asked (2047 of 2048), which would hold the first
+        // block back for a whole second fragment; one frame of slack avoids that.
         pa_buffer_attr attr{};
         attr.maxlength = static_cast<std::uint32_t>(-1);
         attr.tlength = static_cast<std::uint32_t>(-1);
         attr.prebuf = static_cast<std::uint32_t>(-1);
         attr.minreq = static_cast<std::uint32_t>(-1);
-        attr.fragsize = frames * static_cast<std::uint32_t>(pa_frame_size(&spec));
+        attr.fragsize = (frames + 1) * static_cast<std::uint32_t>(pa_frame_size(&spec));
         const auto vlaggen =
             static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
         if (pa_stream_connect_record(stroom, gevolgdeBron.c_str(), &attr, vlaggen) < 0) {
