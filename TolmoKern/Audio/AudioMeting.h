@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tolmo {
@@ -20,6 +21,15 @@ struct AudioMeting {
     [[nodiscard]] double niveauDB() const;
     // Registers the rate of the buffers now arriving; r <= 0 or the current rate is ignored.
     void registreerSampleRate(double r);
+    // Counts one buffer of the given rate whose samples have the given sum of squares.
+    void telBuffer(double rate, std::int64_t frames, double somKwadratenBuffer);
+
+    // The level of any run of samples, with the same floor.
+    [[nodiscard]] static double niveauDB(double somKwadraten, std::int64_t aantal);
+    // Sum of squares of n samples that lie `stap` floats apart (interleaved audio has
+    // stap == channels). Accumulates in double so long recordings lose nothing.
+    [[nodiscard]] static double somKwadratenVan(const float* samples, std::size_t n,
+                                                std::size_t stap = 1) noexcept;
 
     bool operator==(const AudioMeting&) const = default;
 };

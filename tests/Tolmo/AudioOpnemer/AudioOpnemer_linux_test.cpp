@@ -1,0 +1,232 @@
+// The recorder with the real converter and WAV writer of this platform.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <new>
+
+#include "Tolmo/AudioOpnemer/AudioOpnemer.h"
+#include "Tolmo/linux/SoxrOmzetter.h"
+#include "Tolmo/linux/WavSchrijver.h"
+#include "TolmoKern/Audio/OpnameFout.h"
+#include "nep/NepAudio.h"
+#include "nep/NepAudioEngine.h"
+#include "nep/WavLezer.h"
+
+// Counts allocations made on the thread that asked for it, to prove the capture routine does
+// not allocate once it has seen a format.
+namespace {
+thread_local bool telAllocaties = false;
+std::atomic<long> allocaties{0};
+}  // namespace
+
+// These replace the global operators with plain malloc/free; the compiler's check for mismatched
+// pairs cannot see that both sides are replaced together.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpragmas"
+#pragma GCC diagnostic ignored "-Wunknown-warning-option"
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t n) {
+    if (telAllocaties) {
+        ++allocaties;
+    }
+    if (void* p = std::malloc(n == 0 ? 1 : n)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+#pragma GCC diagnostic pop
+
+namespace tolmo {
+namespace {
+
+constexpr InvoerFormaat stereo48{48000, 2};
+constexpr InvoerFormaat mono16{16000, 1};
+
+struct EchteOpstelling {
+    nep::NepAudioEngine engine;
+    SoxrOmzetter::Maker omzetters;
+    WavSchrijver::Maker schrijvers;
+    nep::TijdelijkeMap map;
+    AudioOpnemer opnemer{engine, omzetters, schrijvers, map.pad(),
+                         AudioOpnemer::Tijd{[] { return 0.0; }, [](double) {}}};
+
+    // Delivers `aantal` tap buffers of a continuous sine.
+    void sinus(InvoerFormaat f, int aantal, double amplitude, std::uint64_t& frame) {
+        for (int i = 0; i < aantal; ++i) {
+            const nep::NepBuffer b(f, 2048, amplitude, 440.0, frame);
+            engine.lever(b.blok());
+            frame += 2048;
+        }
+    }
+};
+
+nep::WavBestand lees(const std::filesystem::path& pad) {
+    std::string fout;
+    auto wav = nep::leesWav(pad, fout);
+    EXPECT_TRUE(wav.has_value()) << fout;
+    return wav.value_or(nep::WavBestand{});
+}
+
+TEST(AudioOpnemerLinux, Stereo48kBecomesA16kMonoWav) {
+    EchteOpstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    std::uint64_t frame = 0;
+    const double amplitude = 0.5;
+    o.sinus(stereo48, 47, amplitude, frame);  // 47 × 2048 frames ≈ 2.005 s
+    const Opname opname = o.opnemer.rondAf();
+
+    EXPECT_FALSE(opname.onvolledig);
+    EXPECT_EQ(opname.bestand.extension(), ".wav");
+    const double duur = 47 * 2048 / 48000.0;
+    EXPECT_DOUBLE_EQ(opname.meting.duur(), duur);
+    // A sine's mean square is half its peak squared.
+    EXPECT_NEAR(opname.meting.niveauDB(), 20 * std::log10(amplitude / std::sqrt(2.0)), 0.05);
+
+    const auto wav = lees(opname.bestand);
+    EXPECT_EQ(wav.formaatCode, 1);
+    EXPECT_EQ(wav.sampleRate, 16000U);
+    EXPECT_EQ(wav.kanalen, 1);
+    EXPECT_EQ(wav.bits, 16);
+    // Flushing the converter at the end keeps every frame: one third of the input, ±1.
+    EXPECT_NEAR(static_cast<double>(wav.samples.size()), duur * 16000, 1.0);
+    // Identical channels downmix to the same sine; skip the filter's onset.
+    EXPECT_NEAR(wav.rms(1600), amplitude / std::sqrt(2.0), 0.01);
+}
+
+TEST(AudioOpnemerLinux, SwitchTo16kMonoContinuesInOneFile) {
+    EchteOpstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    std::uint64_t frame = 0;
+    o.sinus(stereo48, 24, 0.5, frame);  // 1.024 s
+
+    o.engine.speelAf({{mono16, mono16}});
+    o.engine.meldWijziging();
+    ASSERT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
+    std::uint64_t frame16 = 0;
+    o.sinus(mono16, 8, 0.5, frame16);  // 1.024 s
+
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_FALSE(opname.onvolledig);
+    EXPECT_DOUBLE_EQ(opname.meting.duur(), 24 * 2048 / 48000.0 + 8 * 2048 / 16000.0);
+    EXPECT_EQ(opname.meting.sampleRate, 16000);
+    const auto wav = lees(opname.bestand);
+    EXPECT_EQ(wav.sampleRate, 16000U);
+    EXPECT_NEAR(wav.duur(), opname.meting.duur(), 2.0 / 16000);
+    // No gap of silence where the devices changed: the level holds across the seam.
+    const std::size_t naad = 24 * 2048 / 3;
+    double som = 0;
+    for (std::size_t i = naad - 160; i < naad + 160; ++i) {
+        som += double{wav.samples[i]} * wav.samples[i];
+    }
+    EXPECT_NEAR(std::sqrt(som / 320), 0.5 / std::sqrt(2.0), 0.05);
+}
+
+TEST(AudioOpnemerLinux, CaptureDoesNotAllocateAfterTheFirstBufferOfAFormat) {
+    EchteOpstelling o;
+    o.opnemer.zetNiveauKanaal(std::make_shared<NiveauKanaal>());
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    struct Stap {
+        InvoerFormaat formaat;
+        std::uint32_t frames;
+    };
+    // A new format, and a larger buffer than before, may allocate once each.
+    for (const Stap s : {Stap{stereo48, 2048}, Stap{mono16, 2048}, Stap{stereo48, 4800}}) {
+        const nep::NepBuffer b(s.formaat, s.frames, 0.3);
+        allocaties = 0;
+        telAllocaties = true;
+        o.engine.lever(b.blok());
+        telAllocaties = false;
+        if (s.formaat != stereo48 || s.frames != 2048) {
+            EXPECT_GT(allocaties.load(), 0) << "the counter sees the converter being replaced";
+        }
+        allocaties = 0;
+        telAllocaties = true;
+        for (int i = 0; i < 20; ++i) {
+            o.engine.lever(b.blok());
+        }
+        telAllocaties = false;
+        EXPECT_EQ(allocaties.load(), 0) << s.formaat.sampleRate << " Hz, " << s.frames;
+    }
+    EXPECT_FALSE(o.opnemer.rondAf().onvolledig);
+}
+
+TEST(AudioOpnemerLinux, M4aCannotBeMadeHere) {
+    EchteOpstelling o;
+    o.opnemer.startEngine(false);
+    try {
+        o.opnemer.start(AudioFormaat::m4a);
+        ADD_FAILURE() << "m4a gemaakt";
+    } catch (const OpnameFout& f) {
+        EXPECT_EQ(f.melding(), "Audio omzetten naar 16 kHz mislukt.");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(o.map.pad()));
+}
+
+TEST(AudioOpnemerLinux, UnwritableDirectoryIsAPlatformError) {
+    nep::NepAudioEngine engine;
+    SoxrOmzetter::Maker omzetters;
+    WavSchrijver::Maker schrijvers;
+    AudioOpnemer opnemer(engine, omzetters, schrijvers, "/nonexistent/tolmo");
+    opnemer.startEngine(false);
+    EXPECT_THROW(opnemer.start(AudioFormaat::wav), std::system_error);
+}
+
+TEST(SoxrOmzetter, DownmixAndLength) {
+    struct Geval {
+        InvoerFormaat van;
+        float links, rechts;  // constant per channel
+        float verwacht;       // the steady converted value
+    };
+    const Geval gevallen[] = {
+        {{48000, 2}, 0.5F, 0.5F, 0.5F},
+        {{48000, 2}, 0.5F, -0.5F, 0.0F},  // opposite channels cancel
+        {{44100, 2}, 0.8F, 0.0F, 0.4F},
+        {{16000, 1}, 0.3F, 0.3F, 0.3F},  // same rate: passes through
+        {{8000, 1}, -0.25F, -0.25F, -0.25F},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.van.sampleRate);
+        auto omzetter = SoxrOmzetter::maak(g.van, mono16);
+        ASSERT_TRUE(omzetter);
+        const std::uint32_t frames = 2048;
+        std::vector<float> in(std::size_t{frames} * g.van.kanalen);
+        for (std::size_t i = 0; i < frames; ++i) {
+            in[i * g.van.kanalen] = g.links;
+            if (g.van.kanalen == 2) {
+                in[i * 2 + 1] = g.rechts;
+            }
+        }
+        const float* kanalen[2] = {in.data(), in.data() + 1};
+        const AudioBlok blok{g.van, frames, kanalen, g.van.kanalen};
+        std::vector<float> uit;
+        std::vector<float> stuk(16000 * frames / static_cast<std::size_t>(g.van.sampleRate) + 64);
+        std::error_code fout;
+        for (int i = 0; i < 10; ++i) {
+            const std::size_t n = omzetter->zetOm(blok, stuk, fout);
+            ASSERT_FALSE(fout);
+            uit.insert(uit.end(), stuk.begin(), stuk.begin() + static_cast<long>(n));
+        }
+        for (std::size_t n; (n = omzetter->spoel(stuk, fout)) > 0;) {
+            uit.insert(uit.end(), stuk.begin(), stuk.begin() + static_cast<long>(n));
+        }
+        const double verwachtAantal = 10.0 * frames * 16000 / g.van.sampleRate;
+        EXPECT_NEAR(static_cast<double>(uit.size()), verwachtAantal, 1.0);
+        EXPECT_NEAR(uit[uit.size() / 2], g.verwacht, 1e-3);
+    }
+    EXPECT_FALSE(SoxrOmzetter::maak({0, 2}, mono16));
+    EXPECT_FALSE(SoxrOmzetter::maak(stereo48, {16000, 2}));
+}
+
+}  // namespace
+}  // namespace tolmo

@@ -1,0 +1,472 @@
+#include "Tolmo/AudioOpnemer/AudioOpnemer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numeric>
+#include <regex>
+
+#include "TolmoKern/Audio/OpnameFout.h"
+#include "nep/NepAudio.h"
+#include "nep/NepAudioEngine.h"
+
+namespace tolmo {
+namespace {
+
+using Formaten = nep::NepAudioEngine::Formaten;
+
+constexpr InvoerFormaat stereo48{48000, 2};
+constexpr InvoerFormaat mono16{16000, 1};
+constexpr InvoerFormaat geen{0, 0};
+
+struct Opstelling {
+    nep::NepAudioEngine engine;
+    nep::NepOmzetterMaker omzetters;
+    nep::NepSchrijverMaker schrijvers;
+    nep::TijdelijkeMap map;
+    std::vector<double> slapen;
+    double klok = 100.0;
+    AudioOpnemer opnemer{engine, omzetters, schrijvers, map.pad(),
+                         AudioOpnemer::Tijd{[this] { return klok; },
+                                            [this](double s) {
+                                                slapen.push_back(s);
+                                                klok += s;
+                                            }}};
+
+    [[nodiscard]] double geslapen() const {
+        return std::accumulate(slapen.begin(), slapen.end(), 0.0);
+    }
+};
+
+// A buffer holding one constant value on every channel, so its level is exact: 20·log10(c).
+nep::NepBuffer constant(InvoerFormaat f, float c, std::uint32_t frames = 2048) {
+    nep::NepBuffer b(f, frames, 0.0);
+    std::fill(b.data().begin(), b.data().end(), c);
+    return b;
+}
+
+TEST(AudioOpnemer, WaitsForAUsableFormatInQuarterSeconds) {
+    struct Geval {
+        const char* naam;
+        bool stemverwerking;
+        std::vector<Formaten> script;
+        bool start;
+        int slaapbeurten;
+    };
+    const Geval gevallen[] = {
+        {"meteen bruikbaar", false, {{stereo48, stereo48}}, true, 0},
+        {"kanten verschillen eerst",
+         false,
+         {{stereo48, {44100, 2}}, {stereo48, {44100, 2}}, {stereo48, stereo48}},
+         true,
+         2},
+        // Valid at exactly 1.5 s: the last check still counts.
+        {"bruikbaar na 1,5 s",
+         false,
+         {{geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {mono16, mono16}},
+         true,
+         6},
+        {"pas na 1,75 s",
+         false,
+         {{geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {geen, geen},
+          {mono16, mono16}},
+         false,
+         6},
+        {"nooit bruikbaar", false, {{stereo48, geen}}, false, 6},
+        {"blijvend verschillend", false, {{stereo48, mono16}}, false, 6},
+        // Voice processing looks at the tap side only.
+        {"stemverwerking: invoerkant ongeldig", true, {{geen, stereo48}}, true, 0},
+        {"stemverwerking: geen kanalen", true, {{stereo48, {48000, 0}}}, false, 6},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.engine.vp = g.stemverwerking;
+        o.engine.speelAf(g.script);
+        if (g.start) {
+            EXPECT_NO_THROW(o.opnemer.startEngine(g.stemverwerking));
+            EXPECT_EQ(o.engine.tapFrames, 2048U);
+            EXPECT_EQ(o.engine.tapFormaat,
+                      g.script[std::min<std::size_t>(g.slaapbeurten, g.script.size() - 1)].uitvoer);
+            EXPECT_TRUE(o.engine.draait);
+        } else {
+            try {
+                o.opnemer.startEngine(g.stemverwerking);
+                ADD_FAILURE() << "geen fout";
+            } catch (const OpnameFout& f) {
+                EXPECT_EQ(f, OpnameFout::geenInvoer());
+            }
+            EXPECT_EQ(o.engine.aantal("installeerTap"), 0);
+            EXPECT_FALSE(o.engine.draait);
+        }
+        EXPECT_EQ(o.slapen.size(), static_cast<std::size_t>(g.slaapbeurten));
+        for (double s : o.slapen) {
+            EXPECT_EQ(s, 0.25);
+        }
+        EXPECT_LE(o.geslapen(), 1.5);
+        EXPECT_EQ(o.engine.resets, o.slapen.size());
+    }
+}
+
+TEST(AudioOpnemer, VoiceProcessingIsOnlySetWhenItDiffers) {
+    struct Geval {
+        bool aanwezig, gewenst, weigert;
+        long zetten;
+        bool actief;
+    };
+    const Geval gevallen[] = {
+        {false, false, false, 0, false}, {true, true, false, 0, true},
+        {false, true, false, 1, true},   {true, false, false, 1, false},
+        {false, true, true, 1, false},  // refused: swallowed, recording goes on without it
+        {true, false, true, 1, true},   // cannot be switched off: it stays on, and says so
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(::testing::Message() << g.aanwezig << g.gewenst << g.weigert);
+        Opstelling o;
+        o.engine.vp = g.aanwezig;
+        o.engine.vpWeigert = g.weigert;
+        EXPECT_NO_THROW(o.opnemer.startEngine(g.gewenst));
+        EXPECT_EQ(o.engine.aantal("stemverwerking aan") + o.engine.aantal("stemverwerking uit"),
+                  g.zetten);
+        EXPECT_EQ(o.opnemer.ruisonderdrukkingActief(), g.actief);
+        EXPECT_EQ(o.engine.demping.has_value(), g.actief);
+        if (g.actief) {
+            EXPECT_FALSE(o.engine.demping->geavanceerd);
+            EXPECT_EQ(o.engine.demping->niveau, 10);
+        }
+    }
+}
+
+TEST(AudioOpnemer, NoiseSuppressionDecision) {
+    using T = AudioEngine::Transport;
+    struct Geval {
+        bool gevraagd;
+        T transport;
+        bool faaltMetStemverwerking;
+        bool overgeslagen, actief;
+        long starts;
+    };
+    const Geval gevallen[] = {
+        {false, T::anders, false, false, false, 1},
+        {false, T::bluetooth, false, false, false, 1},  // not asked: nothing skipped
+        {true, T::anders, false, false, true, 1},
+        {true, T::bluetooth, false, true, false, 1},
+        {true, T::bluetoothLE, false, true, false, 1},
+        // Starting with voice processing fails: once more without it.
+        {true, T::anders, true, false, false, 2},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(::testing::Message()
+                     << g.gevraagd << static_cast<int>(g.transport) << g.faaltMetStemverwerking);
+        Opstelling o;
+        o.engine.transport = g.transport;
+        o.engine.startFaaltMetStemverwerking = g.faaltMetStemverwerking;
+        EXPECT_NO_THROW(o.opnemer.startEngineMetRuisonderdrukking(g.gevraagd));
+        EXPECT_EQ(o.opnemer.ruisonderdrukkingOvergeslagenBluetooth(), g.overgeslagen);
+        EXPECT_EQ(o.opnemer.ruisonderdrukkingActief(), g.actief);
+        EXPECT_EQ(o.engine.vp, g.actief);
+        EXPECT_EQ(o.engine.aantal("start"), g.starts);
+        EXPECT_TRUE(o.engine.draait);
+        EXPECT_TRUE(o.engine.tap);
+        if (g.starts == 2) {
+            EXPECT_GE(o.engine.aantal("stop"), 1);
+        }
+    }
+    // Without voice processing too the engine cannot start: the error reaches the caller.
+    Opstelling o;
+    o.engine.startFaalt = true;
+    EXPECT_ANY_THROW(o.opnemer.startEngineMetRuisonderdrukking(true));
+}
+
+TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
+    struct Geval {
+        float waarde;  // constant sample value; level = 20·log10(waarde)
+        double db;
+        float doel;
+    };
+    const Geval gevallen[] = {
+        {0.0F, -160.0, 0.0F},    {1e-9F, -160.0, 0.0F},  // -180 dB: floored
+        {0.001F, -60.0, 0.0F},   {0.0001F, -80.0, 0.0F}, {0.0031623F, -50.0, 0.2F},
+        {0.31623F, -10.0, 1.0F}, {1.0F, 0.0, 1.0F},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.waarde);
+        Opstelling o;
+        auto kanaal = std::make_shared<NiveauKanaal>();
+        o.opnemer.zetNiveauKanaal(kanaal);
+        o.opnemer.startEngine(false);
+        o.opnemer.start(std::nullopt);
+        o.klok = 123.5;
+        o.engine.lever(constant(stereo48, g.waarde).blok());
+        EXPECT_NEAR(o.opnemer.niveau(), g.db, 1e-3);
+        const auto stand = kanaal->lees();
+        EXPECT_NEAR(stand.niveau, 0.6F * g.doel, 1e-4);  // rising from 0
+        EXPECT_EQ(stand.tijd, 123.5);
+        EXPECT_EQ(stand.volgnummer, 1U);
+    }
+}
+
+TEST(AudioOpnemer, EmptyBufferCountsAsSilence) {
+    Opstelling o;
+    auto kanaal = std::make_shared<NiveauKanaal>();
+    o.opnemer.zetNiveauKanaal(kanaal);
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    o.engine.lever(constant(stereo48, 0.5F).blok());
+    const float na1 = kanaal->lees().niveau;
+    o.engine.lever(constant(stereo48, 0.5F, 0).blok());
+    EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
+    EXPECT_FLOAT_EQ(kanaal->lees().niveau, na1 * 0.75F);  // falls by a quarter
+    EXPECT_EQ(o.opnemer.bufferTeller(), 2);
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_EQ(opname.meting.aantalSamples, 2048);
+    EXPECT_FALSE(opname.onvolledig);
+}
+
+TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
+    Opstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    ASSERT_EQ(o.schrijvers.paden.size(), 1U);
+    const auto pad = o.schrijvers.paden[0];
+    EXPECT_EQ(pad.parent_path(), o.map.pad());
+    EXPECT_TRUE(std::regex_match(
+        pad.filename().string(),
+        std::regex(
+            "tolmo-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.wav")))
+        << pad;
+    for (int i = 0; i < 10; ++i) {
+        o.engine.lever(constant(stereo48, 0.25F).blok());
+    }
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_EQ(opname.bestand, pad);
+    EXPECT_EQ(opname.formaat, AudioFormaat::wav);
+    EXPECT_FALSE(opname.onvolledig);
+    EXPECT_EQ(opname.meting.sampleRate, 48000);
+    EXPECT_EQ(opname.meting.aantalSamples, 20480);
+    EXPECT_NEAR(opname.meting.niveauDB(), 20 * std::log10(0.25), 1e-6);
+    const auto& stand = *o.schrijvers.standen[0];
+    EXPECT_TRUE(stand.gesloten);
+    EXPECT_EQ(stand.samples.size(), 10U * 683U);  // every third of 2048 frames, rounded up
+    // A second recording gets its own file; the first stays for its owner to delete.
+    o.opnemer.start(AudioFormaat::wav);
+    ASSERT_EQ(o.schrijvers.paden.size(), 2U);
+    EXPECT_NE(o.schrijvers.paden[1], pad);
+    EXPECT_TRUE(std::filesystem::exists(pad));
+}
+
+TEST(AudioOpnemer, WriteErrorMarksTheRecordingIncomplete) {
+    Opstelling o;
+    o.schrijvers.faaltVanaf = 3;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    for (int i = 0; i < 6; ++i) {
+        o.engine.lever(constant(stereo48, 0.1F).blok());
+    }
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_TRUE(opname.onvolledig);
+    EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), std::make_error_code(std::errc::no_space_on_device));
+    // The first error stops writing but never measuring.
+    EXPECT_EQ(o.schrijvers.standen[0]->schrijfacties, 3);
+    EXPECT_EQ(opname.meting.aantalSamples, 6 * 2048);
+    // The error belongs to that recording only.
+    o.schrijvers.faaltVanaf = 0;
+    o.opnemer.start(AudioFormaat::wav);
+    o.engine.lever(constant(stereo48, 0.1F).blok());
+    EXPECT_FALSE(o.opnemer.rondAf().onvolledig);
+}
+
+TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
+    Opstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    o.engine.lever(constant(stereo48, 0.1F).blok());
+    o.omzetters.weigert = true;
+    o.engine.lever(constant(mono16, 0.1F).blok());
+    o.engine.lever(constant(mono16, 0.1F).blok());
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_TRUE(opname.onvolledig);
+    EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), OpnameFout::omzetten().foutcode());
+    EXPECT_EQ(o.schrijvers.standen[0]->schrijfacties, 1);
+    EXPECT_NEAR(opname.meting.duur(), 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
+}
+
+TEST(AudioOpnemer, StartFailures) {
+    {
+        Opstelling o;  // engine never started: no input format known
+        EXPECT_THROW(o.opnemer.start(AudioFormaat::wav), OpnameFout);
+    }
+    {
+        Opstelling o;
+        o.omzetters.weigert = true;
+        o.opnemer.startEngine(false);
+        try {
+            o.opnemer.start(AudioFormaat::wav);
+            ADD_FAILURE();
+        } catch (const OpnameFout& f) {
+            EXPECT_EQ(f, OpnameFout::omzetten());
+        }
+        EXPECT_TRUE(o.schrijvers.paden.empty());
+        // Nothing is half-open: finishing gives an empty recording at the input rate.
+        const Opname leeg = o.opnemer.rondAf();
+        EXPECT_TRUE(leeg.bestand.empty());
+        EXPECT_EQ(leeg.meting.sampleRate, 48000);
+        EXPECT_EQ(leeg.meting.aantalSamples, 0);
+    }
+}
+
+TEST(AudioOpnemer, CancelDeletesTheFile) {
+    Opstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    o.engine.lever(constant(stereo48, 0.1F).blok());
+    const auto pad = o.schrijvers.paden.at(0);
+    ASSERT_TRUE(std::filesystem::exists(pad));
+    o.opnemer.annuleer();
+    EXPECT_FALSE(std::filesystem::exists(pad));
+    EXPECT_TRUE(o.schrijvers.standen[0]->gesloten);
+    EXPECT_FALSE(o.engine.draait);
+    EXPECT_FALSE(o.engine.tap);
+    EXPECT_TRUE(o.opnemer.rondAf().bestand.empty());
+    EXPECT_NO_THROW(o.opnemer.annuleer());  // twice is harmless
+}
+
+TEST(AudioOpnemer, RestartDecisions) {
+    using F = FormaatBesluit;
+    struct Geval {
+        const char* naam;
+        std::optional<AudioFormaat> opname;  // nullopt: no recording (or measuring only)
+        bool meetAlleen;
+        std::vector<Formaten> naWijziging;
+        bool startFaalt, omzetterWeigert;
+        F verwacht;
+    };
+    const Geval gevallen[] = {
+        {"stil", std::nullopt, false, {{mono16, mono16}}, false, false, F::geenDictaat},
+        {"alleen meten", std::nullopt, true, {{mono16, mono16}}, false, false, F::geenDictaat},
+        {"zelfde formaat",
+         AudioFormaat::wav,
+         false,
+         {{stereo48, stereo48}},
+         false,
+         false,
+         F::ongewijzigd},
+        {"nieuw formaat",
+         AudioFormaat::wav,
+         false,
+         {{mono16, mono16}},
+         false,
+         false,
+         F::omzetterVernieuwen},
+        {"start mislukt",
+         AudioFormaat::wav,
+         false,
+         {{stereo48, stereo48}},
+         true,
+         false,
+         F::afrondenMetDeelopname},
+        {"geen invoer meer",
+         AudioFormaat::wav,
+         false,
+         {{geen, geen}},
+         false,
+         false,
+         F::afrondenMetDeelopname},
+        {"formaten blijven verschillen",
+         AudioFormaat::wav,
+         false,
+         {{stereo48, mono16}},
+         false,
+         false,
+         F::afrondenMetDeelopname},
+        {"geen omzetter voor nieuw formaat",
+         AudioFormaat::wav,
+         false,
+         {{mono16, mono16}},
+         false,
+         true,
+         F::afrondenMetDeelopname},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        bool gemeld = false;
+        o.opnemer.zetOpConfiguratieWijziging([&] { gemeld = true; });
+        o.opnemer.startEngine(false);
+        if (g.opname || g.meetAlleen) {
+            o.opnemer.start(g.opname);
+        }
+        o.engine.lever(constant(stereo48, 0.1F).blok());
+        o.engine.speelAf(g.naWijziging);
+        o.engine.startFaalt = g.startFaalt;
+        o.omzetters.weigert = g.omzetterWeigert;
+        o.engine.meldWijziging();
+        EXPECT_TRUE(gemeld);
+        const int omzettersVoor = o.omzetters.gemaakt;
+        EXPECT_EQ(o.opnemer.herstartNaWijziging(), g.verwacht);
+        if (g.verwacht == F::omzetterVernieuwen) {
+            EXPECT_EQ(o.omzetters.gemaakt, omzettersVoor + 1);
+        }
+        if (g.verwacht == F::ongewijzigd) {
+            EXPECT_EQ(o.omzetters.gemaakt, omzettersVoor);
+        }
+    }
+}
+
+TEST(AudioOpnemer, ContinuesInTheSameFileAfterAFormatSwitch) {
+    Opstelling o;
+    o.opnemer.startEngine(false);
+    o.opnemer.start(AudioFormaat::wav);
+    for (int i = 0; i < 3; ++i) {
+        o.engine.lever(constant(stereo48, 0.2F).blok());
+    }
+    o.engine.speelAf({{mono16, mono16}});
+    ASSERT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
+    EXPECT_EQ(o.engine.tapFormaat, mono16);
+    for (int i = 0; i < 2; ++i) {
+        o.engine.lever(constant(mono16, 0.2F).blok());
+    }
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_EQ(o.schrijvers.paden.size(), 1U);
+    EXPECT_FALSE(opname.onvolledig);
+    EXPECT_NEAR(opname.meting.duur(), 3 * 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
+    EXPECT_EQ(o.schrijvers.standen[0]->samples.size(), 3U * 683U + 2U * 2048U);
+}
+
+TEST(NiveauKanaal, ReaderSeesWholePublications) {
+    NiveauKanaal kanaal;
+    EXPECT_EQ(kanaal.lees().volgnummer, 0U);
+    std::atomic<bool> klaar{false};
+    std::thread schrijver([&] {
+        for (int i = 1; i <= 200000; ++i) {
+            // Level and time always belong together: tijd = 2 × niveau.
+            kanaal.publiceer(static_cast<float>(i), 2.0 * i);
+        }
+        klaar = true;
+    });
+    std::uint64_t vorige = 0;
+    while (!klaar) {
+        const auto s = kanaal.lees();
+        ASSERT_EQ(s.tijd, 2.0 * s.niveau);
+        ASSERT_GE(s.volgnummer, vorige);
+        vorige = s.volgnummer;
+    }
+    schrijver.join();
+    EXPECT_EQ(kanaal.lees().niveau, 200000.0F);
+    EXPECT_EQ(kanaal.lees().volgnummer, 200000U);
+}
+
+}  // namespace
+}  // namespace tolmo

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <numbers>
+#include <vector>
+
+#include "Tolmo/AudioOpnemer/AudioSchrijver.h"
+#include "Tolmo/AudioOpnemer/Omzetter.h"
+
+namespace tolmo::nep {
+
+// A test signal held as interleaved floats, with the view the tap would hand out.
+class NepBuffer {
+  public:
+    // A sine of the given peak amplitude on every channel (silence when amplitude is 0).
+    NepBuffer(InvoerFormaat formaat, std::uint32_t frames, double amplitude,
+              double frequentie = 440.0, std::uint64_t beginFrame = 0)
+        : formaat_(formaat), frames_(frames), data_(std::size_t{frames} * formaat.kanalen) {
+        for (std::uint32_t i = 0; i < frames; ++i) {
+            const double t = static_cast<double>(beginFrame + i) / formaat.sampleRate;
+            const auto v =
+                static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * frequentie * t));
+            for (std::uint32_t c = 0; c < formaat.kanalen; ++c) {
+                data_[std::size_t{i} * formaat.kanalen + c] = v;
+            }
+        }
+        for (std::uint32_t c = 0; c < formaat.kanalen; ++c) {
+            kanalen_.push_back(data_.data() + c);
+        }
+    }
+    [[nodiscard]] AudioBlok blok() const {
+        return {formaat_, frames_, kanalen_.data(), formaat_.kanalen};
+    }
+    std::vector<float>& data() { return data_; }
+
+  private:
+    InvoerFormaat formaat_;
+    std::uint32_t frames_;
+    std::vector<float> data_;
+    std::vector<const float*> kanalen_;
+};
+
+// Converts by averaging the channels and keeping every n-th frame (rates that divide evenly).
+class NepOmzetter final : public Omzetter {
+  public:
+    explicit NepOmzetter(InvoerFormaat van) : van_(van) {}
+    const InvoerFormaat& invoer() const override { return van_; }
+    std::size_t zetOm(const AudioBlok& b, std::span<float> uit,
+                      std::error_code&) noexcept override {
+        const auto stap = static_cast<std::size_t>(van_.sampleRate / doelFormaat.sampleRate);
+        std::size_t n = 0;
+        for (std::size_t i = 0; i < b.frames && n < uit.size(); i += stap) {
+            float som = 0;
+            for (std::uint32_t c = 0; c < b.formaat.kanalen; ++c) {
+                som += b.sample(c, i);
+            }
+            uit[n++] = som / static_cast<float>(b.formaat.kanalen);
+        }
+        return n;
+    }
+    std::size_t spoel(std::span<float>, std::error_code&) noexcept override { return 0; }
+
+  private:
+    InvoerFormaat van_;
+};
+
+class NepOmzetterMaker final : public Omzetter::Maker {
+  public:
+    bool weigert = false;
+    int gemaakt = 0;
+    std::unique_ptr<Omzetter> maak(const InvoerFormaat& van, const InvoerFormaat&) override {
+        if (weigert) {
+            return nullptr;
+        }
+        ++gemaakt;
+        return std::make_unique<NepOmzetter>(van);
+    }
+};
+
+// Keeps what is written in memory (and creates the file, so deleting it can be checked);
+// fails from the given write on.
+class NepSchrijver final : public AudioSchrijver {
+  public:
+    struct Stand {
+        std::vector<float> samples;
+        int schrijfacties = 0;
+        bool gesloten = false;
+    };
+    NepSchrijver(std::shared_ptr<Stand> stand, int faaltVanaf)
+        : stand_(std::move(stand)), faaltVanaf_(faaltVanaf) {}
+    void schrijf(std::span<const float> s, std::error_code& fout) noexcept override {
+        ++stand_->schrijfacties;
+        if (faaltVanaf_ > 0 && stand_->schrijfacties >= faaltVanaf_) {
+            fout = std::make_error_code(std::errc::no_space_on_device);
+            return;
+        }
+        stand_->samples.insert(stand_->samples.end(), s.begin(), s.end());
+    }
+    void sluit() noexcept override { stand_->gesloten = true; }
+
+  private:
+    std::shared_ptr<Stand> stand_;
+    int faaltVanaf_;
+};
+
+class NepSchrijverMaker final : public AudioSchrijver::Maker {
+  public:
+    int faaltVanaf = 0;  // 0: never
+    std::vector<std::filesystem::path> paden;
+    std::vector<std::shared_ptr<NepSchrijver::Stand>> standen;
+    std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad, AudioFormaat) override {
+        std::ofstream(pad).put('x');
+        paden.push_back(pad);
+        standen.push_back(std::make_shared<NepSchrijver::Stand>());
+        return std::make_unique<NepSchrijver>(standen.back(), faaltVanaf);
+    }
+};
+
+// A fresh temporary directory, removed with everything in it.
+class TijdelijkeMap {
+  public:
+    TijdelijkeMap() {
+        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-test-XXXXXX").string();
+        pad_ = ::mkdtemp(sjabloon.data());
+    }
+    ~TijdelijkeMap() {
+        std::error_code ec;
+        std::filesystem::remove_all(pad_, ec);
+    }
+    TijdelijkeMap(const TijdelijkeMap&) = delete;
+    TijdelijkeMap& operator=(const TijdelijkeMap&) = delete;
+    [[nodiscard]] const std::filesystem::path& pad() const { return pad_; }
+
+  private:
+    std::filesystem::path pad_;
+};
+
+}  // namespace tolmo::nep
