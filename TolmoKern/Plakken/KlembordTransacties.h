@@ -9,7 +9,7 @@ namespace tolmo {
 
 // What the bookkeeping needs of a clipboard.
 template <typename K>
-concept Klembord = requires(K k, const std::string& tekst, const typename K::Momentopname& m) {
+concept Klembord = requires(K& k, const std::string& tekst, const typename K::Momentopname& m) {
     { k.wijzigingsTeller() } -> std::convertible_to<std::int64_t>;
     { k.maakMomentopname() } -> std::same_as<typename K::Momentopname>;
     { k.schrijf(tekst) } -> std::convertible_to<std::int64_t>;

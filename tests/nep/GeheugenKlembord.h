@@ -5,37 +5,44 @@
 #include <utility>
 #include <vector>
 
+#include "Tolmo/Plakker/KlembordPoort.h"
+
 namespace tolmo::nep {
 
 // An in-memory clipboard: items of (type, data) pairs and a change count that moves on every
 // write, like a real pasteboard. Records the pastes it was asked to post.
-class GeheugenKlembord {
+class GeheugenKlembord final : public KlembordPoort {
   public:
     using Item = std::vector<std::pair<std::string, std::string>>;
-    using Momentopname = std::vector<Item>;
 
     std::vector<Item> items;
     std::int64_t teller = 0;
     int plakToetsen = 0;
     int herstellingen = 0;
+    // The text on the clipboard at each paste keystroke.
+    std::vector<std::string> geplakt;
 
-    std::int64_t wijzigingsTeller() const { return teller; }
-    Momentopname maakMomentopname() const { return items; }
-    std::int64_t schrijf(const std::string& tekst) {
+    std::int64_t wijzigingsTeller() const override { return teller; }
+    Momentopname maakMomentopname() const override { return items; }
+    std::int64_t schrijf(const std::string& tekst) override {
         items = {{{"public.utf8-plain-text", tekst}, {"org.nspasteboard.TransientType", ""}}};
         return ++teller;
     }
-    void herstel(const Momentopname& m) {
+    void zetTekst(const std::string& tekst) override {
+        items = {{{"public.utf8-plain-text", tekst}}};
+        ++teller;
+    }
+    void herstel(const Momentopname& m) override {
         ++herstellingen;
         items = m;
         ++teller;
     }
-    // The user (or another app) copies something.
-    void kopieer(const std::string& tekst) {
-        items = {{{"public.utf8-plain-text", tekst}}};
-        ++teller;
+    void stuurPlakToets() override {
+        ++plakToetsen;
+        geplakt.push_back(tekst());
     }
-    void stuurPlakToets() { ++plakToetsen; }
+    // The user (or another app) copies something.
+    void kopieer(const std::string& tekst) { zetTekst(tekst); }
 
     [[nodiscard]] std::string tekst() const {
         for (const Item& item : items) {

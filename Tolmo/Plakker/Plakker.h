@@ -1,0 +1,61 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Tolmo/Plakker/KlembordPoort.h"
+#include "Tolmo/Poorten/HoofdLus.h"
+#include "Tolmo/Poorten/Toestemmingen.h"
+#include "TolmoKern/Plakken/KlembordTransacties.h"
+
+namespace tolmo {
+
+// Puts a finished dictation into the app the user works in: writes the clipboard, posts the
+// paste keystroke and, when asked, puts the user's clipboard back afterwards. Pastes run strictly
+// one after another, each including its restore, so a restore never meets a later paste halfway.
+// Lives on the main thread.
+class Plakker {
+  public:
+    enum class Uitkomst { verstuurd, opKlembord, doelGewijzigd };
+
+    // How long the target app gets to read the clipboard before it is restored.
+    static constexpr double herstelVertraging = 0.6;
+
+    using DoelKlopt = std::function<bool()>;
+    using Klaar = std::function<void(Uitkomst)>;
+
+    Plakker(KlembordPoort& klembord, HoofdLus& lus, const Toestemmingen& toestemmingen);
+    ~Plakker();
+    Plakker(const Plakker&) = delete;
+    Plakker& operator=(const Plakker&) = delete;
+
+    // doelKlopt runs just before pasting and answers whether the target is still the one of the
+    // dictation's start. klaar gets the outcome as soon as it is known (before the restore).
+    void plak(const std::string& tekst, bool herstelKlembord, DoelKlopt doelKlopt, Klaar klaar);
+
+    [[nodiscard]] bool bezig() const { return bezig_; }
+
+  private:
+    struct Opdracht {
+        std::string tekst;
+        bool herstel = false;
+        DoelKlopt doelKlopt;
+        Klaar klaar;
+    };
+
+    void volgende();
+    void voerUit(Opdracht opdracht);
+
+    KlembordPoort& klembord_;
+    HoofdLus& lus_;
+    const Toestemmingen& toestemmingen_;
+    KlembordTransacties<KlembordPoort> transacties_;
+    std::deque<Opdracht> wachtrij_;
+    bool bezig_ = false;
+    // Tasks left on the main loop check this before touching a paster that is gone.
+    std::shared_ptr<Plakker*> anker_;
+};
+
+}  // namespace tolmo

@@ -1,0 +1,123 @@
+#include "Tolmo/Plakker/Plakker.h"
+
+#include <gtest/gtest.h>
+
+#include "nep/GeheugenKlembord.h"
+#include "nep/NepHoofdLus.h"
+#include "nep/NepToestemmingen.h"
+
+namespace tolmo {
+namespace {
+
+using Uitkomst = Plakker::Uitkomst;
+
+class PlakkerTest : public ::testing::Test {
+  protected:
+    nep::GeheugenKlembord klembord;
+    nep::NepHoofdLus lus;
+    nep::NepToestemmingen toestemmingen;
+    Plakker plakker{klembord, lus, toestemmingen};
+    std::vector<std::pair<double, Uitkomst>> uitkomsten;
+
+    void plak(
+        const std::string& tekst, bool herstel,
+        std::function<bool()> doelKlopt = [] { return true; }) {
+        plakker.plak(tekst, herstel, std::move(doelKlopt),
+                     [this](Uitkomst u) { uitkomsten.emplace_back(lus.uptime(), u); });
+    }
+};
+
+TEST_F(PlakkerTest, OutcomesAndWhatStaysOnTheClipboard) {
+    struct Geval {
+        const char* naam;
+        bool toegankelijkheid;
+        bool doelKlopt;
+        bool herstel;
+        Uitkomst uitkomst;
+        int toetsen;
+        std::string daarna;  // clipboard text once everything has settled
+    };
+    const Geval gevallen[] = {
+        {"geen Toegankelijkheid", false, true, true, Uitkomst::opKlembord, 0, "dictaat"},
+        {"doel veranderd", true, false, true, Uitkomst::doelGewijzigd, 0, "dictaat"},
+        {"zonder herstel", true, true, false, Uitkomst::verstuurd, 1, "dictaat"},
+        {"met herstel", true, true, true, Uitkomst::verstuurd, 1, "van de gebruiker"},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        nep::GeheugenKlembord k;
+        nep::NepHoofdLus l;
+        nep::NepToestemmingen t;
+        t.toegang = g.toegankelijkheid;
+        Plakker p(k, l, t);
+        k.kopieer("van de gebruiker");
+        std::vector<Uitkomst> u;
+        p.plak(
+            "dictaat", g.herstel, [&] { return g.doelKlopt; }, [&](Uitkomst x) { u.push_back(x); });
+        l.draai();
+        ASSERT_EQ(u, std::vector<Uitkomst>{g.uitkomst});
+        EXPECT_EQ(k.plakToetsen, g.toetsen);
+        if (g.toetsen > 0) {
+            EXPECT_EQ(k.geplakt.front(), "dictaat");
+        }
+        l.verstrijk(0.59);
+        EXPECT_EQ(k.tekst(), g.uitkomst == Uitkomst::verstuurd || g.toetsen == 0 ? "dictaat" : "");
+        l.verstrijk(0.02);
+        EXPECT_EQ(k.tekst(), g.daarna);
+        EXPECT_FALSE(p.bezig());
+    }
+}
+
+TEST_F(PlakkerTest, PastesWaitForTheRestoreOfTheOneBefore) {
+    klembord.kopieer("van de gebruiker");
+    std::vector<double> doelGevraagd;
+    plak("een", true, [&] {
+        doelGevraagd.push_back(lus.uptime());
+        return true;
+    });
+    lus.verstrijk(0.3);
+    plak("twee", true, [&] {
+        doelGevraagd.push_back(lus.uptime());
+        return true;
+    });
+    lus.verstrijk(0.2);
+    EXPECT_EQ(klembord.plakToetsen, 1) << "the second paste must wait for the first restore";
+    lus.verstrijk(0.2);
+    EXPECT_EQ(klembord.geplakt, (std::vector<std::string>{"een", "twee"}));
+    ASSERT_EQ(doelGevraagd.size(), 2U);
+    EXPECT_NEAR(doelGevraagd[1] - doelGevraagd[0], 0.6, 1e-9);
+    lus.verstrijk(1.0);
+    EXPECT_EQ(klembord.tekst(), "van de gebruiker")
+        << "what the user had before the first comes back";
+}
+
+TEST_F(PlakkerTest, ACopyDuringTheWaitIsKept) {
+    klembord.kopieer("oud");
+    plak("dictaat", true);
+    lus.verstrijk(0.3);
+    klembord.kopieer("net gekopieerd");
+    lus.verstrijk(0.5);
+    EXPECT_EQ(klembord.tekst(), "net gekopieerd");
+    EXPECT_EQ(klembord.herstellingen, 0);
+}
+
+TEST_F(PlakkerTest, NothingRunsAfterThePasterIsGone) {
+    nep::GeheugenKlembord k;
+    nep::NepHoofdLus l;
+    nep::NepToestemmingen t;
+    k.kopieer("oud");
+    {
+        Plakker p(k, l, t);
+        p.plak(
+            "a", true, [] { return true; }, [](Uitkomst) {});
+        p.plak(
+            "b", true, [] { return true; }, [](Uitkomst) {});
+        l.draai();
+    }
+    l.verstrijk(2.0);
+    EXPECT_EQ(k.plakToetsen, 1);
+    EXPECT_EQ(k.tekst(), "a");
+}
+
+}  // namespace
+}  // namespace tolmo
