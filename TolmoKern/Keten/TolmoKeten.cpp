@@ -5,6 +5,8 @@
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/Vervangingen.h"
+#include "TolmoKern/Opschonen/ChatOpschoner.h"
+#include "TolmoKern/Spraakopdrachten/Spraakopdrachten.h"
 #include "TolmoKern/Tekst/Tekst.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/Eindpunten.h"
@@ -50,6 +52,7 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
     if (!transport && instellingen.motor != Motor::test) {
         transport = CurlTransport::gedeeld();
     }
+    const Eindpunten eindpunten = Eindpunten::uitOmgeving();
     // The engine for one provider, at the given URL with the given key or access token.
     const auto motorVoor = [](Aanbieder aanbieder, std::string sleutel,
                               std::shared_ptr<HTTPTransport> via,
@@ -61,6 +64,19 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
         return std::make_unique<OpenAITranscriptie>(std::move(sleutel), std::move(via),
                                                     std::move(eindpunt));
     };
+    // The language-model cleaner of the same provider, when cleanup is on.
+    const auto opschonerVoor = [&instellingen](Aanbieder aanbieder, std::string sleutel,
+                                               std::shared_ptr<HTTPTransport> via,
+                                               std::string adres) -> std::unique_ptr<Opschoner> {
+        if (!instellingen.opschonen) {
+            return nullptr;
+        }
+        ChatOpschoner::Model model = ChatOpschoner::Model::voor(alsMotor(aanbieder));
+        model.adres = std::move(adres);
+        return std::make_unique<ChatOpschoner>(std::move(model), instellingen.stijlVoorbeelden,
+                                               instellingen.opschoonNiveau, std::move(sleutel),
+                                               std::move(via));
+    };
     switch (instellingen.motor) {
         case Motor::openAI:
         case Motor::mistral: {
@@ -70,8 +86,9 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
             if (!sleutel) {
                 throw HerkenningsFout::geenSleutel(instellingen.motor);
             }
+            keten.opschoner = opschonerVoor(aanbieder, *sleutel, transport, eindpunten.chat(aanbieder));
             keten.transcriptie = motorVoor(aanbieder, std::move(*sleutel), transport,
-                                           Eindpunten::uitOmgeving().transcriptie(aanbieder));
+                                           eindpunten.transcriptie(aanbieder));
             break;
         }
         case Motor::tolmo: {
@@ -80,10 +97,11 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
                 throw HerkenningsFout::van(HerkenningsFout::Soort::geenToegangscode);
             }
             const Aanbieder aanbieder = instellingen.serverAanbieder;
+            auto viaServer = std::make_shared<TolmoServerTransport>(transport, aanbieder);
             keten.transcriptie =
-                motorVoor(aanbieder, std::move(*code),
-                          std::make_shared<TolmoServerTransport>(transport, aanbieder),
-                          Eindpunten::uitOmgeving().serverTranscriptie());
+                motorVoor(aanbieder, *code, viaServer, eindpunten.serverTranscriptie());
+            keten.opschoner =
+                opschonerVoor(aanbieder, std::move(*code), viaServer, eindpunten.serverChat());
             break;
         }
         case Motor::test:
@@ -95,6 +113,7 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
     keten.vervangingen = instellingen.vervangingen;
     keten.spraakopdrachten = instellingen.spraakopdrachten;
     keten.kortDictaatGrens = 8;
+    keten.spraakopdrachtenStap = &Spraakopdrachten::pasToe;
     return keten;
 }
 

@@ -7,6 +7,7 @@
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Tekst/Patroon.h"
 #include "TolmoKern/Tekst/Tekst.h"
+#include "TolmoKern/Transcriptie/Eindpunten.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 
 namespace tolmo {
@@ -141,28 +142,30 @@ std::string zonderTranscriptieTags(std::string s) {
 }
 
 std::optional<double> seconden(const HTTPHeaders& headers, std::string_view naam) {
-    for (const auto& [sleutel, waarde] : headers) {
-        if (Tekst::kleineLetters(sleutel) == naam) {
-            char* eind = nullptr;
-            const double ms = std::strtod(waarde.c_str(), &eind);
-            if (eind != waarde.c_str() && ms >= 0) {
-                return ms / 1000.0;
-            }
-        }
+    const std::string* waarde = zoekHeader(headers, naam);
+    if (waarde == nullptr) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    char* eind = nullptr;
+    const double ms = std::strtod(waarde->c_str(), &eind);
+    if (eind == waarde->c_str() || !(ms >= 0)) {
+        return std::nullopt;
+    }
+    return ms / 1000.0;
 }
 
 }  // namespace
 
 const ChatOpschoner::Model& ChatOpschoner::Model::openAI() {
-    static const Model m{Motor::openAI, "https://api.openai.com/v1/chat/completions", "gpt-6-luna",
-                         std::nullopt, "fast"};
+    static const Model m{Motor::openAI,
+                         std::string(Eindpunten::openAIStandaard) + std::string(Eindpunten::chatPad),
+                         "gpt-6-luna", std::nullopt, "fast"};
     return m;
 }
 
 const ChatOpschoner::Model& ChatOpschoner::Model::mistral() {
-    static const Model m{Motor::mistral, "https://api.mistral.ai/v1/chat/completions",
+    static const Model m{Motor::mistral,
+                         std::string(Eindpunten::mistralStandaard) + std::string(Eindpunten::chatPad),
                          "mistral-small-2603", 0.2, std::nullopt};
     return m;
 }
@@ -433,7 +436,7 @@ OpschoonUitkomst ChatOpschoner::schoonOp(const std::string& tekst,
 
     HTTPAntwoord antwoord;
     try {
-        antwoord = transport_->verstuur(verzoek, stop);
+        antwoord = transport_->verstuur(std::move(verzoek), stop);
     } catch (const TransportFout& fout) {
         throw HerkenningsFout::uitTransportFout(fout, model_.aanbieder);
     }

@@ -426,7 +426,15 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
             s.woorden = {"Tolmo"};
             const auto transport = std::make_shared<TelTransport>();
             TolmoKeten keten = TolmoKeten::bouw(s, kluis, eigenTransport ? transport : nullptr);
-            EXPECT_FALSE(keten.opschoner) << "cleaners are not wired yet";
+            ASSERT_TRUE(keten.opschoner) << "cleanup is on by default";
+            EXPECT_EQ(keten.opschoner->niveau(), Opschoonniveau::strak);
+            EXPECT_FALSE(TolmoKeten::bouw([&] {
+                             TolmoInstellingen uit = s;
+                             uit.opschonen = false;
+                             return uit;
+                         }(),
+                                          kluis, transport)
+                             .opschoner);
             EXPECT_EQ(keten.verwerk(o, Stijl::neutraal, {}).ruw, "Hallo Tolmo.");
             EXPECT_EQ(transport->aantal, eigenTransport ? 1 : 0);
 
