@@ -4,6 +4,7 @@
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
+#include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -101,6 +102,47 @@ bool Tekst::isCijfer(char32_t c) {
     return cat == U_DECIMAL_DIGIT_NUMBER || cat == U_LETTER_NUMBER || cat == U_OTHER_NUMBER;
 }
 
+bool Tekst::isHoofdletter(char32_t c) {
+    return u_charType(static_cast<UChar32>(c)) == U_UPPERCASE_LETTER;
+}
+
+bool Tekst::isLeesteken(char32_t c) {
+    return (U_GET_GC_MASK(static_cast<UChar32>(c)) & U_GC_P_MASK) != 0;
+}
+
+std::vector<std::size_t> Tekst::tekenGrenzen(std::string_view s) {
+    std::vector<std::size_t> grenzen{0};
+    if (s.empty()) {
+        return grenzen;
+    }
+    const icu::UnicodeString u = naarIcu(s);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(u);
+    // Walk UTF-16 and UTF-8 side by side: each code point is 1-2 units here and 1-4 bytes there.
+    int32_t index = 0;
+    std::size_t byte = 0;
+    for (int32_t p = it.next(); p != icu::BreakIterator::DONE; p = it.next()) {
+        while (index < p) {
+            const UChar32 c = u.char32At(index);
+            byte += c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+            index += U16_LENGTH(c);
+        }
+        grenzen.push_back(byte);
+    }
+    return grenzen;
+}
+
+char32_t Tekst::eersteCodepunt(std::string_view s) {
+    if (s.empty()) {
+        return 0;
+    }
+    int32_t i = 0;
+    UChar32 c = 0;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    U8_NEXT(bytes, i, static_cast<int32_t>(s.size()), c);
+    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
+}
+
 std::u32string Tekst::codepunten(std::string_view s) {
     std::u32string uit;
     uit.reserve(s.size());
@@ -186,6 +228,17 @@ std::string Tekst::hoofdletters(std::string_view s) {
     icu::UnicodeString u = naarIcu(s);
     u.toUpper(icu::Locale::getRoot());
     return naarUtf8(u);
+}
+
+bool Tekst::gelijkZonderHoofdletters(std::string_view a, std::string_view b) {
+    return naarIcu(a).caseCompare(naarIcu(b), U_FOLD_CASE_DEFAULT) == 0;
+}
+
+std::string Tekst::geldigeUtf8(std::string_view s) {
+    if (isGeldigeUtf8(s)) {
+        return std::string(s);
+    }
+    return utf8(codepunten(s));
 }
 
 bool Tekst::isGeldigeUtf8(std::string_view s) {

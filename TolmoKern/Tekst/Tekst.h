@@ -28,12 +28,26 @@ class Tekst {
     static bool bevatLetterOfCijfer(std::string_view s);
     static bool isLetter(char32_t c);
     static bool isCijfer(char32_t c);
+    // General category Lu.
+    static bool isHoofdletter(char32_t c);
+    // General category P (any punctuation).
+    static bool isLeesteken(char32_t c);
+
+    // Byte offsets of the grapheme cluster boundaries of valid UTF-8, from 0 up to and
+    // including s.size(); an empty string gives {0}.
+    static std::vector<std::size_t> tekenGrenzen(std::string_view s);
+    // The first code point (U+FFFD for an invalid sequence, 0 for an empty string).
+    static char32_t eersteCodepunt(std::string_view s);
 
     // Full Unicode case mapping, independent of the user's locale.
     static std::string kleineLetters(std::string_view s);
     static std::string hoofdletters(std::string_view s);
+    // Equal under full Unicode case folding ("STRASSE" equals "straße").
+    static bool gelijkZonderHoofdletters(std::string_view a, std::string_view b);
 
     static bool isGeldigeUtf8(std::string_view s);
+    // s itself when it is valid UTF-8, otherwise s with every invalid sequence read as U+FFFD.
+    static std::string geldigeUtf8(std::string_view s);
     // Decodes UTF-8 into code points (invalid sequences become U+FFFD).
     static std::u32string codepunten(std::string_view s);
     static std::string utf8(std::u32string_view s);

@@ -51,6 +51,42 @@ TEST(Tekst, WhiteSpaceLettersAndCase) {
     EXPECT_EQ(Tekst::getalNL("%.2f s", 1234.5), "1234,50 s");
 }
 
+TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
+    struct Geval {
+        std::string s;
+        std::vector<std::size_t> grenzen;
+    };
+    const Geval gevallen[] = {
+        {"", {0}},
+        {"ab", {0, 1, 2}},
+        {"e\u0301x", {0, 3, 4}},     // 1 + 2 bytes for the accented e
+        {"👍🏽!", {0, 8, 9}},    // emoji with skin tone: 4 + 4 bytes, one character
+        {"a\r\nß", {0, 1, 3, 5}},    // CR LF together
+        {"\U00010400x", {0, 4, 5}},  // outside the BMP: a surrogate pair in UTF-16
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.s);
+        EXPECT_EQ(Tekst::tekenGrenzen(g.s), g.grenzen);
+    }
+
+    EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
+    EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
+    EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
+    EXPECT_TRUE(Tekst::isHoofdletter(U'Σ'));
+    EXPECT_FALSE(Tekst::isHoofdletter(U'\u01C5'));  // title case Dž
+    EXPECT_TRUE(Tekst::isLeesteken(U'…'));
+    EXPECT_TRUE(Tekst::isLeesteken(U')'));
+    EXPECT_FALSE(Tekst::isLeesteken(U'€'));
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("STRASSE", "straße"));
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("ΣΟΦΊΑ", "σοφία"));
+    EXPECT_FALSE(Tekst::gelijkZonderHoofdletters("straat", "straten"));
+    EXPECT_EQ(Tekst::geldigeUtf8("ok"), "ok");
+    EXPECT_EQ(Tekst::geldigeUtf8("a\xc3"
+                                 "b\xff"),
+              "a\uFFFDb\uFFFD");
+    EXPECT_EQ(Tekst::geldigeUtf8("\xed\xa0\x80"), "\uFFFD\uFFFD\uFFFD");  // a lone surrogate
+}
+
 TEST(Patroon, IcuSyntaxAndByteOffsets) {
     static const Patroon woord(R"(\p{L}+)");
     const auto treffers = woord.vindAlle("één, twee");
