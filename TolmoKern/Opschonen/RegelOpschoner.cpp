@@ -19,6 +19,32 @@ std::string_view trimSpatiesEnTabs(std::string_view s) {
     return s.substr(begin, s.find_last_not_of(" \t") - begin + 1);
 }
 
+bool isSpatieOfTab(char c) {
+    return c == ' ' || c == '\t';
+}
+
+bool isLetterOfCijfer(char32_t c) {
+    return Tekst::isLetter(c) || Tekst::isCijfer(c);
+}
+
+// Whether the first or last character (grapheme cluster) is exactly `teken`; a comma with an
+// accent on it is another character.
+bool begintMetTeken(std::string_view t, std::string_view teken) {
+    if (!t.starts_with(teken)) {
+        return false;
+    }
+    std::size_t eind = 0;
+    Tekst::perTeken(t, [&eind](std::size_t, std::size_t e) {
+        eind = e;
+        return false;
+    });
+    return eind == teken.size();
+}
+
+bool eindigtMetTeken(std::string_view t, std::string_view teken) {
+    return t.ends_with(teken) && Tekst::beginLaatsteTeken(t) == t.size() - teken.size();
+}
+
 bool isAarzeling(std::string_view stuk) {
     // Punctuation glued to a filler ("eh," "ehm." "uh…") does not make it a word.
     for (bool verder = true; verder && !stuk.empty();) {
@@ -35,28 +61,143 @@ bool isAarzeling(std::string_view stuk) {
             }
         }
     }
+    // The longest filler, "ähm", is four bytes; longer pieces need no case mapping to reject.
+    if (stuk.empty() || stuk.size() > 8) {
+        return false;
+    }
     const std::string klein = Tekst::kleineLetters(stuk);
     return std::find(RegelOpschoner::aarzelingen.begin(), RegelOpschoner::aarzelingen.end(),
                      klein) != RegelOpschoner::aarzelingen.end();
 }
 
+// True when the text has at least one piece between white space and every piece is a filler.
+// Stops at the first real word, so an ordinary dictation costs almost nothing here.
+bool alleenAarzelingen(std::string_view t) {
+    bool stukGezien = false;
+    std::size_t begin = std::string_view::npos;
+    for (std::size_t i = 0; i < t.size();) {
+        const std::size_t hier = i;
+        if (Tekst::isWitruimte(Tekst::codepuntOp(t, i))) {
+            if (begin != std::string_view::npos) {
+                if (!isAarzeling(t.substr(begin, hier - begin))) {
+                    return false;
+                }
+                stukGezien = true;
+                begin = std::string_view::npos;
+            }
+        } else if (begin == std::string_view::npos) {
+            begin = hier;
+        }
+    }
+    if (begin != std::string_view::npos) {
+        return isAarzeling(t.substr(begin));
+    }
+    return stukGezien;
+}
+
 // The first letter of a text becomes a capital, unless the text opens with a number ("3
 // appels") or its first word keeps its own spelling ("iPhone").
 std::string metHoofdletter(std::string t) {
-    const std::vector<std::size_t> grenzen = Tekst::tekenGrenzen(t);
-    for (std::size_t k = 0; k + 1 < grenzen.size(); ++k) {
-        const std::string_view teken =
-            std::string_view(t).substr(grenzen[k], grenzen[k + 1] - grenzen[k]);
-        const char32_t c = Tekst::eersteCodepunt(teken);
-        if (Tekst::isCijfer(c)) {
-            return t;
-        }
+    std::size_t begin = std::string::npos;
+    std::size_t eind = 0;
+    Tekst::perTeken(t, [&](std::size_t b, std::size_t e) {
+        const char32_t c = Tekst::eersteCodepunt(std::string_view(t).substr(b));
         if (Tekst::isLetter(c)) {
-            if (RegelOpschoner::houdtEigenSchrijfwijze(RegelOpschoner::eersteWoord(t), {})) {
-                return t;
-            }
-            return t.substr(0, grenzen[k]) + Tekst::hoofdletters(teken) + t.substr(grenzen[k + 1]);
+            begin = b;
+            eind = e;
         }
+        return !Tekst::isLetter(c) && !Tekst::isCijfer(c);
+    });
+    if (begin == std::string::npos ||
+        RegelOpschoner::houdtEigenSchrijfwijze(
+            RegelOpschoner::eersteWoord(std::string_view(t).substr(begin)), {})) {
+        return t;
+    }
+    return t.substr(0, begin) +
+           Tekst::hoofdletters(std::string_view(t).substr(begin, eind - begin)) + t.substr(eind);
+}
+
+struct Gebied {
+    std::size_t begin;
+    std::size_t eind;
+};
+
+// One pass of the stammer pattern over `tekst`. Records where each surviving word landed in the
+// output, shifted by `basis`, because only there can the next pass find anything new.
+std::string herhalingenEenKeer(std::string_view tekst, std::size_t basis,
+                               std::vector<Gebied>& vervangen) {
+    static const Patroon herhaling(
+        R"((?i)(?<![\p{L}\p{N}'’-])([\p{L}\p{N}]+)[ \t]+\1(?![\p{L}\p{N}'’-]))");
+    std::size_t weg = 0;
+    return herhaling.vervangMet(tekst, [&](const Patroon::Treffer& m) {
+        const std::string& woord = *m.groepen[1];
+        const std::size_t begin = basis + m.begin - weg;
+        vervangen.push_back({begin, begin + woord.size()});
+        weg += m.tekst.size() - woord.size();
+        return woord;
+    });
+}
+
+// The stretch of text in which a match could touch `g`: the word before it and the word after
+// it with the spaces between, plus one character either side for the look-around.
+Gebied venster(std::string_view t, Gebied g) {
+    std::size_t links = g.begin;
+    while (links > 0 && isSpatieOfTab(t[links - 1])) {
+        --links;
+    }
+    while (links > 0) {
+        std::size_t vorige = links;
+        if (!isLetterOfCijfer(Tekst::codepuntVoor(t, vorige))) {
+            Tekst::codepuntVoor(t, links);  // the look-behind character
+            break;
+        }
+        links = vorige;
+    }
+    std::size_t rechts = g.eind;
+    while (rechts < t.size() && isSpatieOfTab(t[rechts])) {
+        ++rechts;
+    }
+    while (rechts < t.size()) {
+        std::size_t volgende = rechts;
+        const bool deel = isLetterOfCijfer(Tekst::codepuntOp(t, volgende));
+        rechts = volgende;  // a non-word character is the look-ahead character
+        if (!deel) {
+            break;
+        }
+    }
+    return {links, rechts};
+}
+
+// Collapses "de de de" to "de" and repeats until nothing changes. A full pass runs once; after
+// that a new match can only touch a word that the previous pass kept, so later passes look only
+// at the few words around those, which gives the same text as repeating the full pass.
+std::string zonderHerhalingen(std::string_view tekst) {
+    std::vector<Gebied> vervangen;
+    std::string t = herhalingenEenKeer(tekst, 0, vervangen);
+    while (!vervangen.empty()) {
+        std::vector<Gebied> vensters;
+        for (const Gebied& g : vervangen) {
+            const Gebied v = venster(t, g);
+            if (!vensters.empty() && v.begin < vensters.back().eind) {
+                vensters.back().eind = std::max(vensters.back().eind, v.eind);
+            } else {
+                vensters.push_back(v);
+            }
+        }
+        std::vector<Gebied> opnieuw;
+        std::string uit;
+        uit.reserve(t.size());
+        std::size_t vorige = 0;
+        for (const Gebied& v : vensters) {
+            uit.append(t, vorige, v.begin - vorige);
+            const std::size_t basis = uit.size();
+            uit += herhalingenEenKeer(std::string_view(t).substr(v.begin, v.eind - v.begin), basis,
+                                      opnieuw);
+            vorige = v.eind;
+        }
+        uit.append(t, vorige, std::string::npos);
+        t = std::move(uit);
+        vervangen = std::move(opnieuw);
     }
     return t;
 }
@@ -77,10 +218,10 @@ std::string RegelOpschoner::basisOpschoning(std::string_view tekst, Stijl stijl)
     t = spatiesVoorEinde.vervangAlles(t, "");
     t = spatiesAanBegin.vervangAlles(t, "");
     t = Tekst::trim(t);
-    while (!t.empty() && Tekst::eersteTeken(t) == ",") {
+    while (begintMetTeken(t, ",")) {
         t = std::string(trimSpatiesEnTabs(std::string_view(t).substr(1)));
     }
-    while (!t.empty() && Tekst::laatsteTeken(t) == ",") {
+    while (eindigtMetTeken(t, ",")) {
         t.pop_back();
     }
     // Nothing letter-like left: hand back the input as it was, and let the caller decide
@@ -92,34 +233,23 @@ std::string RegelOpschoner::basisOpschoning(std::string_view tekst, Stijl stijl)
         return metHoofdletter(std::move(t));
     }
     // Literal style: a command or search term gets no closing stop, but an ellipsis stays.
-    if (Tekst::laatsteTeken(t) == ".") {
-        const std::string_view rest = std::string_view(t).substr(0, t.size() - 1);
-        if (Tekst::laatsteTeken(rest) != ".") {
-            t.pop_back();
-        }
+    if (eindigtMetTeken(t, ".") &&
+        !eindigtMetTeken(std::string_view(t).substr(0, t.size() - 1), ".")) {
+        t.pop_back();
     }
     return t;
 }
 
 std::string RegelOpschoner::maakSchoon(std::string_view tekst,
                                        const std::vector<std::string>& woorden, Stijl stijl) {
-    static const Patroon herhaling(
-        R"((?i)(?<![\p{L}\p{N}'’-])([\p{L}\p{N}]+)[ \t]+\1(?![\p{L}\p{N}'’-]))");
     static const Patroon zinsbegin(R"([.?!]\s+([\p{L}][\p{L}\p{N}]*))");
 
     std::string t = basisOpschoning(tekst, stijl);
 
-    const std::vector<std::string> stukken = Tekst::splitsOpWitruimte(t);
-    if (!stukken.empty() && std::all_of(stukken.begin(), stukken.end(),
-                                        [](const std::string& s) { return isAarzeling(s); })) {
+    if (alleenAarzelingen(t)) {
         return {};
     }
-
-    // "de de de" needs two passes: a match ends where the next repeat would have started.
-    for (std::string vorige; vorige != t;) {
-        vorige = std::move(t);
-        t = herhaling.vervangAlles(vorige, "$1");
-    }
+    t = zonderHerhalingen(t);
     if (stijl == Stijl::letterlijk) {
         return t;
     }
@@ -135,7 +265,9 @@ std::string RegelOpschoner::maakSchoon(std::string_view tekst,
                woord.substr(eerste.size());
     });
 
-    if (!t.empty() && !Tekst::isLeesteken(Tekst::eersteCodepunt(Tekst::laatsteTeken(t))) &&
+    if (!t.empty() &&
+        !Tekst::isLeesteken(
+            Tekst::eersteCodepunt(std::string_view(t).substr(Tekst::beginLaatsteTeken(t)))) &&
         Tekst::bevatLetterOfCijfer(t)) {
         t += '.';
     }
@@ -152,33 +284,36 @@ bool RegelOpschoner::houdtEigenSchrijfwijze(std::string_view woord,
         })) {
         return true;
     }
-    const std::vector<std::size_t> grenzen = Tekst::tekenGrenzen(woord);
-    for (std::size_t k = 1; k + 1 < grenzen.size(); ++k) {
-        if (Tekst::isHoofdletter(Tekst::eersteCodepunt(woord.substr(grenzen[k])))) {
-            return true;
-        }
-    }
-    return false;
+    bool hoofdletterNaEerste = false;
+    bool eerste = true;
+    Tekst::perTeken(woord, [&](std::size_t b, std::size_t) {
+        hoofdletterNaEerste =
+            !eerste && Tekst::isHoofdletter(Tekst::eersteCodepunt(woord.substr(b)));
+        eerste = false;
+        return !hoofdletterNaEerste;
+    });
+    return hoofdletterNaEerste;
 }
 
 std::string RegelOpschoner::eersteWoord(std::string_view tekst) {
     const std::string t = Tekst::geldigeUtf8(tekst);
-    const std::vector<std::size_t> grenzen = Tekst::tekenGrenzen(t);
-    std::size_t begin = t.size();
+    std::size_t begin = std::string::npos;
     std::size_t eind = t.size();
-    for (std::size_t k = 0; k + 1 < grenzen.size(); ++k) {
-        const char32_t c = Tekst::eersteCodepunt(std::string_view(t).substr(grenzen[k]));
-        const bool letterOfCijfer = Tekst::isLetter(c) || Tekst::isCijfer(c);
-        if (begin == t.size()) {
-            if (letterOfCijfer) {
-                begin = grenzen[k];
+    Tekst::perTeken(t, [&](std::size_t b, std::size_t) {
+        const char32_t c = Tekst::eersteCodepunt(std::string_view(t).substr(b));
+        if (begin == std::string::npos) {
+            if (isLetterOfCijfer(c)) {
+                begin = b;
             }
-        } else if (!letterOfCijfer && c != U'\'' && c != U'-') {
-            eind = grenzen[k];
-            break;
+            return true;
         }
-    }
-    return t.substr(begin, eind - begin);
+        if (!isLetterOfCijfer(c) && c != U'\'' && c != U'-') {
+            eind = b;
+            return false;
+        }
+        return true;
+    });
+    return begin == std::string::npos ? std::string() : t.substr(begin, eind - begin);
 }
 
 std::unique_ptr<Opschoner> RegelOpschoner::opNiveau(Opschoonniveau gevraagd) const {

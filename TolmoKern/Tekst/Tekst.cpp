@@ -4,7 +4,7 @@
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
-#include <unicode/utf16.h>
+#include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -110,37 +110,104 @@ bool Tekst::isLeesteken(char32_t c) {
     return (U_GET_GC_MASK(static_cast<UChar32>(c)) & U_GC_P_MASK) != 0;
 }
 
+void Tekst::perTeken(std::string_view s,
+                     const std::function<bool(std::size_t begin, std::size_t eind)>& f) {
+    if (s.empty()) {
+        return;
+    }
+    // One iterator per nesting level, so that f may walk another text while this one is open.
+    thread_local std::vector<std::unique_ptr<icu::BreakIterator>> iteratoren;
+    thread_local std::size_t diepte = 0;
+    if (iteratoren.size() <= diepte) {
+        iteratoren.emplace_back(tekenIterator().clone());
+    }
+    icu::BreakIterator& it = *iteratoren[diepte];
+    struct Niveau {
+        std::size_t& d;
+        explicit Niveau(std::size_t& x) : d(x) { ++d; }
+        ~Niveau() { --d; }
+        Niveau(const Niveau&) = delete;
+        Niveau& operator=(const Niveau&) = delete;
+    } niveau(diepte);
+
+    // A UText over the UTF-8 bytes: native indexes are byte offsets, and nothing is converted.
+    UErrorCode status = U_ZERO_ERROR;
+    UText tekst = UTEXT_INITIALIZER;
+    utext_openUTF8(&tekst, s.data(), static_cast<int64_t>(s.size()), &status);
+    it.setText(&tekst, status);
+    utext_close(&tekst);  // the iterator keeps its own shallow copy
+    if (U_FAILURE(status)) {
+        std::abort();  // only on allocation failure
+    }
+    int32_t begin = it.first();
+    for (int32_t eind = it.next(); eind != icu::BreakIterator::DONE; eind = it.next()) {
+        if (!f(static_cast<std::size_t>(begin), static_cast<std::size_t>(eind))) {
+            break;
+        }
+        begin = eind;
+    }
+}
+
 std::vector<std::size_t> Tekst::tekenGrenzen(std::string_view s) {
     std::vector<std::size_t> grenzen{0};
-    if (s.empty()) {
-        return grenzen;
-    }
-    const icu::UnicodeString u = naarIcu(s);
-    icu::BreakIterator& it = tekenIterator();
-    it.setText(u);
-    // Walk UTF-16 and UTF-8 side by side: each code point is 1-2 units here and 1-4 bytes there.
-    int32_t index = 0;
-    std::size_t byte = 0;
-    for (int32_t p = it.next(); p != icu::BreakIterator::DONE; p = it.next()) {
-        while (index < p) {
-            const UChar32 c = u.char32At(index);
-            byte += c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
-            index += U16_LENGTH(c);
-        }
-        grenzen.push_back(byte);
-    }
+    perTeken(s, [&grenzen](std::size_t, std::size_t eind) {
+        grenzen.push_back(eind);
+        return true;
+    });
     return grenzen;
+}
+
+std::size_t Tekst::beginLaatsteTeken(std::string_view s) {
+    if (s.empty()) {
+        return 0;
+    }
+    // Only the tail matters; the iterator backs up to a safe point on its own.
+    UErrorCode status = U_ZERO_ERROR;
+    UText tekst = UTEXT_INITIALIZER;
+    utext_openUTF8(&tekst, s.data(), static_cast<int64_t>(s.size()), &status);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(&tekst, status);
+    utext_close(&tekst);
+    if (U_FAILURE(status)) {
+        std::abort();
+    }
+    it.last();
+    const int32_t begin = it.previous();
+    return begin == icu::BreakIterator::DONE ? 0 : static_cast<std::size_t>(begin);
+}
+
+char32_t Tekst::codepuntOp(std::string_view s, std::size_t& i) {
+    auto index = static_cast<int32_t>(i);
+    UChar32 c = 0;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    U8_NEXT(bytes, index, static_cast<int32_t>(s.size()), c);
+    i = static_cast<std::size_t>(index);
+    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
+}
+
+char32_t Tekst::codepuntVoor(std::string_view s, std::size_t& i) {
+    // Back over at most three continuation bytes, then decode forwards: the sequence is valid
+    // only when it ends exactly at i; otherwise the last byte alone stands for U+FFFD.
+    std::size_t begin = i - 1;
+    while (begin > 0 && i - begin < 4 && (static_cast<unsigned char>(s[begin]) & 0xC0U) == 0x80U) {
+        --begin;
+    }
+    std::size_t j = begin;
+    const char32_t c = codepuntOp(s, j);
+    if (j == i) {
+        i = begin;
+        return c;
+    }
+    --i;
+    return U'\uFFFD';
 }
 
 char32_t Tekst::eersteCodepunt(std::string_view s) {
     if (s.empty()) {
         return 0;
     }
-    int32_t i = 0;
-    UChar32 c = 0;
-    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
-    U8_NEXT(bytes, i, static_cast<int32_t>(s.size()), c);
-    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
+    std::size_t i = 0;
+    return codepuntOp(s, i);
 }
 
 std::u32string Tekst::codepunten(std::string_view s) {
@@ -210,7 +277,8 @@ std::vector<std::string> Tekst::splitsOpWitruimte(std::string_view s) {
 }
 
 bool Tekst::bevatLetterOfCijfer(std::string_view s) {
-    for (char32_t c : codepunten(s)) {
+    for (std::size_t i = 0; i < s.size();) {
+        const char32_t c = codepuntOp(s, i);
         if (isLetter(c) || isCijfer(c)) {
             return true;
         }

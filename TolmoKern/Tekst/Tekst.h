@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,9 +34,21 @@ class Tekst {
     // General category P (any punctuation).
     static bool isLeesteken(char32_t c);
 
+    // Walks the grapheme clusters of valid UTF-8 from the start, straight over the bytes (no
+    // copy of the text), calling f with each cluster's byte range until f returns false. f may
+    // call any Tekst function, perTeken included.
+    static void perTeken(std::string_view s,
+                         const std::function<bool(std::size_t begin, std::size_t eind)>& f);
     // Byte offsets of the grapheme cluster boundaries of valid UTF-8, from 0 up to and
     // including s.size(); an empty string gives {0}.
     static std::vector<std::size_t> tekenGrenzen(std::string_view s);
+    // Byte offset at which the last grapheme cluster of valid UTF-8 begins (0 for "").
+    static std::size_t beginLaatsteTeken(std::string_view s);
+    // Decodes the code point at byte offset i and moves i past it (U+FFFD for an invalid
+    // sequence). Requires i < s.size().
+    static char32_t codepuntOp(std::string_view s, std::size_t& i);
+    // Decodes the code point that ends at byte offset i and moves i to its start. Requires i > 0.
+    static char32_t codepuntVoor(std::string_view s, std::size_t& i);
     // The first code point (U+FFFD for an invalid sequence, 0 for an empty string).
     static char32_t eersteCodepunt(std::string_view s);
 

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
+#include "TolmoKern/Tekst/Patroon.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo {
@@ -137,6 +139,49 @@ TEST(RegelOpschoner, MaakSchoon) {
         SCOPED_TRACE(g.in);
         EXPECT_EQ(RegelOpschoner::maakSchoon(g.in, g.woorden, g.stijl), g.uit);
     }
+}
+
+// The cleaner repeats the stammer pattern only around the words the previous pass kept. That
+// must give exactly what repeating the full pattern over the whole text gives.
+TEST(RegelOpschoner, HerhalingenZoalsVolledigHerhalen) {
+    static const Patroon herhaling(
+        R"((?i)(?<![\p{L}\p{N}'’-])([\p{L}\p{N}]+)[ \t]+\1(?![\p{L}\p{N}'’-]))");
+    const auto volledig = [](std::string t) {
+        for (std::string vorige; vorige != t;) {
+            vorige = t;
+            t = herhaling.vervangAlles(vorige, "$1");
+        }
+        return t;
+    };
+    // Words from a small set, so that neighbours repeat often, sometimes glued to an
+    // apostrophe, hyphen, emoji or stop, between assorted spacing.
+    const std::vector<std::string> woorden{"de", "De", "dé", "DÉ", "a",      "1",       "ω",
+                                           "Ω",  "eh", "ab", "ß",  "straße", "STRASSE", "e\u0301"};
+    const std::vector<std::string> lijm{"", "", "", "", "'", "’", "-", "👍", "."};
+    const std::vector<std::string> tussen{" ", " ", " ", "  ", "\t", " \t ", "\n", ", "};
+    std::mt19937 gen(20240611);
+    const auto kies = [&gen](const std::vector<std::string>& uit) -> const std::string& {
+        return uit[std::uniform_int_distribution<std::size_t>(0, uit.size() - 1)(gen)];
+    };
+    std::uniform_int_distribution<int> lengte(1, 12);
+    int metHerhaling = 0;
+    for (int n = 0; n < 3000; ++n) {
+        std::string tekst = kies(lijm);
+        for (int k = lengte(gen); k > 0; --k) {
+            tekst += kies(woorden) + kies(lijm) + kies(tussen);
+        }
+        // The literal style stops right after the repeats, so what comes out is exactly the
+        // tidied text with its repeats collapsed.
+        const std::string basis = RegelOpschoner::basisOpschoning(tekst, Stijl::letterlijk);
+        const std::string schoon = RegelOpschoner::maakSchoon(tekst, {}, Stijl::letterlijk);
+        if (schoon.empty()) {
+            continue;  // only fillers: nothing was collapsed
+        }
+        const std::string verwacht = volledig(basis);
+        metHerhaling += verwacht != basis ? 1 : 0;
+        ASSERT_EQ(schoon, verwacht) << "invoer: " << tekst;
+    }
+    EXPECT_GT(metHerhaling, 300);  // the random texts do exercise the collapse
 }
 
 TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {

@@ -69,6 +69,30 @@ TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
         EXPECT_EQ(Tekst::tekenGrenzen(g.s), g.grenzen);
     }
 
+    // Last character and stepping back over code points, also over broken bytes.
+    EXPECT_EQ(Tekst::beginLaatsteTeken(""), 0U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("ab"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("a👍🏽"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("a\r\n"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("xe\u0301"), 1U);
+    const std::string gemengd = "aé👍\x80";
+    std::vector<char32_t> terug;
+    for (std::size_t i = gemengd.size(); i > 0;) {
+        terug.push_back(Tekst::codepuntVoor(gemengd, i));
+    }
+    EXPECT_EQ(terug, (std::vector<char32_t>{U'\uFFFD', U'👍', U'é', U'a'}));
+
+    // A walk inside a walk: each level keeps its own position.
+    std::string paren;
+    Tekst::perTeken("ab", [&](std::size_t b, std::size_t e) {
+        Tekst::perTeken("xé", [&](std::size_t b2, std::size_t e2) {
+            paren += std::string("ab").substr(b, e - b) + std::string("xé").substr(b2, e2 - b2);
+            return true;
+        });
+        return true;
+    });
+    EXPECT_EQ(paren, "axaébxbé");
+
     EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
     EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
     EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
