@@ -119,6 +119,12 @@ TEST(Patroon, IcuSyntaxAndByteOffsets) {
     EXPECT_EQ(treffers[0].begin, 0U);
     EXPECT_EQ(treffers[0].eind, 5U);
     EXPECT_EQ(treffers[1].begin, 7U);
+    // Offsets after characters outside the BMP (two UTF-16 units, four bytes).
+    const auto naEmoji = woord.vindAlle("👍a 👍👍 bc");
+    ASSERT_EQ(naEmoji.size(), 2U);
+    EXPECT_EQ(naEmoji[0].begin, 4U);
+    EXPECT_EQ(naEmoji[1].begin, 15U);
+    EXPECT_EQ(naEmoji[1].eind, 17U);
 
     const Patroon nadruk(R"((?<=\s)eh\b)", true);
     EXPECT_EQ(nadruk.vervangAlles("ja EH nee eh", "…"), "ja … nee …");
