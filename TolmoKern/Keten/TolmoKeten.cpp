@@ -6,6 +6,7 @@
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/Vervangingen.h"
 #include "TolmoKern/Opschonen/ChatOpschoner.h"
+#include "TolmoKern/Opschonen/RegelOpschoner.h"
 #include "TolmoKern/Spraakopdrachten/Spraakopdrachten.h"
 #include "TolmoKern/Tekst/Tekst.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
@@ -86,7 +87,8 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
             if (!sleutel) {
                 throw HerkenningsFout::geenSleutel(instellingen.motor);
             }
-            keten.opschoner = opschonerVoor(aanbieder, *sleutel, transport, eindpunten.chat(aanbieder));
+            keten.opschoner =
+                opschonerVoor(aanbieder, *sleutel, transport, eindpunten.chat(aanbieder));
             keten.transcriptie = motorVoor(aanbieder, std::move(*sleutel), transport,
                                            eindpunten.transcriptie(aanbieder));
             break;
@@ -114,6 +116,7 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
     keten.spraakopdrachten = instellingen.spraakopdrachten;
     keten.kortDictaatGrens = 8;
     keten.spraakopdrachtenStap = &Spraakopdrachten::pasToe;
+    keten.kortDictaatStap = &RegelOpschoner::basisOpschoning;
     return keten;
 }
 

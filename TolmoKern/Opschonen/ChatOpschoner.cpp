@@ -157,16 +157,17 @@ std::optional<double> seconden(const HTTPHeaders& headers, std::string_view naam
 }  // namespace
 
 const ChatOpschoner::Model& ChatOpschoner::Model::openAI() {
-    static const Model m{Motor::openAI,
-                         std::string(Eindpunten::openAIStandaard) + std::string(Eindpunten::chatPad),
-                         "gpt-6-luna", std::nullopt, "fast"};
+    static const Model m{
+        Motor::openAI, std::string(Eindpunten::openAIStandaard) + std::string(Eindpunten::chatPad),
+        "gpt-6-luna", std::nullopt, "fast"};
     return m;
 }
 
 const ChatOpschoner::Model& ChatOpschoner::Model::mistral() {
-    static const Model m{Motor::mistral,
-                         std::string(Eindpunten::mistralStandaard) + std::string(Eindpunten::chatPad),
-                         "mistral-small-2603", 0.2, std::nullopt};
+    static const Model m{
+        Motor::mistral,
+        std::string(Eindpunten::mistralStandaard) + std::string(Eindpunten::chatPad),
+        "mistral-small-2603", 0.2, std::nullopt};
     return m;
 }
 

@@ -81,7 +81,7 @@ char32_t lees(std::string_view s, std::size_t& i) {
         ++i;
         return b;
     }
-    return Tekst::volgendCodepunt(s, i);
+    return Tekst::codepuntOp(s, i);
 }
 
 bool isLeesteken(char32_t c) {

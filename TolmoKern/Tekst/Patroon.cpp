@@ -24,25 +24,27 @@ std::string naarUtf8(const icu::UnicodeString& u) {
     return uit;
 }
 
-// Byte offset in the UTF-8 form for every UTF-16 index of u (one past the end included).
+// Converts increasing UTF-16 indexes of u into byte offsets of its UTF-8 form, walking forward
+// from the previous answer so that all the matches of one text cost one pass over it.
 // Offsets refer to the re-encoded text, which equals the input whenever the input is valid UTF-8.
-std::vector<std::size_t> utf8Posities(const icu::UnicodeString& u) {
-    std::vector<std::size_t> pos(static_cast<std::size_t>(u.length()) + 1, 0);
-    std::size_t byte = 0;
-    int32_t i = 0;
-    while (i < u.length()) {
-        const UChar32 c = u.char32At(i);
-        const int32_t breedte = U16_LENGTH(c);
-        const std::size_t bytes = c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
-        for (int32_t k = 0; k < breedte && i + k < u.length(); ++k) {
-            pos[static_cast<std::size_t>(i + k)] = byte;
+class Utf8Posities {
+  public:
+    explicit Utf8Posities(const icu::UnicodeString& u) : u_(u) {}
+
+    std::size_t byte(int32_t index) {
+        while (index_ < index && index_ < u_.length()) {
+            const UChar32 c = u_.char32At(index_);
+            byte_ += c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+            index_ += U16_LENGTH(c);
         }
-        byte += bytes;
-        i += breedte;
+        return byte_;
     }
-    pos[static_cast<std::size_t>(u.length())] = byte;
-    return pos;
-}
+
+  private:
+    const icu::UnicodeString& u_;
+    int32_t index_ = 0;
+    std::size_t byte_ = 0;
+};
 
 }  // namespace
 
@@ -81,16 +83,13 @@ std::vector<Patroon::Treffer> Patroon::vindAlle(std::string_view tekst) const {
     if (U_FAILURE(status)) {
         return treffers;
     }
-    std::vector<std::size_t> pos;
+    Utf8Posities pos(u);
     while (m->find(status) && U_SUCCESS(status)) {
-        if (pos.empty()) {
-            pos = utf8Posities(u);
-        }
         Treffer t;
         const int32_t b = m->start(status);
         const int32_t e = m->end(status);
-        t.begin = pos[static_cast<std::size_t>(b)];
-        t.eind = pos[static_cast<std::size_t>(e)];
+        t.begin = pos.byte(b);
+        t.eind = pos.byte(e);
         t.tekst = naarUtf8(m->group(status));
         for (int32_t g = 0; g <= m->groupCount(); ++g) {
             if (m->start(g, status) < 0) {

@@ -6,6 +6,7 @@
 #include <unicode/stringoptions.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
+#include <unicode/utext.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -104,6 +105,114 @@ bool Tekst::isCijfer(char32_t c) {
     return cat == U_DECIMAL_DIGIT_NUMBER || cat == U_LETTER_NUMBER || cat == U_OTHER_NUMBER;
 }
 
+bool Tekst::isHoofdletter(char32_t c) {
+    return u_charType(static_cast<UChar32>(c)) == U_UPPERCASE_LETTER;
+}
+
+bool Tekst::isLeesteken(char32_t c) {
+    return (U_GET_GC_MASK(static_cast<UChar32>(c)) & U_GC_P_MASK) != 0;
+}
+
+void Tekst::perTeken(std::string_view s,
+                     const std::function<bool(std::size_t begin, std::size_t eind)>& f) {
+    if (s.empty()) {
+        return;
+    }
+    // One iterator per nesting level, so that f may walk another text while this one is open.
+    thread_local std::vector<std::unique_ptr<icu::BreakIterator>> iteratoren;
+    thread_local std::size_t diepte = 0;
+    if (iteratoren.size() <= diepte) {
+        iteratoren.emplace_back(tekenIterator().clone());
+    }
+    icu::BreakIterator& it = *iteratoren[diepte];
+    struct Niveau {
+        std::size_t& d;
+        explicit Niveau(std::size_t& x) : d(x) { ++d; }
+        ~Niveau() { --d; }
+        Niveau(const Niveau&) = delete;
+        Niveau& operator=(const Niveau&) = delete;
+    } niveau(diepte);
+
+    // A UText over the UTF-8 bytes: native indexes are byte offsets, and nothing is converted.
+    UErrorCode status = U_ZERO_ERROR;
+    UText tekst = UTEXT_INITIALIZER;
+    utext_openUTF8(&tekst, s.data(), static_cast<int64_t>(s.size()), &status);
+    it.setText(&tekst, status);
+    utext_close(&tekst);  // the iterator keeps its own shallow copy
+    if (U_FAILURE(status)) {
+        std::abort();  // only on allocation failure
+    }
+    int32_t begin = it.first();
+    for (int32_t eind = it.next(); eind != icu::BreakIterator::DONE; eind = it.next()) {
+        if (!f(static_cast<std::size_t>(begin), static_cast<std::size_t>(eind))) {
+            break;
+        }
+        begin = eind;
+    }
+}
+
+std::vector<std::size_t> Tekst::tekenGrenzen(std::string_view s) {
+    std::vector<std::size_t> grenzen{0};
+    perTeken(s, [&grenzen](std::size_t, std::size_t eind) {
+        grenzen.push_back(eind);
+        return true;
+    });
+    return grenzen;
+}
+
+std::size_t Tekst::beginLaatsteTeken(std::string_view s) {
+    if (s.empty()) {
+        return 0;
+    }
+    // Only the tail matters; the iterator backs up to a safe point on its own.
+    UErrorCode status = U_ZERO_ERROR;
+    UText tekst = UTEXT_INITIALIZER;
+    utext_openUTF8(&tekst, s.data(), static_cast<int64_t>(s.size()), &status);
+    icu::BreakIterator& it = tekenIterator();
+    it.setText(&tekst, status);
+    utext_close(&tekst);
+    if (U_FAILURE(status)) {
+        std::abort();
+    }
+    it.last();
+    const int32_t begin = it.previous();
+    return begin == icu::BreakIterator::DONE ? 0 : static_cast<std::size_t>(begin);
+}
+
+char32_t Tekst::codepuntOp(std::string_view s, std::size_t& i) {
+    auto index = static_cast<int32_t>(i);
+    UChar32 c = 0;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    U8_NEXT(bytes, index, static_cast<int32_t>(s.size()), c);
+    i = static_cast<std::size_t>(index);
+    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
+}
+
+char32_t Tekst::codepuntVoor(std::string_view s, std::size_t& i) {
+    // Back over at most three continuation bytes, then decode forwards: the sequence is valid
+    // only when it ends exactly at i; otherwise the last byte alone stands for U+FFFD.
+    std::size_t begin = i - 1;
+    while (begin > 0 && i - begin < 4 && (static_cast<unsigned char>(s[begin]) & 0xC0U) == 0x80U) {
+        --begin;
+    }
+    std::size_t j = begin;
+    const char32_t c = codepuntOp(s, j);
+    if (j == i) {
+        i = begin;
+        return c;
+    }
+    --i;
+    return U'\uFFFD';
+}
+
+char32_t Tekst::eersteCodepunt(std::string_view s) {
+    if (s.empty()) {
+        return 0;
+    }
+    std::size_t i = 0;
+    return codepuntOp(s, i);
+}
+
 std::u32string Tekst::codepunten(std::string_view s) {
     std::u32string uit;
     uit.reserve(s.size());
@@ -171,7 +280,8 @@ std::vector<std::string> Tekst::splitsOpWitruimte(std::string_view s) {
 }
 
 bool Tekst::bevatLetterOfCijfer(std::string_view s) {
-    for (char32_t c : codepunten(s)) {
+    for (std::size_t i = 0; i < s.size();) {
+        const char32_t c = codepuntOp(s, i);
         if (isLetter(c) || isCijfer(c)) {
             return true;
         }
@@ -211,6 +321,17 @@ std::string Tekst::zonderDiacrieten(std::string_view s) {
     return U_SUCCESS(status) ? naarUtf8(uit) : std::string(s);
 }
 
+bool Tekst::gelijkZonderHoofdletters(std::string_view a, std::string_view b) {
+    return naarIcu(a).caseCompare(naarIcu(b), U_FOLD_CASE_DEFAULT) == 0;
+}
+
+std::string Tekst::geldigeUtf8(std::string_view s) {
+    if (isGeldigeUtf8(s)) {
+        return std::string(s);
+    }
+    return utf8(codepunten(s));
+}
+
 bool Tekst::isGeldigeUtf8(std::string_view s) {
     int32_t i = 0;
     const auto lengte = static_cast<int32_t>(s.size());
@@ -223,25 +344,6 @@ bool Tekst::isGeldigeUtf8(std::string_view s) {
         }
     }
     return true;
-}
-
-char32_t Tekst::volgendCodepunt(std::string_view s, std::size_t& i) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
-    const auto lengte = static_cast<int32_t>(s.size());
-    auto j = static_cast<int32_t>(i);
-    UChar32 c = 0;
-    U8_NEXT(bytes, j, lengte, c);
-    i = static_cast<std::size_t>(j);
-    return c < 0 ? U'\uFFFD' : static_cast<char32_t>(c);
-}
-
-bool Tekst::isLeesteken(char32_t c) {
-    return u_ispunct(static_cast<UChar32>(c)) != 0;
-}
-
-bool Tekst::isHoofdletter(char32_t c) {
-    const auto cat = u_charType(static_cast<UChar32>(c));
-    return cat == U_UPPERCASE_LETTER || cat == U_TITLECASE_LETTER;
 }
 
 std::string Tekst::metHoofdletter(std::string_view woord) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,25 +29,45 @@ class Tekst {
     static bool bevatLetterOfCijfer(std::string_view s);
     static bool isLetter(char32_t c);
     static bool isCijfer(char32_t c);
+    // An upper-case letter (Lu); title-case digraphs such as "ǅ" do not count.
+    static bool isHoofdletter(char32_t c);
+    // General category P (any punctuation).
+    static bool isLeesteken(char32_t c);
+
+    // Walks the grapheme clusters of valid UTF-8 from the start, straight over the bytes (no
+    // copy of the text), calling f with each cluster's byte range until f returns false. f may
+    // call any Tekst function, perTeken included.
+    static void perTeken(std::string_view s,
+                         const std::function<bool(std::size_t begin, std::size_t eind)>& f);
+    // Byte offsets of the grapheme cluster boundaries of valid UTF-8, from 0 up to and
+    // including s.size(); an empty string gives {0}.
+    static std::vector<std::size_t> tekenGrenzen(std::string_view s);
+    // Byte offset at which the last grapheme cluster of valid UTF-8 begins (0 for "").
+    static std::size_t beginLaatsteTeken(std::string_view s);
+    // Decodes the code point at byte offset i and moves i past it (U+FFFD for an invalid
+    // sequence). Requires i < s.size().
+    static char32_t codepuntOp(std::string_view s, std::size_t& i);
+    // Decodes the code point that ends at byte offset i and moves i to its start. Requires i > 0.
+    static char32_t codepuntVoor(std::string_view s, std::size_t& i);
+    // The first code point (U+FFFD for an invalid sequence, 0 for an empty string).
+    static char32_t eersteCodepunt(std::string_view s);
 
     // Full Unicode case mapping, independent of the user's locale.
     static std::string kleineLetters(std::string_view s);
     static std::string hoofdletters(std::string_view s);
+    // Equal under full Unicode case folding ("STRASSE" equals "straße").
+    static bool gelijkZonderHoofdletters(std::string_view a, std::string_view b);
 
     // Removes diacritics (é -> e, ë -> e) by canonical decomposition without combining marks.
     static std::string zonderDiacrieten(std::string_view s);
 
     static bool isGeldigeUtf8(std::string_view s);
+    // s itself when it is valid UTF-8, otherwise s with every invalid sequence read as U+FFFD.
+    static std::string geldigeUtf8(std::string_view s);
     // Decodes UTF-8 into code points (invalid sequences become U+FFFD).
     static std::u32string codepunten(std::string_view s);
     static std::string utf8(std::u32string_view s);
 
-    // Reads the code point at byte offset i of valid UTF-8 and moves i past it (an invalid
-    // sequence reads as U+FFFD and is skipped). For scanning text without copying it.
-    static char32_t volgendCodepunt(std::string_view s, std::size_t& i);
-    // Punctuation (\p{P}); an upper-case or title-case letter (Lu, Lt).
-    static bool isLeesteken(char32_t c);
-    static bool isHoofdletter(char32_t c);
     // The word with its first letter title-cased and the rest untouched ("ijsje" -> "IJsje",
     // "\"hallo" -> "\"Hallo", "3e" stays "3e").
     static std::string metHoofdletter(std::string_view woord);

@@ -428,12 +428,13 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
             TolmoKeten keten = TolmoKeten::bouw(s, kluis, eigenTransport ? transport : nullptr);
             ASSERT_TRUE(keten.opschoner) << "cleanup is on by default";
             EXPECT_EQ(keten.opschoner->niveau(), Opschoonniveau::strak);
-            EXPECT_FALSE(TolmoKeten::bouw([&] {
-                             TolmoInstellingen uit = s;
-                             uit.opschonen = false;
-                             return uit;
-                         }(),
-                                          kluis, transport)
+            EXPECT_FALSE(TolmoKeten::bouw(
+                             [&] {
+                                 TolmoInstellingen uit = s;
+                                 uit.opschonen = false;
+                                 return uit;
+                             }(),
+                             kluis, transport)
                              .opschoner);
             EXPECT_EQ(keten.verwerk(o, Stijl::neutraal, {}).ruw, "Hallo Tolmo.");
             EXPECT_EQ(transport->aantal, eigenTransport ? 1 : 0);

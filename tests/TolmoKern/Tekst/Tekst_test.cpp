@@ -51,6 +51,66 @@ TEST(Tekst, WhiteSpaceLettersAndCase) {
     EXPECT_EQ(Tekst::getalNL("%.2f s", 1234.5), "1234,50 s");
 }
 
+TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
+    struct Geval {
+        std::string s;
+        std::vector<std::size_t> grenzen;
+    };
+    const Geval gevallen[] = {
+        {"", {0}},
+        {"ab", {0, 1, 2}},
+        {"e\u0301x", {0, 3, 4}},     // 1 + 2 bytes for the accented e
+        {"👍🏽!", {0, 8, 9}},    // emoji with skin tone: 4 + 4 bytes, one character
+        {"a\r\nß", {0, 1, 3, 5}},    // CR LF together
+        {"\U00010400x", {0, 4, 5}},  // outside the BMP: a surrogate pair in UTF-16
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.s);
+        EXPECT_EQ(Tekst::tekenGrenzen(g.s), g.grenzen);
+    }
+
+    // Last character and stepping back over code points, also over broken bytes.
+    EXPECT_EQ(Tekst::beginLaatsteTeken(""), 0U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("ab"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("a👍🏽"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("a\r\n"), 1U);
+    EXPECT_EQ(Tekst::beginLaatsteTeken("xe\u0301"), 1U);
+    const std::string gemengd = "aé👍\x80";
+    std::vector<char32_t> terug;
+    for (std::size_t i = gemengd.size(); i > 0;) {
+        terug.push_back(Tekst::codepuntVoor(gemengd, i));
+    }
+    EXPECT_EQ(terug, (std::vector<char32_t>{U'\uFFFD', U'👍', U'é', U'a'}));
+
+    // A walk inside a walk: each level keeps its own position.
+    std::string paren;
+    Tekst::perTeken("ab", [&](std::size_t b, std::size_t e) {
+        Tekst::perTeken("xé", [&](std::size_t b2, std::size_t e2) {
+            paren += std::string("ab").substr(b, e - b) + std::string("xé").substr(b2, e2 - b2);
+            return true;
+        });
+        return true;
+    });
+    EXPECT_EQ(paren, "axaébxbé");
+
+    EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
+    EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
+    EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
+    EXPECT_TRUE(Tekst::isHoofdletter(U'Σ'));
+    EXPECT_FALSE(Tekst::isHoofdletter(U'\u01C5'));  // title case Dž
+    EXPECT_TRUE(Tekst::isLeesteken(U'…'));
+    EXPECT_TRUE(Tekst::isLeesteken(U')'));
+    EXPECT_FALSE(Tekst::isLeesteken(U'€'));
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("STRASSE", "straße"));
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("ΣΟΦΊΑ", "σοφία"));
+    EXPECT_FALSE(Tekst::gelijkZonderHoofdletters("straat", "straten"));
+    EXPECT_EQ(Tekst::geldigeUtf8("ok"), "ok");
+    EXPECT_EQ(Tekst::geldigeUtf8("a\xc3"
+                                 "b\xff"),
+              "a\uFFFDb\uFFFD");
+    EXPECT_EQ(Tekst::geldigeUtf8("\xed\xa0\x80"), "\uFFFD\uFFFD\uFFFD");  // a lone surrogate
+}
+
 TEST(Patroon, IcuSyntaxAndByteOffsets) {
     static const Patroon woord(R"(\p{L}+)");
     const auto treffers = woord.vindAlle("één, twee");
@@ -59,6 +119,12 @@ TEST(Patroon, IcuSyntaxAndByteOffsets) {
     EXPECT_EQ(treffers[0].begin, 0U);
     EXPECT_EQ(treffers[0].eind, 5U);
     EXPECT_EQ(treffers[1].begin, 7U);
+    // Offsets after characters outside the BMP (two UTF-16 units, four bytes).
+    const auto naEmoji = woord.vindAlle("👍a 👍👍 bc");
+    ASSERT_EQ(naEmoji.size(), 2U);
+    EXPECT_EQ(naEmoji[0].begin, 4U);
+    EXPECT_EQ(naEmoji[1].begin, 15U);
+    EXPECT_EQ(naEmoji[1].eind, 17U);
 
     const Patroon nadruk(R"((?<=\s)eh\b)", true);
     EXPECT_EQ(nadruk.vervangAlles("ja EH nee eh", "…"), "ja … nee …");
@@ -121,15 +187,15 @@ TEST(Tekst, CodePointScanningAndCharacterClasses) {
     std::size_t i = 0;
     std::u32string gelezen;
     while (i < s.size()) {
-        gelezen.push_back(Tekst::volgendCodepunt(s, i));
+        gelezen.push_back(Tekst::codepuntOp(s, i));
     }
     EXPECT_EQ(gelezen, U"a\u00e9\uFFFD\U0001F44D");
     EXPECT_EQ(i, s.size());
 
     EXPECT_TRUE(Tekst::isLeesteken(U'\u00bb'));
     EXPECT_TRUE(Tekst::isLeesteken(U'\u2019'));
-    EXPECT_FALSE(Tekst::isLeesteken(U'\u20ac'));  // a currency sign is a symbol
-    EXPECT_TRUE(Tekst::isHoofdletter(U'\u01c5'));
+    EXPECT_FALSE(Tekst::isLeesteken(U'\u20ac'));    // a currency sign is a symbol
+    EXPECT_FALSE(Tekst::isHoofdletter(U'\u01c5'));  // title case is not upper case
     EXPECT_TRUE(Tekst::isHoofdletter(U'\u00c9'));
     EXPECT_FALSE(Tekst::isHoofdletter(U'\u00e9'));
     EXPECT_FALSE(Tekst::isHoofdletter(U'3'));

@@ -1,0 +1,85 @@
+#include "TolmoKern/Opschonen/Opschoonlabel.h"
+
+#include <gtest/gtest.h>
+
+#include <unordered_set>
+
+namespace tolmo {
+namespace {
+
+using L = Opschoonlabel;
+
+TEST(Opschoonlabel, Opschoonlabels) {
+    struct Geval {
+        std::string ruw;
+        std::string opgeschoond;
+        std::vector<Opschoonlabel> labels;
+    };
+    const Geval gevallen[] = {
+        // Nothing to compare, or nothing changed once the ends are trimmed.
+        {"ok", "ok", {}},
+        {" ok\n", "ok", {}},
+        {"", "Ok.", {}},
+        {"eh", " \n", {}},
+        // Only punctuation and capitals changed.
+        {"dat klopt", "Dat klopt.", {L::opgeschoond()}},
+        // Only fillers went: that label alone. Fillers glued to an emoji are still words.
+        {"eh ik kom", "Ik kom.", {L::ehWeggehaald(1)}},
+        {"EH ja", "Ja.", {L::ehWeggehaald(1)}},
+        {"ehm👍 ja", "👍 Ja.", {L::ehWeggehaald(1)}},
+        {"äh café crème", "Café crème.", {L::ehWeggehaald(1)}},
+        // The label set is wider than the rule cleaner's.
+        {"um ehh mmm ja", "Ja.", {L::ehWeggehaald(3)}},
+        // Fillers and more: the general label follows.
+        {"eh dat dat klopt", "Dat klopt.", {L::ehWeggehaald(1), L::opgeschoond()}},
+        // More fillers afterwards than before counts as none removed.
+        {"ja", "eh ja", {L::opgeschoond()}},
+        // Self-corrections, with the shared words at both ends trimmed.
+        {"om drie uur nee vier uur", "om vier uur", {L::zelfcorrectie("drie", "vier")}},
+        {"eh om drie uur nee vier uur",
+         "Om vier uur.",
+         {L::ehWeggehaald(1), L::zelfcorrectie("drie", "vier")}},
+        {"ik kom om drie uur nee om vier uur morgen",
+         "Ik kom om vier uur morgen.",
+         {L::zelfcorrectie("drie", "vier")}},
+        {"ik wil de rode auto nee de blauwe auto",
+         "Ik wil de blauwe auto.",
+         {L::zelfcorrectie("rode", "blauwe")}},
+        {"bel Anna nee Bram", "Bel Bram.", {L::zelfcorrectie("anna", "bram")}},
+        {"het kost tien euro nee vijftien euro twintig",
+         "Het kost vijftien euro twintig.",
+         {L::zelfcorrectie("tien", "vijftien")}},
+        // Not a self-correction: the same words again, "nee" inside the replacement, a single
+        // word dropped, or words that do not line up with the cleaned text.
+        {"ja nee ja", "Ja.", {L::opgeschoond()}},
+        {"prima nee nee wacht", "Nee wacht.", {L::opgeschoond()}},
+        {"nee dat klopt", "Dat klopt.", {L::opgeschoond()}},
+        {"om drie uur nee vier uur", "Om vijf uur.", {L::opgeschoond()}},
+        {"drie nee vier", "Drie.", {L::opgeschoond()}},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.ruw + " -> " + g.opgeschoond);
+        EXPECT_EQ(opschoonlabels(g.ruw, g.opgeschoond), g.labels);
+    }
+}
+
+TEST(Opschoonlabel, GelijkheidEnHash) {
+    const std::vector<Opschoonlabel> verschillend{
+        L::ehWeggehaald(1),         L::ehWeggehaald(2),          L::zelfcorrectie("a", "b"),
+        L::zelfcorrectie("b", "a"), L::zelfcorrectie("a", "bc"), L::zelfcorrectie("ab", "c"),
+        L::opgeschoond(),
+    };
+    for (std::size_t i = 0; i < verschillend.size(); ++i) {
+        for (std::size_t j = 0; j < verschillend.size(); ++j) {
+            EXPECT_EQ(verschillend[i] == verschillend[j], i == j) << i << " " << j;
+        }
+    }
+    // Equal labels land on the same key; all the different ones stay apart.
+    std::unordered_set<Opschoonlabel> set(verschillend.begin(), verschillend.end());
+    set.insert(L::ehWeggehaald(1));
+    set.insert(L::zelfcorrectie("a", "b"));
+    EXPECT_EQ(set.size(), verschillend.size());
+}
+
+}  // namespace
+}  // namespace tolmo
