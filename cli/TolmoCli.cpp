@@ -4,6 +4,7 @@
 
 #include "cli/InstellingenOpdracht.h"
 #include "cli/SleutelOpdracht.h"
+#include "cli/TekstOpdrachten.h"
 
 #ifndef TOLMO_VERSIE
 #define TOLMO_VERSIE "0.0.0"
@@ -21,6 +22,24 @@ bool vraagtHulp(const std::vector<std::string>& args) {
     return false;
 }
 
+struct Opdracht {
+    const char* naam;
+    const char* (*hulp)();
+    int (*voerUit)(const std::vector<std::string>&, CliOmgeving&);
+};
+
+const std::vector<Opdracht>& opdrachten() {
+    static const std::vector<Opdracht> lijst{
+        {"instellingen", InstellingenOpdracht::hulp, InstellingenOpdracht::voerUit},
+        {"sleutel", SleutelOpdracht::hulp, SleutelOpdracht::voerUit},
+        {"opschonen", TekstOpdrachten::hulpOpschonen, TekstOpdrachten::opschonen},
+        {"spraakopdrachten", TekstOpdrachten::hulpSpraakopdrachten,
+         TekstOpdrachten::spraakopdrachten},
+        {"stijl", TekstOpdrachten::hulpStijl, TekstOpdrachten::stijl},
+    };
+    return lijst;
+}
+
 }  // namespace
 
 const char* TolmoCli::hulp() {
@@ -29,6 +48,9 @@ const char* TolmoCli::hulp() {
            "Opdrachten:\n"
            "  instellingen    toont of verandert de instellingen\n"
            "  sleutel         beheert de API-sleutels en de toegangscode van de Tolmo-server\n"
+           "  opschonen       schoont tekst van standaardinvoer op met de regels\n"
+           "  spraakopdrachten voert gesproken opdrachten uit in tekst van standaardinvoer\n"
+           "  stijl           toont de schrijfstijl voor een app\n"
            "\n"
            "  tolmo OPDRACHT --help  uitleg bij één opdracht\n"
            "  tolmo --versie         toont de versie\n";
@@ -49,19 +71,14 @@ int TolmoCli::voerUit(const std::vector<std::string>& args, CliOmgeving& omgevin
             omgeving.uit << "tolmo " << TOLMO_VERSIE << "\n";
             return 0;
         }
-        if (opdracht == "instellingen") {
-            if (vraagtHulp(rest)) {
-                omgeving.uit << InstellingenOpdracht::hulp();
-                return 0;
+        for (const Opdracht& o : opdrachten()) {
+            if (opdracht == o.naam) {
+                if (vraagtHulp(rest)) {
+                    omgeving.uit << o.hulp();
+                    return 0;
+                }
+                return o.voerUit(rest, omgeving);
             }
-            return InstellingenOpdracht::voerUit(rest, omgeving);
-        }
-        if (opdracht == "sleutel") {
-            if (vraagtHulp(rest)) {
-                omgeving.uit << SleutelOpdracht::hulp();
-                return 0;
-            }
-            return SleutelOpdracht::voerUit(rest, omgeving);
         }
         throw GebruiksFout("Onbekende opdracht \"" + opdracht + "\". Zie tolmo --help.");
     } catch (const GebruiksFout& f) {
