@@ -1,0 +1,202 @@
+// The chat cleaner through the real libcurl transport against a loopback server, inside the
+// chain's guards.
+#include <gtest/gtest.h>
+
+#include "TolmoKern/Keten/TolmoKeten.h"
+#include "TolmoKern/Opschonen/ChatOpschoner.h"
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/TolmoServerTransport.h"
+#include "nep/LoopbackServer.h"
+#include "nep/NepMotor.h"
+
+namespace tolmo {
+namespace {
+
+using nep::LoopbackServer;
+using nlohmann::json;
+
+const std::string dictaat = "ik wil drie appels en 12 peren kopen bij de markt vandaag";
+
+std::string antwoordMet(const json& inhoud) {
+    return json{{"choices", json::array({{{"message", {{"role", "assistant"}, {"content", inhoud}}},
+                                          {"finish_reason", "stop"}}})},
+                {"service_tier", "default"}}
+        .dump();
+}
+
+Opname opname() {
+    Opname o;
+    o.meting.registreerSampleRate(16000);
+    o.meting.aantalSamples = 32000;
+    return o;
+}
+
+struct Opstelling {
+    LoopbackServer server;
+    std::shared_ptr<HTTPTransport> transport = std::make_shared<CurlTransport>();
+
+    TolmoKeten keten(Motor aanbieder, Opschoonniveau niveau,
+                     std::chrono::milliseconds timeout = std::chrono::seconds(15)) {
+        TolmoKeten k;
+        k.transcriptie = std::make_unique<nep::NepMotor>(dictaat);
+        ChatOpschoner::Model model = ChatOpschoner::Model::voor(aanbieder);
+        model.adres = server.url() + "v1/chat/completions";
+        k.opschoner =
+            std::make_unique<ChatOpschoner>(model, std::vector<std::string>{"Hoi! Tot straks."},
+                                            niveau, "sk-test", transport, timeout);
+        k.woorden = {"Tolmo"};
+        return k;
+    }
+};
+
+TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
+    struct Geval {
+        Motor aanbieder;
+        Opschoonniveau niveau;
+        Stijl stijl;
+        std::string model;
+        std::string budgetSleutel;
+        bool regel10;
+    };
+    const Geval gevallen[] = {
+        {Motor::openAI, Opschoonniveau::strak, Stijl::zakelijk, "gpt-6-luna",
+         "max_completion_tokens", true},
+        {Motor::openAI, Opschoonniveau::licht, Stijl::los, "gpt-6-luna", "max_completion_tokens",
+         false},
+        {Motor::mistral, Opschoonniveau::strak, Stijl::letterlijk, "mistral-small-2603",
+         "max_tokens", false},
+        {Motor::mistral, Opschoonniveau::licht, Stijl::neutraal, "mistral-small-2603", "max_tokens",
+         false},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.model + " " + std::string(opschoonniveauWaarden.naam(g.niveau)));
+        Opstelling o;
+        const std::string schoon = "Ik wil vandaag drie appels en 12 peren kopen.";
+        o.server.zetAntwoord(LoopbackServer::Antwoord::json(200, antwoordMet(schoon)));
+        TolmoKeten k = o.keten(g.aanbieder, g.niveau);
+        const KetenResultaat r = k.verwerk(opname(), g.stijl, {});
+        EXPECT_EQ(r.tekst, schoon);
+        EXPECT_EQ(r.tijden.opschoonVerwerking, "default");
+        ASSERT_EQ(o.server.aantalVerzoeken(), 1U);
+        const auto v = o.server.verzoeken().front();
+        EXPECT_EQ(v.methode, "POST");
+        EXPECT_EQ(v.doel, "/v1/chat/completions");
+        EXPECT_EQ(v.header("Authorization"), "Bearer sk-test");
+        EXPECT_EQ(v.header("Content-Type"), "application/json");
+
+        const json body = json::parse(v.body);
+        // Keys arrive sorted, and only the provider's own budget key is there.
+        std::vector<std::string> sleutels;
+        for (const auto& [sleutel, waarde] : body.items()) {
+            sleutels.push_back(sleutel);
+        }
+        EXPECT_TRUE(std::is_sorted(sleutels.begin(), sleutels.end()));
+        EXPECT_EQ(v.body.find(R"(\/)"), std::string::npos) << "slashes are not escaped";
+        EXPECT_EQ(body["model"], g.model);
+        EXPECT_EQ(body[g.budgetSleutel], static_cast<int>(dictaat.size()) * 13 / 10 + 30);
+        const std::vector<std::string> verwacht =
+            g.aanbieder == Motor::mistral
+                ? std::vector<std::string>{"max_tokens", "messages", "model", "reasoning_effort",
+                                           "temperature"}
+                : std::vector<std::string>{"max_completion_tokens", "messages", "model",
+                                           "reasoning_effort", "service_tier"};
+        EXPECT_EQ(sleutels, verwacht);
+        EXPECT_EQ(body["reasoning_effort"], "none");
+        const std::string systeem = body["messages"][0]["content"];
+        EXPECT_EQ(systeem,
+                  ChatOpschoner::systeemprompt({"Tolmo"}, g.stijl, g.stijl != Stijl::letterlijk,
+                                               {"Hoi! Tot straks."}, g.niveau));
+        EXPECT_EQ(systeem.find("\n10. ") != std::string::npos, g.regel10);
+        EXPECT_EQ(body["messages"][1]["content"],
+                  "<transcriptie>\n" + dictaat + "\n</transcriptie>");
+    }
+}
+
+TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
+    using A = LoopbackServer::Antwoord;
+    struct Geval {
+        const char* naam;
+        A antwoord;
+        std::string tekst;
+        std::optional<std::string> probleem;
+    };
+    A traag = A::json(200, antwoordMet("te laat"));
+    traag.vertraging = std::chrono::milliseconds(1500);
+    const Geval gevallen[] = {
+        {"tekst met tags",
+         A::json(200, antwoordMet(
+                          "  <transcriptie>\nIk wil drie appels en 12 peren.\n</transcriptie> ")),
+         "Ik wil drie appels en 12 peren.", std::nullopt},
+        {"stukken",
+         A::json(200,
+                 antwoordMet(json::array({{{"type", "text"}, {"text", "Ik wil drie "}},
+                                          {{"type", "text"}, {"text", "appels en 12 peren."}}}))),
+         "Ik wil drie appels en 12 peren.", std::nullopt},
+        {"null", A::json(200, antwoordMet(nullptr)), dictaat, "Onverwacht antwoord van OpenAI."},
+        {"geen keuzes", A::json(200, R"({"choices":[]})"), dictaat,
+         "Onverwacht antwoord van OpenAI."},
+        {"ongeldige JSON", A::json(200, "{niet"), dictaat, "Onverwacht antwoord van OpenAI."},
+        {"HTTP 500", A::json(500, R"({"error":"x"})"), dictaat, "OpenAI gaf een fout (code 500)."},
+        {"HTTP 429", A::json(429, R"({"error":"x"})"), dictaat,
+         "OpenAI: limiet of tegoed op (fout 429)."},
+        {"leeg", A::json(200, antwoordMet("   ")), dictaat,
+         "opgeschoonde tekst leek niet op het dictaat"},
+        {"te lang", A::json(200, antwoordMet(std::string(200, 'x'))), dictaat,
+         "opgeschoonde tekst leek niet op het dictaat"},
+        {"blijft hangen", traag, dictaat, "OpenAI reageert niet. Probeer het opnieuw."},
+        {"verbinding dicht", A::sluit(), dictaat, "Onverwacht antwoord van OpenAI."},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.server.zetAntwoord(g.antwoord);
+        // A short time-out stands in for the 15 seconds of real use.
+        TolmoKeten k =
+            o.keten(Motor::openAI, Opschoonniveau::licht, std::chrono::milliseconds(400));
+        const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+        EXPECT_EQ(r.tekst, g.tekst);
+        EXPECT_EQ(r.opschoonProbleem, g.probleem);
+        EXPECT_EQ(r.ruw, dictaat);
+        EXPECT_TRUE(r.tijden.opschonen);
+    }
+}
+
+TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
+    Opstelling o;
+    o.server.zetAntwoorden(
+        {LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en peren kopen.")),
+         LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
+    TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::strak);
+    const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+    // The light answer is taken even though it also lost a number: there is no third call.
+    EXPECT_EQ(r.tekst, "Ik wil appels en 12 peren kopen.");
+    EXPECT_EQ(r.tijden.opschonenHerhaald, "Strak gaf minder getallen, opnieuw op Licht");
+    ASSERT_EQ(o.server.aantalVerzoeken(), 2U);
+    const auto verzoeken = o.server.verzoeken();
+    const std::string eerste = json::parse(verzoeken[0].body)["messages"][0]["content"];
+    const std::string tweede = json::parse(verzoeken[1].body)["messages"][0]["content"];
+    EXPECT_NE(eerste.find("\n10. "), std::string::npos);
+    EXPECT_EQ(tweede.find("\n10. "), std::string::npos);
+    EXPECT_EQ(json::parse(verzoeken[1].body)["messages"][1],
+              json::parse(verzoeken[0].body)["messages"][1]);
+}
+
+TEST(ChatOpschonerServer, ThroughTheRelay) {
+    Opstelling o;
+    o.server.zetAntwoorden(
+        {LoopbackServer::Antwoord::json(200, antwoordMet("Schoon.")),
+         LoopbackServer::Antwoord::json(429, R"({"soort":"dag"})", {{"Retry-After", "60"}})});
+    o.transport = std::make_shared<TolmoServerTransport>(std::make_shared<CurlTransport>(),
+                                                         Aanbieder::mistral);
+    TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::licht);
+    k.verwerk(opname(), Stijl::neutraal, {});
+    EXPECT_EQ(o.server.verzoeken().front().header("X-Tolmo-Aanbieder"), "mistral");
+    TolmoKeten opnieuw = o.keten(Motor::mistral, Opschoonniveau::licht);
+    const KetenResultaat r = opnieuw.verwerk(opname(), Stijl::neutraal, {});
+    EXPECT_EQ(r.tekst, dictaat);
+    EXPECT_EQ(r.opschoonProbleem,
+              "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw.");
+}
+
+}  // namespace
+}  // namespace tolmo
