@@ -21,10 +21,13 @@ ctest --preset asan -j2
 if compgen -G "fuzz/*.cpp" >/dev/null; then
   echo "== fuzzers"
   cmake --preset fuzz >/dev/null
-  cmake --build --preset fuzz
-  for f in build/fuzz/fuzz/fuzz_*; do
-    [ -x "$f" ] || continue
-    echo "-- $f"
-    "$f" -max_total_time="${TOLMO_FUZZ_SECONDEN:-20}" -rss_limit_mb=2048 -print_final_stats=1 2>&1 | tail -4
+  doelen=()
+  for bron in fuzz/*.cpp; do doelen+=("fuzz_$(basename "$bron" .cpp)"); done
+  cmake --build --preset fuzz --target "${doelen[@]}"
+  for doel in "${doelen[@]}"; do
+    echo "-- $doel"
+    # A crash or a failed check ends the fuzzer with a non-zero status, and so this script.
+    "build/fuzz/fuzz/$doel" -max_total_time="${TOLMO_FUZZ_SECONDEN:-20}" -rss_limit_mb=2048 \
+      -print_final_stats=1 2>&1 | tail -4
   done
 fi
