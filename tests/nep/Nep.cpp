@@ -8,4 +8,5 @@
 #include "nep/NepMotor.h"
 #include "nep/NepOpschoner.h"
 #include "nep/NepToetsBron.h"
+#include "nep/TijdelijkeOpname.h"
 #include "nep/WavLezer.h"

@@ -9,6 +9,7 @@
 #include <numbers>
 #include <vector>
 
+#include "TijdelijkeOpname.h"
 #include "Tolmo/AudioOpnemer/AudioSchrijver.h"
 #include "Tolmo/AudioOpnemer/Omzetter.h"
 
@@ -119,25 +120,6 @@ class NepSchrijverMaker final : public AudioSchrijver::Maker {
         standen.push_back(std::make_shared<NepSchrijver::Stand>());
         return std::make_unique<NepSchrijver>(standen.back(), faaltVanaf);
     }
-};
-
-// A fresh temporary directory, removed with everything in it.
-class TijdelijkeMap {
-  public:
-    TijdelijkeMap() {
-        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-test-XXXXXX").string();
-        pad_ = ::mkdtemp(sjabloon.data());
-    }
-    ~TijdelijkeMap() {
-        std::error_code ec;
-        std::filesystem::remove_all(pad_, ec);
-    }
-    TijdelijkeMap(const TijdelijkeMap&) = delete;
-    TijdelijkeMap& operator=(const TijdelijkeMap&) = delete;
-    [[nodiscard]] const std::filesystem::path& pad() const { return pad_; }
-
-  private:
-    std::filesystem::path pad_;
 };
 
 }  // namespace tolmo::nep
