@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "TolmoKern/Audio/OpnameFout.h"
@@ -326,17 +327,23 @@ Opname AudioOpnemer::rondAf() {
         opname.formaat = formaat_.value_or(AudioFormaat::wav);
         opname.onvolledig = static_cast<bool>(schrijfFout_);
         laatsteSchrijfFout_ = schrijfFout_;
-        bestand = std::move(bestand_);
-        bestandURL_.reset();
-        formaat_.reset();
-        omzetter_.reset();
-        meting_.reset();
-        schrijfFout_.clear();
+        bestand = maakLos().first;
     }
     if (bestand) {
         bestand->sluit();
     }
     return opname;
+}
+
+std::pair<std::unique_ptr<AudioSchrijver>, std::optional<std::filesystem::path>>
+AudioOpnemer::maakLos() noexcept {
+    auto los = std::make_pair(std::move(bestand_), std::move(bestandURL_));
+    bestandURL_.reset();
+    formaat_.reset();
+    omzetter_.reset();
+    meting_.reset();
+    schrijfFout_.clear();
+    return los;
 }
 
 void AudioOpnemer::annuleer() {
@@ -346,13 +353,7 @@ void AudioOpnemer::annuleer() {
     std::optional<std::filesystem::path> url;
     {
         const std::lock_guard lock(slot_);
-        url = std::move(bestandURL_);
-        bestandURL_.reset();
-        bestand = std::move(bestand_);
-        formaat_.reset();
-        omzetter_.reset();
-        meting_.reset();
-        schrijfFout_.clear();
+        std::tie(bestand, url) = maakLos();
     }
     if (bestand) {
         bestand->sluit();

@@ -93,6 +93,9 @@ class AudioOpnemer {
     InvoerFormaat wachtOpBruikbaarFormaat(bool stemverwerking);
     // Flushes the converter's held-back samples into the file; slot_ must be held.
     void spoelOmzetter() noexcept;
+    // Ends the current file's recording state (under slot_); the caller closes the file.
+    std::pair<std::unique_ptr<AudioSchrijver>, std::optional<std::filesystem::path>>
+    maakLos() noexcept;
     // Size the output buffer for one block; grows only for a larger block than seen before.
     std::span<float> uitvoerVoor(double rate, std::uint32_t frames) noexcept;
 
