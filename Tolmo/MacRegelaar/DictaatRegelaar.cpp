@@ -18,6 +18,8 @@ namespace {
 constexpr const char* geenMicrofoon = "Microfoon staat uit. Zie Instellingen > Toestemmingen.";
 constexpr const char* geenInvoerMelding = "Opname starten mislukt. Is er een microfoon?";
 constexpr const char* opnemenMislukt = "Opnemen lukte niet. Probeer het opnieuw.";
+// Anything the chain throws that is not one of its own errors; never expected.
+constexpr const char* verwerkenMislukt = "Verwerken mislukt. Probeer het opnieuw.";
 constexpr const char* zonderToestemming = "Zonder toestemming kan Tolmo niet dicteren.";
 
 std::string janee(bool b) {
@@ -96,30 +98,29 @@ std::function<void()> DictaatRegelaar::zwak(F f) {
     };
 }
 
-DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
-    : p_(poorten),
-      o_(std::move(opties)),
-      anker_(std::make_shared<DictaatRegelaar*>(this)),
-      gedeeld_(p_.groep, p_.standaard),
-      log_(p_.logOpslag, o_.logBron, o_.wandklok ? o_.wandklok : std::function<std::int64_t()>([] {
-               return std::chrono::duration_cast<std::chrono::milliseconds>(
-                          std::chrono::system_clock::now().time_since_epoch())
-                   .count();
-           })),
-      plakker_(p_.klembord, p_.lus, p_.toestemmingen) {
-    if (!o_.wandklok) {
-        o_.wandklok = [] {
+DictaatRegelaar::Opties DictaatRegelaar::metStandaarden(Opties o, const SleutelKluis& kluis) {
+    if (!o.wandklok) {
+        o.wandklok = [] {
             return std::chrono::duration_cast<std::chrono::milliseconds>(
                        std::chrono::system_clock::now().time_since_epoch())
                 .count();
         };
     }
-    if (!o_.ketenMaker) {
-        o_.ketenMaker = [&kluis = p_.kluis](const TolmoInstellingen& instellingen) {
+    if (!o.ketenMaker) {
+        o.ketenMaker = [&kluis](const TolmoInstellingen& instellingen) {
             return TolmoKeten::bouw(instellingen, kluis, nullptr);
         };
     }
+    return o;
 }
+
+DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
+    : p_(poorten),
+      o_(metStandaarden(std::move(opties), poorten.kluis)),
+      anker_(std::make_shared<DictaatRegelaar*>(this)),
+      gedeeld_(p_.groep, p_.standaard),
+      log_(p_.logOpslag, o_.logBron, o_.wandklok),
+      plakker_(p_.klembord, p_.lus, p_.toestemmingen) {}
 
 DictaatRegelaar::~DictaatRegelaar() {
     anker_.reset();
@@ -471,6 +472,10 @@ void DictaatRegelaar::stop() {
         verwijder(opname.bestand);
         fout(f.melding());
         return;
+    } catch (const std::exception&) {
+        verwijder(opname.bestand);
+        fout(verwerkenMislukt);
+        return;
     }
     p_.werker.start(
         [keten, opname, stijl = dictaat_->stijl, &lus = p_.lus,
@@ -581,7 +586,7 @@ void DictaatRegelaar::ketenKlaar(std::uint64_t nummer, KetenUitkomst u) {
     } else if (u.fout) {
         fout(u.fout->melding());
     } else if (u.andereFout) {
-        fout("Verwerken mislukt. Probeer het opnieuw.");
+        fout(verwerkenMislukt);
     } else if (u.resultaat) {
         resultaat(std::move(*u.resultaat));
     }

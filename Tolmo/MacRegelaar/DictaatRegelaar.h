@@ -183,6 +183,7 @@ class DictaatRegelaar {
         bool geannuleerd = false;
     };
 
+    static Opties metStandaarden(Opties o, const SleutelKluis& kluis);
     // Wraps a member call so that it does nothing once the controller is gone.
     template <typename F>
     std::function<void()> zwak(F f);
