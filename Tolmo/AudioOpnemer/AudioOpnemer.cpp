@@ -367,6 +367,7 @@ void AudioOpnemer::annuleer() {
 FormaatBesluit AudioOpnemer::herstartNaWijziging() {
     engine_.stop();
     engine_.verwijderTap();
+    herstartFout_ = nullptr;
 
     HerstartToestand t;
     {
@@ -380,6 +381,7 @@ FormaatBesluit AudioOpnemer::herstartNaWijziging() {
         t.nieuwFormaat = invoerFormaat_.value_or(InvoerFormaat{});
     } catch (...) {
         t.startMislukt = true;
+        herstartFout_ = std::current_exception();
     }
 
     FormaatBesluit besluit = besluitNaWijziging(t);
@@ -394,6 +396,7 @@ FormaatBesluit AudioOpnemer::herstartNaWijziging() {
         nieuw.reset();
     }
     if (!nieuw) {
+        herstartFout_ = std::make_exception_ptr(OpnameFout::omzetten());
         return FormaatBesluit::afrondenMetDeelopname;
     }
     const std::lock_guard lock(slot_);

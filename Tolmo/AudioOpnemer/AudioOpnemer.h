@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -70,6 +71,9 @@ class AudioOpnemer {
     Opname rondAf();
     void annuleer();
     FormaatBesluit herstartNaWijziging();
+    // Why the last herstartNaWijziging ended in afrondenMetDeelopname, when it was an error
+    // (starting the engine again, or making the converter); empty otherwise.
+    [[nodiscard]] std::exception_ptr herstartFout() const { return herstartFout_; }
 
     // The capture routine, run by the tap for every buffer.
     void verwerkBuffer(const AudioBlok& blok) noexcept;
@@ -126,6 +130,7 @@ class AudioOpnemer {
     bool ruisonderdrukkingOvergeslagenBluetooth_ = false;
     bool gevraagdeRuisonderdrukking_ = false;
     std::error_code laatsteSchrijfFout_;
+    std::exception_ptr herstartFout_;
 };
 
 }  // namespace tolmo

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 #include <numbers>
+#include <system_error>
 #include <vector>
 
 #include "TijdelijkeOpname.h"
@@ -112,9 +113,15 @@ class NepSchrijver final : public AudioSchrijver {
 class NepSchrijverMaker final : public AudioSchrijver::Maker {
   public:
     int faaltVanaf = 0;  // 0: never
+    // The file cannot be created, as on a full or read-only disk.
+    bool openFaalt = false;
     std::vector<std::filesystem::path> paden;
     std::vector<std::shared_ptr<NepSchrijver::Stand>> standen;
     std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad, AudioFormaat) override {
+        if (openFaalt) {
+            throw std::system_error(std::make_error_code(std::errc::read_only_file_system),
+                                    pad.string());
+        }
         std::ofstream(pad).put('x');
         paden.push_back(pad);
         standen.push_back(std::make_shared<NepSchrijver::Stand>());

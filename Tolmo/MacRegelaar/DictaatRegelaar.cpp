@@ -1,0 +1,686 @@
+#include "Tolmo/MacRegelaar/DictaatRegelaar.h"
+
+#include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+#include "Tolmo/MacRegelaar/WoordSuggesties.h"
+#include "TolmoKern/Audio/OpnameFout.h"
+#include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Opschonen/StijlBepaling.h"
+#include "TolmoKern/Tekst/Tekst.h"
+
+namespace tolmo {
+
+namespace {
+
+constexpr const char* geenMicrofoon = "Microfoon staat uit. Zie Instellingen > Toestemmingen.";
+constexpr const char* geenInvoerMelding = "Opname starten mislukt. Is er een microfoon?";
+constexpr const char* opnemenMislukt = "Opnemen lukte niet. Probeer het opnieuw.";
+// Anything the chain throws that is not one of its own errors; never expected.
+constexpr const char* verwerkenMislukt = "Verwerken mislukt. Probeer het opnieuw.";
+constexpr const char* zonderToestemming = "Zonder toestemming kan Tolmo niet dicteren.";
+
+std::string janee(bool b) {
+    return b ? "ja" : "nee";
+}
+
+// The Dutch description of whatever a recorder or file call threw.
+std::string omschrijving(const std::exception_ptr& fout) {
+    try {
+        std::rethrow_exception(fout);
+    } catch (const OpnameFout& f) {
+        return f.melding();
+    } catch (const std::system_error& f) {
+        return f.code().message();
+    } catch (const std::exception& f) {
+        return f.what();
+    } catch (...) {
+        return "onbekende fout";
+    }
+}
+
+bool isGeenInvoer(const std::exception_ptr& fout) {
+    try {
+        std::rethrow_exception(fout);
+    } catch (const OpnameFout& f) {
+        return f.soort() == OpnameFout::Soort::geenInvoer;
+    } catch (...) {
+        return false;
+    }
+}
+
+std::string redenTekst(Doel::Reden reden) {
+    switch (reden) {
+        case Doel::Reden::onbekendDoel:
+            return "doel onbekend";
+        case Doel::Reden::andereApp:
+            return "andere app";
+        case Doel::Reden::anderVeld:
+            return "ander veld";
+    }
+    return "doel onbekend";
+}
+
+void verwijder(const std::filesystem::path& bestand) {
+    if (!bestand.empty()) {
+        std::error_code genegeerd;
+        std::filesystem::remove(bestand, genegeerd);
+    }
+}
+
+}  // namespace
+
+std::string DictaatRegelaar::Toestemmingsstand::tekst() const {
+    return "microfoon " + janee(microfoon) + ", invoermonitoring " + janee(invoermonitoring) +
+           ", toegankelijkheid " + janee(toegankelijkheid);
+}
+
+std::string_view DictaatRegelaar::tekst(Bron bron) {
+    switch (bron) {
+        case Bron::houdtoets:
+            return "houdtoets";
+        case Bron::wisselsneltoets:
+            return "wisselsneltoets";
+        case Bron::menu:
+            return "menu";
+    }
+    return "menu";
+}
+
+template <typename F>
+std::function<void()> DictaatRegelaar::zwak(F f) {
+    return [w = std::weak_ptr<DictaatRegelaar*>(anker_), f = std::move(f)] {
+        if (const auto p = w.lock()) {
+            f(**p);
+        }
+    };
+}
+
+DictaatRegelaar::Opties DictaatRegelaar::metStandaarden(Opties o, const SleutelKluis& kluis) {
+    if (!o.wandklok) {
+        o.wandklok = [] {
+            return std::chrono::duration_cast<std::chrono::milliseconds>(
+                       std::chrono::system_clock::now().time_since_epoch())
+                .count();
+        };
+    }
+    if (!o.ketenMaker) {
+        o.ketenMaker = [&kluis](const TolmoInstellingen& instellingen) {
+            return TolmoKeten::bouw(instellingen, kluis, nullptr);
+        };
+    }
+    return o;
+}
+
+DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
+    : p_(poorten),
+      o_(metStandaarden(std::move(opties), poorten.kluis)),
+      anker_(std::make_shared<DictaatRegelaar*>(this)),
+      gedeeld_(p_.groep, p_.standaard),
+      log_(p_.logOpslag, o_.logBron, o_.wandklok),
+      plakker_(p_.klembord, p_.lus, p_.toestemmingen) {}
+
+DictaatRegelaar::~DictaatRegelaar() {
+    anker_.reset();
+    if (dictaat_) {
+        dictaat_->stop.request_stop();
+    }
+    if (opnemer_) {
+        opnemer_->annuleer();
+    }
+}
+
+SneltoetsMonitor::Mechanisme DictaatRegelaar::houdtoetsMechanisme() const {
+    return monitor_ ? monitor_->mechanisme() : SneltoetsMonitor::Mechanisme::geen;
+}
+
+std::optional<DictaatRegelaar::Bron> DictaatRegelaar::bron() const {
+    if (!dictaat_) {
+        return std::nullopt;
+    }
+    return dictaat_->bron;
+}
+
+const std::optional<Doel>& DictaatRegelaar::plakDoel() const {
+    static const std::optional<Doel> geen;
+    return dictaat_ ? dictaat_->plakDoel : geen;
+}
+
+void DictaatRegelaar::log(const std::string& tekst) {
+    log_.schrijf(tekst);
+}
+
+void DictaatRegelaar::toonMelding(Melding melding) {
+    melding_ = std::move(melding);
+    p_.meldingen.toon(*melding_);
+    meldingTaak_ = p_.lus.eenmalig(meldingDuur, zwak([](DictaatRegelaar& r) {
+                                       r.melding_.reset();
+                                       r.p_.meldingen.wis();
+                                   }));
+}
+
+DictaatRegelaar::Toestemmingsstand DictaatRegelaar::leesToestemmingen() const {
+    return {p_.toestemmingen.microfoon(), p_.toestemmingen.invoermonitoring(),
+            p_.toestemmingen.toegankelijkheid()};
+}
+
+// ---------------------------------------------------------------------------------------------
+// Launch
+
+void DictaatRegelaar::opstarten() {
+    log_.laad();
+    instellingen_ = gedeeld_.laad();
+    // The desktop app always dictates through the relay; the stored choice is left alone for
+    // the phone, which shares it.
+    if (instellingen_.motor != Motor::tolmo) {
+        instellingen_.motor = Motor::tolmo;
+        instellingen_.serverAanbieder = Aanbieder::mistral;
+    }
+    macInstellingen_ = gedeeld_.laadMac();
+    klembordHerstellen_ = gedeeld_.klembordHerstellen();
+    toonBalk_ = gedeeld_.toonBalk();
+    cloudToestemming_ = CloudToestemming::laad(p_.groep);
+    toestemmingen_ = leesToestemmingen();
+
+    log("Mac-app gestart (" + o_.versie + ")");
+    log("Toestemmingen bij start: " + toestemmingen_.tekst());
+    log(std::string("Klembord na plakken herstellen: ") + (klembordHerstellen_ ? "aan" : "uit"));
+    if (const std::size_t n = ruimOpnamesOp(); n > 0) {
+        log(std::to_string(n) + " achtergebleven opname(s) verwijderd");
+    }
+
+    monitor_ = std::make_unique<SneltoetsMonitor>(p_.toetsen, p_.lus, macInstellingen_.houdToets);
+    monitor_->opLog = [this](const std::string& regel) { log(regel); };
+    monitor_->opHoudActie = [this](SneltoetsMonitor::Actie actie) { houdActie(actie); };
+    monitor_->opWissel = [this] { wissel(Bron::wisselsneltoets); };
+    monitor_->start(toestemmingen_.invoermonitoring, toestemmingen_.toegankelijkheid);
+    registreerWissel();
+
+    toestemmingTimer_ = p_.lus.herhalend(toestemmingInterval,
+                                         zwak([](DictaatRegelaar& r) { r.peilToestemmingen(); }));
+}
+
+std::size_t DictaatRegelaar::ruimOpnamesOp() {
+    std::size_t n = 0;
+    std::error_code ec;
+    for (const auto& item : std::filesystem::directory_iterator(o_.opnameMap, ec)) {
+        const auto& pad = item.path();
+        const std::string naam = pad.filename().string();
+        const std::string ext = pad.extension().string();
+        if (!naam.starts_with("tolmo-") || (ext != ".m4a" && ext != ".wav") ||
+            !item.is_regular_file(ec)) {
+            continue;
+        }
+        if (std::filesystem::remove(pad, ec)) {
+            ++n;
+        }
+    }
+    return n;
+}
+
+void DictaatRegelaar::registreerWissel() {
+    const auto& combinatie = macInstellingen_.wisselSneltoets;
+    if (!monitor_->registreerWissel(combinatie) && combinatie) {
+        const std::string tekst = "Sneltoets " + combinatie->weergave() + " is al in gebruik";
+        log(tekst);
+        toonMelding({tekst, true, std::nullopt});
+    }
+}
+
+void DictaatRegelaar::peilToestemmingen() {
+    const Toestemmingsstand nu = leesToestemmingen();
+    if (nu == toestemmingen_) {
+        return;
+    }
+    const bool toetsenAnders = nu.invoermonitoring != toestemmingen_.invoermonitoring ||
+                               nu.toegankelijkheid != toestemmingen_.toegankelijkheid;
+    toestemmingen_ = nu;
+    log("Toestemmingen gewijzigd: " + nu.tekst());
+    // What the hold key can be watched with depends on these two.
+    if (toetsenAnders && monitor_) {
+        monitor_->start(nu.invoermonitoring, nu.toegankelijkheid);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Settings
+
+void DictaatRegelaar::zetKlembordHerstellen(bool aan) {
+    klembordHerstellen_ = aan;
+    gedeeld_.zetKlembordHerstellen(aan);
+    log(std::string("Klembord na plakken herstellen: ") + (aan ? "aan" : "uit"));
+}
+
+void DictaatRegelaar::zetToonBalk(bool aan) {
+    toonBalk_ = aan;
+    gedeeld_.zetToonBalk(aan);
+}
+
+void DictaatRegelaar::voegWoordToe(const std::string& woord) {
+    // From the store, not the working copy: the phone may have added words since launch, and
+    // the working copy carries the forced relay engine, which is not the user's choice.
+    TolmoInstellingen opgeslagen = gedeeld_.laad();
+    const bool bekend = std::any_of(
+        opgeslagen.woorden.begin(), opgeslagen.woorden.end(),
+        [&woord](const std::string& term) { return Tekst::gelijkZonderHoofdletters(term, woord); });
+    std::erase(woordVoorstellen_, woord);
+    if (bekend) {
+        toonMelding({"Staat al in de woordenlijst.", false, std::nullopt});
+        return;
+    }
+    if (opgeslagen.woorden.size() >= maximumWoorden) {
+        toonMelding({"De woordenlijst is vol (" + std::to_string(maximumWoorden) + " termen).",
+                     true, std::nullopt});
+        return;
+    }
+    opgeslagen.woorden.push_back(woord);
+    opgeslagen.herkomst[woord] = WoordHerkomst{"voorstel", o_.wandklok()};
+    gedeeld_.bewaar(opgeslagen);
+    instellingen_.woorden = opgeslagen.woorden;
+    instellingen_.herkomst = opgeslagen.herkomst;
+    log("Term toegevoegd aan de woordenlijst (" + std::to_string(opgeslagen.woorden.size()) +
+        " termen)");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Starting
+
+void DictaatRegelaar::houdActie(SneltoetsMonitor::Actie actie) {
+    switch (actie) {
+        case SneltoetsMonitor::Actie::begin:
+            start(Bron::houdtoets);
+            break;
+        case SneltoetsMonitor::Actie::einde:
+            if (dictaat_ && dictaat_->bron == Bron::houdtoets) {
+                stop();
+            }
+            break;
+        case SneltoetsMonitor::Actie::annuleer:
+            if (toestand_ == Toestand::neemtOp && dictaat_ && dictaat_->bron == Bron::houdtoets) {
+                annuleerOpname(true);
+            }
+            break;
+    }
+}
+
+void DictaatRegelaar::wissel(Bron bron) {
+    if (toestand_ == Toestand::klaar) {
+        start(bron);
+    } else if (toestand_ == Toestand::neemtOp) {
+        stop();
+    }
+}
+
+void DictaatRegelaar::vraagToestemming() {
+    vraagOpen_ = true;
+    p_.vraag.vraag("Voordat je dicteert",
+                   std::string(CloudToestemming::tekst) + "\n\n" + zonderToestemming,
+                   {"Akkoord", "Niet nu"}, [w = std::weak_ptr<DictaatRegelaar*>(anker_)](int knop) {
+                       if (const auto p = w.lock()) {
+                           (**p).toestemmingsAntwoord(knop);
+                       }
+                   });
+}
+
+void DictaatRegelaar::toestemmingsAntwoord(int knop) {
+    vraagOpen_ = false;
+    if (knop != 0) {
+        log("Toestemming voor de spraakdienst: niet nu");
+        toonMelding({zonderToestemming, true, std::nullopt});
+        return;
+    }
+    CloudToestemming t;
+    t.versie = CloudToestemming::huidigeVersie;
+    t.datum = o_.wandklok();
+    t.bewaar(p_.groep);
+    cloudToestemming_ = t;
+    log("Toestemming gegeven voor de spraakdienst (versie " + std::to_string(t.versie) + ")");
+    // The press that opened the dialog records nothing: the user has been reading, not talking.
+    toonMelding({"Toestemming gegeven. Druk opnieuw om te dicteren.", false, std::nullopt});
+}
+
+void DictaatRegelaar::start(Bron bron) {
+    if (toestand_ != Toestand::klaar || vraagOpen_) {
+        return;
+    }
+    if (!cloudToestemming_ || !cloudToestemming_->geldig()) {
+        vraagToestemming();
+        return;
+    }
+    if (!p_.toestemmingen.microfoon()) {
+        toestemmingen_.microfoon = false;
+        log("Geen toestemming voor de microfoon, dictaat niet gestart");
+        toonMelding({geenMicrofoon, true, std::nullopt});
+        return;
+    }
+
+    Dictaat d;
+    d.nummer = ++dictaatTeller_;
+    d.bron = bron;
+    d.instellingen = instellingen_;
+    d.plakDoel = p_.focus.huidig();
+    const StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
+    d.stijl = stijlVoorApp(d.plakDoel && d.plakDoel->bundleId
+                               ? std::optional<std::string_view>(*d.plakDoel->bundleId)
+                               : std::nullopt,
+                           bepaling);
+    dictaatStijl_ = d.stijl;
+
+    opnemer_ = std::make_unique<AudioOpnemer>(p_.engine, p_.omzetters, p_.schrijvers, o_.opnameMap,
+                                              o_.opnemerTijd);
+    try {
+        opnemer_->startEngineMetRuisonderdrukking(d.instellingen.ruisonderdrukking);
+    } catch (...) {
+        const auto fout = std::current_exception();
+        startMislukt("Opname starten mislukt: " + omschrijving(fout), isGeenInvoer(fout));
+        return;
+    }
+    try {
+        opnemer_->start(o_.formaat);
+    } catch (const OpnameFout& f) {
+        startMislukt("Opname starten mislukt: " + f.melding(),
+                     f.soort() == OpnameFout::Soort::geenInvoer);
+        return;
+    } catch (...) {
+        // Anything else comes from creating the file.
+        startMislukt("Audiobestand maken mislukt, dictaat niet gestart: " +
+                         omschrijving(std::current_exception()),
+                     false);
+        return;
+    }
+    opnemer_->zetOpConfiguratieWijziging(
+        [&lus = p_.lus, w = std::weak_ptr<DictaatRegelaar*>(anker_), n = d.nummer] {
+            // On the audio thread with the engine's lock held: hop before touching anything.
+            lus.post([w, n] {
+                if (const auto p = w.lock()) {
+                    (**p).audioGewijzigd(n);
+                }
+            });
+        });
+
+    d.begin = p_.lus.uptime();
+    dictaat_ = std::move(d);
+    plakt_ = false;
+    toestand_ = Toestand::neemtOp;
+    p_.indicator.toon();
+
+    const char* ruis = "uit";
+    if (dictaat_->instellingen.ruisonderdrukking &&
+        !opnemer_->ruisonderdrukkingOvergeslagenBluetooth()) {
+        ruis = opnemer_->ruisonderdrukkingActief() ? "actief" : "lukte niet";
+    }
+    log("Dictaat gestart (" + std::string(tekst(bron)) + ", stijl " +
+        std::string(stijlWaarden.naam(dictaat_->stijl)) + ", ruisonderdrukking " + ruis + ")");
+
+    maximumTimer_ =
+        p_.lus.eenmalig(maximumOpnameDuur,
+                        zwak([n = dictaat_->nummer](DictaatRegelaar& r) { r.maximumBereikt(n); }));
+}
+
+void DictaatRegelaar::startMislukt(const std::string& regel, bool geenInvoer) {
+    log(regel);
+    if (opnemer_) {
+        opnemer_->annuleer();
+        opnemer_.reset();
+    }
+    toonMelding({geenInvoer ? geenInvoerMelding : opnemenMislukt, true, std::nullopt});
+}
+
+void DictaatRegelaar::maximumBereikt(std::uint64_t nummer) {
+    if (toestand_ != Toestand::neemtOp || !dictaat_ || dictaat_->nummer != nummer) {
+        return;
+    }
+    log("Opname gestopt na " + std::to_string(static_cast<int>(maximumOpnameDuur / 60)) +
+        " minuten");
+    stop();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Stopping and cancelling
+
+void DictaatRegelaar::stop() {
+    if (toestand_ != Toestand::neemtOp || !opnemer_ || !dictaat_) {
+        return;
+    }
+    maximumTimer_.annuleer();
+    const Opname opname = opnemer_->rondAf();
+    p_.engine.verwijderTap();
+    p_.engine.stop();
+    const std::error_code schrijfFout = opnemer_->laatsteSchrijfFout();
+    opnemer_.reset();
+
+    if (opname.onvolledig) {
+        // A file with a hole in it would be transcribed as if the user had said less.
+        verwijder(opname.bestand);
+        log("Schrijven audio mislukt, dictaat gaat niet door: " + schrijfFout.message());
+        toonMelding({opnemenMislukt, true, std::nullopt});
+        sluitAf();
+        return;
+    }
+    std::error_code ec;
+    const auto bytes = std::filesystem::file_size(opname.bestand, ec);
+    log("Opname " + Tekst::getalNL("%.1f", opname.meting.duur()) + " s, " +
+        std::to_string(ec ? 0 : bytes / 1024) + " kB");
+    toestand_ = Toestand::verwerken;
+
+    std::shared_ptr<TolmoKeten> keten;
+    try {
+        keten = std::make_shared<TolmoKeten>(o_.ketenMaker(dictaat_->instellingen));
+    } catch (const HerkenningsFout& f) {
+        verwijder(opname.bestand);
+        fout(f.melding());
+        return;
+    } catch (const std::exception&) {
+        verwijder(opname.bestand);
+        fout(verwerkenMislukt);
+        return;
+    }
+    p_.werker.start(
+        [keten, opname, stijl = dictaat_->stijl, &lus = p_.lus,
+         w = std::weak_ptr<DictaatRegelaar*>(anker_), n = dictaat_->nummer](std::stop_token stop) {
+            KetenUitkomst u;
+            try {
+                u.resultaat = keten->verwerk(opname, stijl, stop);
+            } catch (const Geannuleerd&) {
+                u.geannuleerd = true;
+            } catch (const HerkenningsFout& f) {
+                u.fout = f;
+            } catch (const std::exception& f) {
+                u.andereFout = f.what();
+            } catch (...) {
+                u.andereFout = "onbekende fout";
+            }
+            // The chain is done with the file, whatever becomes of the result.
+            verwijder(opname.bestand);
+            lus.post([w, n, u = std::move(u)]() mutable {
+                if (const auto p = w.lock()) {
+                    (**p).ketenKlaar(n, std::move(u));
+                }
+            });
+        },
+        dictaat_->stop.get_token());
+}
+
+void DictaatRegelaar::annuleer() {
+    if (toestand_ == Toestand::neemtOp) {
+        annuleerOpname(false);
+    } else if (toestand_ == Toestand::verwerken && !plakt_ && dictaat_) {
+        // The chain stops at its next checkpoint or aborts its transfer; whatever it still
+        // delivers is dropped, and nothing of it is shown.
+        dictaat_->stop.request_stop();
+        log("Verwerking geannuleerd");
+        sluitAf();
+    }
+}
+
+void DictaatRegelaar::annuleerOpname(bool korteTikOfCombinatie) {
+    if (opnemer_) {
+        opnemer_->annuleer();
+        opnemer_.reset();
+    }
+    maximumTimer_.annuleer();
+    p_.indicator.verberg();
+    toestand_ = Toestand::klaar;
+    dictaat_.reset();
+    log(korteTikOfCombinatie ? "Opname geannuleerd (korte tik of toetscombinatie)"
+                             : "Opname geannuleerd");
+}
+
+void DictaatRegelaar::audioGewijzigd(std::uint64_t nummer) {
+    if (toestand_ != Toestand::neemtOp || !dictaat_ || dictaat_->nummer != nummer || !opnemer_) {
+        return;
+    }
+    const bool vroeg = p_.lus.uptime() - dictaat_->begin < vlakNaStart;
+    switch (opnemer_->herstartNaWijziging()) {
+        case FormaatBesluit::geenDictaat:
+            // The recorder had nothing running to decide about (its converter already gave up);
+            // the microphone is back and stop reports what the file holds.
+            log("Audio-instellingen veranderd, microfoon opnieuw gestart");
+            return;
+        case FormaatBesluit::ongewijzigd:
+            log("Audio-instellingen veranderd, opname loopt door");
+            return;
+        case FormaatBesluit::omzetterVernieuwen:
+            log(vroeg ? "Microfoon schakelde vlak na de start om (bijvoorbeeld Bluetooth), opnieuw "
+                        "gestart met het nieuwe formaat"
+                      : "Audio-instellingen veranderd, andere microfoonformaat: opname loopt door "
+                        "in hetzelfde bestand");
+            return;
+        case FormaatBesluit::afrondenMetDeelopname:
+            break;
+    }
+    const std::exception_ptr oorzaak = opnemer_->herstartFout();
+    // No input to be found is the microphone gone; any other error is the restart failing.
+    const bool onbruikbaar = !oorzaak || isGeenInvoer(oorzaak);
+    if (!vroeg) {
+        log(onbruikbaar ? "Audio-instellingen veranderd, microfoon niet meer bruikbaar: dictaat "
+                          "afgerond met de audio tot nu toe"
+                        : "Microfoon opnieuw starten mislukt, dictaat afgerond met de audio tot "
+                          "nu toe: " +
+                              omschrijving(oorzaak));
+        stop();
+        return;
+    }
+    // Hardly anything was said yet: sending a fraction of a second helps nobody.
+    log(onbruikbaar ? "Opname onderbroken: de microfoon was vlak na de start niet bruikbaar, "
+                      "niets verstuurd"
+                    : "Microfoon opnieuw starten vlak na de start mislukt, niets verstuurd: " +
+                          omschrijving(oorzaak));
+    opnemer_->annuleer();
+    opnemer_.reset();
+    toonMelding({onbruikbaar ? geenInvoerMelding : opnemenMislukt, true, std::nullopt});
+    sluitAf();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The result
+
+void DictaatRegelaar::ketenKlaar(std::uint64_t nummer, KetenUitkomst u) {
+    if (toestand_ != Toestand::verwerken || !dictaat_ || dictaat_->nummer != nummer) {
+        return;  // cancelled meanwhile
+    }
+    if (u.geannuleerd) {
+        sluitAf();
+    } else if (u.fout) {
+        fout(u.fout->melding());
+    } else if (u.andereFout) {
+        fout(verwerkenMislukt);
+    } else if (u.resultaat) {
+        resultaat(std::move(*u.resultaat));
+    }
+}
+
+void DictaatRegelaar::fout(const std::string& melding) {
+    const double na = p_.lus.uptime() - dictaat_->begin;
+    log("Fout: " + melding + " (na " + Tekst::getalNL("%.2f", na) + " s)");
+    toonMelding({melding, true, std::nullopt});
+    sluitAf();
+}
+
+void DictaatRegelaar::resultaat(KetenResultaat r) {
+    Dictaat& d = *dictaat_;
+    r.tijden.totaal = p_.lus.uptime() - d.begin;
+    if (r.opschoonProbleem) {
+        log("Opschonen overgeslagen: " + *r.opschoonProbleem);
+    }
+    log(r.tijden.tekst());
+    log("Resultaat klaar: " + std::to_string(Tekst::aantalTekens(r.ruw)) + " tekens ruw, " +
+        std::to_string(Tekst::aantalTekens(r.tekst)) + " tekens klaar");
+    laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
+    auto voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
+
+    // The target is judged twice: now, against a switch while the chain worked, and again by
+    // the paster just before it pastes (it may wait for an earlier paste's restore).
+    std::optional<Doel::Reden> geweigerd;
+    Plakker::DoelKlopt doelKlopt;
+    if (p_.toestemmingen.toegankelijkheid()) {
+        const auto nu = Doel::beslis(d.plakDoel, p_.focus.huidig());
+        if (!nu.plakken) {
+            geweigerd = nu.reden;
+            doelKlopt = [] { return false; };
+        } else {
+            doelKlopt = [&focus = p_.focus, start = d.plakDoel] {
+                return Doel::beslis(start, focus.huidig()).plakken;
+            };
+        }
+    }
+    plakt_ = true;
+    const bool herstel = klembordHerstellen_;
+    // The paster may answer at once (no accessibility): nothing of d is used after this call.
+    plakker_.plak(r.tekst, herstel, std::move(doelKlopt),
+                  [w = std::weak_ptr<DictaatRegelaar*>(anker_), n = d.nummer, herstel, geweigerd,
+                   voorstellen = std::move(voorstellen)](Plakker::Uitkomst uitkomst) {
+                      if (const auto p = w.lock()) {
+                          (**p).geplakt(n, uitkomst, herstel, geweigerd, voorstellen);
+                      }
+                  });
+}
+
+void DictaatRegelaar::geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, bool herstel,
+                              std::optional<Doel::Reden> geweigerd,
+                              std::vector<std::string> voorstellen) {
+    switch (uitkomst) {
+        case Plakker::Uitkomst::verstuurd:
+            log(herstel ? "Cmd+V verstuurd, vorig klembord wordt teruggezet"
+                        : "Cmd+V verstuurd, tekst blijft op het klembord");
+            break;
+        case Plakker::Uitkomst::opKlembord:
+            log("Geen Toegankelijkheid: tekst op het klembord gezet");
+            toonMelding({"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
+                         "Tekst staat op het klembord"});
+            break;
+        case Plakker::Uitkomst::doelGewijzigd:
+            if (geweigerd) {
+                log("Niet geplakt (" + redenTekst(*geweigerd) +
+                    " dan bij de start): tekst op het klembord gezet");
+                toonMelding(
+                    {"Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V "
+                     "waar je wilt.",
+                     false, "Tekst staat op je klembord"});
+            } else {
+                log("Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
+                    "gezet");
+                toonMelding({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
+            }
+            break;
+    }
+    if (!voorstellen.empty()) {
+        log(std::to_string(voorstellen.size()) + " voorstel(len) voor de woordenlijst");
+        woordVoorstellen_ = std::move(voorstellen);
+    }
+    if (dictaat_ && dictaat_->nummer == nummer) {
+        sluitAf();
+    }
+}
+
+void DictaatRegelaar::sluitAf() {
+    maximumTimer_.annuleer();
+    p_.indicator.verberg();
+    toestand_ = Toestand::klaar;
+    dictaat_.reset();
+    plakt_ = false;
+}
+
+}  // namespace tolmo

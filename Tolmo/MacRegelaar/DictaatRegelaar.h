@@ -1,0 +1,245 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "Tolmo/AudioOpnemer/AudioEngine.h"
+#include "Tolmo/AudioOpnemer/AudioOpnemer.h"
+#include "Tolmo/AudioOpnemer/AudioSchrijver.h"
+#include "Tolmo/AudioOpnemer/Omzetter.h"
+#include "Tolmo/MacRegelaar/CloudToestemming.h"
+#include "Tolmo/MacRegelaar/Logboek.h"
+#include "Tolmo/Plakker/KlembordPoort.h"
+#include "Tolmo/Plakker/Plakker.h"
+#include "Tolmo/Poorten/Focus.h"
+#include "Tolmo/Poorten/HoofdLus.h"
+#include "Tolmo/Poorten/LogOpslag.h"
+#include "Tolmo/Poorten/Meldingen.h"
+#include "Tolmo/Poorten/OpnameIndicator.h"
+#include "Tolmo/Poorten/Timer.h"
+#include "Tolmo/Poorten/Toestemmingen.h"
+#include "Tolmo/Poorten/ToestemmingsVraag.h"
+#include "Tolmo/Poorten/Werker.h"
+#include "Tolmo/Sneltoetsen/SneltoetsMonitor.h"
+#include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "TolmoKern/Audio/AudioFormaat.h"
+#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "TolmoKern/Instellingen/MacInstellingen.h"
+#include "TolmoKern/Instellingen/SleutelKluis.h"
+#include "TolmoKern/Instellingen/SleutelWaardeOpslag.h"
+#include "TolmoKern/Instellingen/TolmoInstellingen.h"
+#include "TolmoKern/Keten/KetenResultaat.h"
+#include "TolmoKern/Keten/TolmoKeten.h"
+#include "TolmoKern/Opschonen/Stijl.h"
+#include "TolmoKern/Transcriptie/HerkenningsFout.h"
+
+namespace tolmo {
+
+// Runs one dictation at a time from key press to pasted text: consent and permission checks,
+// the recording, the chain on a worker thread, the paste, the user's messages and a log line
+// for every step. The desktop shells compose it with their adapters.
+//
+// Lives on the main thread; everything it hands out (timers, the recorder's change callback,
+// the chain's task, paste callbacks) reaches it through the main loop and holds it weakly. The
+// audio file of a dictation is deleted when that dictation ends, however it ends.
+class DictaatRegelaar {
+  public:
+    enum class Toestand { klaar, neemtOp, verwerken };
+    enum class Bron { houdtoets, wisselsneltoets, menu };
+
+    struct Toestemmingsstand {
+        bool microfoon = false;
+        bool invoermonitoring = false;
+        bool toegankelijkheid = false;
+
+        bool operator==(const Toestemmingsstand&) const = default;
+        // "microfoon ja, invoermonitoring nee, toegankelijkheid ja"
+        [[nodiscard]] std::string tekst() const;
+    };
+
+    struct LaatsteDictaat {
+        std::string ruw;
+        std::string tekst;
+        bool operator==(const LaatsteDictaat&) const = default;
+    };
+
+    // Builds the chain for one dictation; throws HerkenningsFout when it cannot.
+    using KetenMaker = std::function<TolmoKeten(const TolmoInstellingen&)>;
+
+    // Every port must outlive the controller.
+    struct Poorten {
+        HoofdLus& lus;
+        const Toestemmingen& toestemmingen;
+        ToetsBron& toetsen;
+        AudioEngine& engine;
+        Omzetter::Maker& omzetters;
+        AudioSchrijver::Maker& schrijvers;
+        KlembordPoort& klembord;
+        const Focus& focus;
+        ToestemmingsVraag& vraag;
+        OpnameIndicator& indicator;
+        Meldingen& meldingen;
+        LogOpslag& logOpslag;
+        Werker& werker;
+        // The app group's store (settings, consent) and the app's own (the "mac." keys).
+        SleutelWaardeOpslag& groep;
+        SleutelWaardeOpslag& standaard;
+        const SleutelKluis& kluis;
+    };
+
+    struct Opties {
+        std::string versie;
+        // Where recordings are written, and where leftovers are looked for at launch.
+        std::filesystem::path opnameMap = std::filesystem::temp_directory_path();
+        AudioFormaat formaat = AudioFormaat::wav;
+        std::string logBron = "mac";
+        // Empty: TolmoKeten::bouw with the key vault and the shared transport.
+        KetenMaker ketenMaker;
+        // Wall-clock milliseconds since 1970 for the log and stored dates; empty: the system's.
+        std::function<std::int64_t()> wandklok;
+        AudioOpnemer::Tijd opnemerTijd = AudioOpnemer::Tijd::echt();
+    };
+
+    // A recording stops by itself after ten minutes.
+    static constexpr double maximumOpnameDuur = 600;
+    static constexpr double toestemmingInterval = 2;
+    // A microphone that switches or fails this soon after the start is part of starting up (a
+    // Bluetooth headset changing profile), not a change in the middle of speaking.
+    static constexpr double vlakNaStart = 1.0;
+    static constexpr double meldingDuur = 6;
+    // The list goes into every transcription prompt and every cleanup prompt; beyond this it
+    // costs more in prompt length than it gains in spelling.
+    static constexpr std::size_t maximumWoorden = 200;
+
+    DictaatRegelaar(Poorten poorten, Opties opties);
+    ~DictaatRegelaar();
+    DictaatRegelaar(const DictaatRegelaar&) = delete;
+    DictaatRegelaar& operator=(const DictaatRegelaar&) = delete;
+
+    // At launch: settings, start-up log lines, leftover recordings, the hotkey monitor and the
+    // permission poll.
+    void opstarten();
+
+    // The triggers. start and stop ignore a call in the wrong state.
+    void start(Bron bron);
+    void stop();
+    // Esc or the menu: drops the recording, or stops the chain while it works.
+    void annuleer();
+    // The toggle combination and the menu item: start when idle, stop while recording.
+    void wissel(Bron bron);
+
+    void voegWoordToe(const std::string& woord);
+    void zetKlembordHerstellen(bool aan);
+    void zetToonBalk(bool aan);
+
+    [[nodiscard]] Toestand toestand() const { return toestand_; }
+    [[nodiscard]] const TolmoInstellingen& instellingen() const { return instellingen_; }
+    [[nodiscard]] const MacInstellingen& macInstellingen() const { return macInstellingen_; }
+    [[nodiscard]] const Toestemmingsstand& toestemmingen() const { return toestemmingen_; }
+    [[nodiscard]] SneltoetsMonitor::Mechanisme houdtoetsMechanisme() const;
+    [[nodiscard]] bool klembordHerstellen() const { return klembordHerstellen_; }
+    [[nodiscard]] bool toonBalk() const { return toonBalk_; }
+    [[nodiscard]] Stijl dictaatStijl() const { return dictaatStijl_; }
+    [[nodiscard]] const std::optional<Melding>& melding() const { return melding_; }
+    [[nodiscard]] const Logboek& logboek() const { return log_; }
+    [[nodiscard]] const std::optional<LaatsteDictaat>& laatsteDictaat() const {
+        return laatsteDictaat_;
+    }
+    [[nodiscard]] const std::vector<std::string>& woordVoorstellen() const {
+        return woordVoorstellen_;
+    }
+    [[nodiscard]] const std::optional<CloudToestemming>& cloudToestemming() const {
+        return cloudToestemming_;
+    }
+    [[nodiscard]] std::optional<Bron> bron() const;
+    [[nodiscard]] const std::optional<Doel>& plakDoel() const;
+
+    static std::string_view tekst(Bron bron);
+
+  private:
+    struct Dictaat {
+        std::uint64_t nummer = 0;
+        Bron bron = Bron::menu;
+        double begin = 0;
+        std::optional<Doel> plakDoel;
+        Stijl stijl = Stijl::neutraal;
+        TolmoInstellingen instellingen;
+        std::stop_source stop;
+    };
+
+    // What the chain's task hands back to the main thread.
+    struct KetenUitkomst {
+        std::optional<KetenResultaat> resultaat;
+        std::optional<HerkenningsFout> fout;
+        std::optional<std::string> andereFout;
+        bool geannuleerd = false;
+    };
+
+    static Opties metStandaarden(Opties o, const SleutelKluis& kluis);
+    // Wraps a member call so that it does nothing once the controller is gone.
+    template <typename F>
+    std::function<void()> zwak(F f);
+
+    void log(const std::string& tekst);
+    void toonMelding(Melding melding);
+    [[nodiscard]] Toestemmingsstand leesToestemmingen() const;
+    void peilToestemmingen();
+    std::size_t ruimOpnamesOp();
+    void registreerWissel();
+
+    void houdActie(SneltoetsMonitor::Actie actie);
+    void vraagToestemming();
+    void toestemmingsAntwoord(int knop);
+    void startMislukt(const std::string& regel, bool geenInvoer);
+    void maximumBereikt(std::uint64_t nummer);
+    void annuleerOpname(bool korteTikOfCombinatie);
+    void audioGewijzigd(std::uint64_t nummer);
+    void ketenKlaar(std::uint64_t nummer, KetenUitkomst uitkomst);
+    void resultaat(KetenResultaat r);
+    void geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, bool herstel,
+                 std::optional<Doel::Reden> geweigerd, std::vector<std::string> voorstellen);
+    void fout(const std::string& melding);
+    // Back to idle: no timer, no indicator, no dictation.
+    void sluitAf();
+
+    Poorten p_;
+    Opties o_;
+    std::shared_ptr<DictaatRegelaar*> anker_;
+    GedeeldeOpslag gedeeld_;
+    Logboek log_;
+    Plakker plakker_;
+    std::unique_ptr<SneltoetsMonitor> monitor_;
+    std::unique_ptr<AudioOpnemer> opnemer_;
+
+    Toestand toestand_ = Toestand::klaar;
+    TolmoInstellingen instellingen_;
+    MacInstellingen macInstellingen_;
+    Toestemmingsstand toestemmingen_;
+    bool klembordHerstellen_ = true;
+    bool toonBalk_ = true;
+    Stijl dictaatStijl_ = Stijl::neutraal;
+    std::optional<Melding> melding_;
+    std::optional<LaatsteDictaat> laatsteDictaat_;
+    std::vector<std::string> woordVoorstellen_;
+    std::optional<CloudToestemming> cloudToestemming_;
+    bool vraagOpen_ = false;
+
+    std::optional<Dictaat> dictaat_;
+    std::uint64_t dictaatTeller_ = 0;
+    // The chain has delivered and the paster has the text: too late to cancel.
+    bool plakt_ = false;
+
+    Timer maximumTimer_;
+    Timer toestemmingTimer_;
+    Timer meldingTaak_;
+};
+
+}  // namespace tolmo

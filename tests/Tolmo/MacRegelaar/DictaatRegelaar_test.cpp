@@ -1,0 +1,731 @@
+#include "Tolmo/MacRegelaar/DictaatRegelaar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Opstelling.h"
+#include "TolmoKern/Audio/OpnameFout.h"
+
+namespace tolmo::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+
+const std::string gestart = "Dictaat gestart (menu, stijl zakelijk, ruisonderdrukking actief)";
+const std::string opname = "Opname 1,3 s, 2 kB";
+
+Melding fout(const std::string& tekst) {
+    return {tekst, true, std::nullopt};
+}
+
+// The timings line; the transcription's own time is real time, so any value goes there.
+::testing::Matcher<const std::string&> tijden(const std::string& rest) {
+    return MatchesRegex("Tijden: opname 1,3 s, upload\\+transcriptie [0-9]+,[0-9][0-9] s, " + rest);
+}
+
+// The whole road from the press to the paste, for each way the paste can end.
+TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
+    struct Geval {
+        const char* naam;
+        bool toegankelijkheid;
+        bool herstel;
+        std::optional<Doel> doelBijStart;
+        std::optional<Doel> doelBijResultaat;
+        std::string plakRegel;
+        std::optional<Melding> melding;
+        // The clipboard after the paste and its restore.
+        std::string klembordDaarna;
+        int plakToetsen;
+    };
+    const auto mail = nep::nepDoel(42, "com.apple.mail", 7);
+    const std::string naarKlembord = ": tekst op het klembord gezet";
+    const std::string wissel =
+        "Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V waar je wilt.";
+    const Geval gevallen[] = {
+        {"geplakt, klembord blijft",
+         true,
+         false,
+         mail,
+         mail,
+         {"Cmd+V verstuurd, tekst blijft op het klembord"},
+         std::nullopt,
+         "We gebruiken ChatGPT op de iPhone.",
+         1},
+        {"geplakt, klembord terug",
+         true,
+         true,
+         mail,
+         mail,
+         {"Cmd+V verstuurd, vorig klembord wordt teruggezet"},
+         std::nullopt,
+         "van de gebruiker",
+         1},
+        {"geen toegankelijkheid",
+         false,
+         true,
+         mail,
+         mail,
+         {"Geen Toegankelijkheid" + naarKlembord},
+         Melding{"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
+                 "Tekst staat op het klembord"},
+         "We gebruiken ChatGPT op de iPhone.",
+         0},
+        {"andere app",
+         true,
+         true,
+         mail,
+         nep::nepDoel(43, "com.apple.Notes", 7),
+         {"Niet geplakt (andere app dan bij de start)" + naarKlembord},
+         Melding{wissel, false, "Tekst staat op je klembord"},
+         "We gebruiken ChatGPT op de iPhone.",
+         0},
+        {"zelfde app, ander veld",
+         true,
+         true,
+         mail,
+         nep::nepDoel(42, "com.apple.mail", 8),
+         {"Niet geplakt (ander veld dan bij de start)" + naarKlembord},
+         Melding{wissel, false, "Tekst staat op je klembord"},
+         "We gebruiken ChatGPT op de iPhone.",
+         0},
+        {"veld verdwenen",
+         true,
+         true,
+         mail,
+         nep::nepDoel(42, "com.apple.mail", std::nullopt),
+         {"Niet geplakt (ander veld dan bij de start)" + naarKlembord},
+         Melding{wissel, false, "Tekst staat op je klembord"},
+         "We gebruiken ChatGPT op de iPhone.",
+         0},
+        {"geen app meer voorin",
+         true,
+         true,
+         mail,
+         std::nullopt,
+         {"Niet geplakt (doel onbekend dan bij de start)" + naarKlembord},
+         Melding{wissel, false, "Tekst staat op je klembord"},
+         "We gebruiken ChatGPT op de iPhone.",
+         0},
+        // An app that exposes no focused element: the same app in front is enough.
+        {"geen veld bij de start",
+         true,
+         false,
+         nep::nepDoel(42, "com.apple.mail", std::nullopt),
+         mail,
+         {"Cmd+V verstuurd, tekst blijft op het klembord"},
+         std::nullopt,
+         "We gebruiken ChatGPT op de iPhone.",
+         1},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.transcript = "we gebruiken chat gpt op de iphone";
+        o.schoon = "We gebruiken ChatGPT op de iPhone.";
+        o.toestemmingen.toegang = g.toegankelijkheid;
+        o.standaard.zet("mac.klembordHerstellen", g.herstel);
+        o.klembord.kopieer("van de gebruiker");
+        o.focus.doel = g.doelBijStart;
+        o.maak();
+
+        o.regelaar->start(Bron::menu);
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+        EXPECT_TRUE(o.indicator.zichtbaar);
+        o.spreek();
+        o.vulBestand(2047);  // one byte short of 2 kB
+        o.lus.verstrijk(2.0);
+        o.regelaar->stop();
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::verwerken);
+        o.focus.doel = g.doelBijResultaat;
+        o.lus.verstrijk(1.25);
+        o.verwerk();
+
+        EXPECT_THAT(o.nieuweRegels(),
+                    ElementsAre(gestart, "Opname 1,3 s, 1 kB",
+                                tijden("opschonen overgeslagen \\(kort dictaat\\), totaal 3,25 s"),
+                                "Resultaat klaar: 34 tekens ruw, 34 tekens klaar", g.plakRegel,
+                                "2 voorstel(len) voor de woordenlijst"));
+        o.lus.verstrijk(1.0);
+
+        EXPECT_EQ(o.meldingen.getoond.size(), g.melding ? 1U : 0U);
+        if (g.melding) {
+            EXPECT_EQ(o.meldingen.getoond.back(), *g.melding);
+        }
+        EXPECT_EQ(o.klembord.plakToetsen, g.plakToetsen);
+        EXPECT_EQ(o.klembord.tekst(), g.klembordDaarna);
+        EXPECT_THAT(o.regelaar->woordVoorstellen(), ElementsAre("ChatGPT", "iPhone"));
+        EXPECT_EQ(o.regelaar->laatsteDictaat()->tekst, "We gebruiken ChatGPT op de iPhone.");
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_FALSE(o.indicator.zichtbaar);
+        EXPECT_EQ(o.opnamesOpSchijf(), 0);
+    }
+}
+
+// Pastes follow each other through the clipboard: the second waits for the first one's restore,
+// and what comes back at the end is what the user had before the first.
+TEST(DictaatRegelaar, TwoDictationsInQuickSuccession) {
+    struct Geval {
+        const char* naam;
+        bool focusWisseltVoorTweedePlak;
+        std::vector<std::string> geplakt;
+        std::string klembordDaarna;
+        std::string laatsteRegel;
+        std::vector<Melding> meldingen;
+    };
+    const Geval gevallen[] = {
+        {"zelfde veld",
+         false,
+         {"eerste dictaat", "tweede dictaat"},
+         "van de gebruiker",
+         "Cmd+V verstuurd, vorig klembord wordt teruggezet",
+         {}},
+        // The target passed the check when the result came, then changed while the second
+        // paste waited for the first one's restore.
+        {"ander veld vlak voor plakken",
+         true,
+         {"eerste dictaat"},
+         "tweede dictaat",
+         "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord gezet",
+         {{"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt}}},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.klembord.kopieer("van de gebruiker");
+        o.maak();
+        o.transcript = "eerste dictaat";
+        o.dicteer();
+        ASSERT_EQ(o.regelaar->toestand(), Toestand::klaar);
+
+        o.transcript = "tweede dictaat";
+        o.regelaar->start(Bron::menu);
+        o.spreek(5);
+        o.lus.verstrijk(0.3);
+        o.regelaar->stop();
+        o.verwerk();
+        EXPECT_EQ(o.klembord.geplakt.size(), 1U) << "the second paste waits";
+        o.lus.verstrijk(0.1);
+        if (g.focusWisseltVoorTweedePlak) {
+            o.focus.doel = nep::nepDoel(42, "com.apple.mail", 9);
+        }
+        o.lus.verstrijk(2.0);
+
+        EXPECT_EQ(o.klembord.geplakt, g.geplakt);
+        EXPECT_EQ(o.klembord.tekst(), g.klembordDaarna);
+        EXPECT_EQ(o.nieuweRegels().back(), g.laatsteRegel);
+        EXPECT_EQ(o.meldingen.getoond, g.meldingen);
+        EXPECT_EQ(o.opnamesOpSchijf(), 0);
+    }
+}
+
+TEST(DictaatRegelaar, WhatTheUserCopiesAfterThePasteStays) {
+    Opstelling o;
+    o.klembord.kopieer("oud");
+    o.maak();
+    o.dicteer();
+    ASSERT_EQ(o.klembord.geplakt, std::vector<std::string>{"dit is een korte test"});
+    o.lus.verstrijk(0.4);
+    o.klembord.kopieer("net gekopieerd");
+    o.lus.verstrijk(1.0);
+    EXPECT_EQ(o.klembord.tekst(), "net gekopieerd");
+    EXPECT_EQ(o.klembord.herstellingen, 0);
+}
+
+// Every way the microphone can change under a running recording, early and late.
+TEST(DictaatRegelaar, AudioConfigurationChanges) {
+    enum class Daarna { doorgaan, verwerken, nietsVerstuurd };
+    struct Geval {
+        const char* naam;
+        double naStart;
+        std::function<void(Opstelling&)> wijzig;
+        Regels regels;
+        Daarna daarna;
+        std::optional<Melding> melding;
+        // For a recording that goes on: the line when it is stopped later.
+        std::string naStop;
+    };
+    const auto zelfde = [](Opstelling&) {};
+    const auto bluetooth = [](Opstelling& o) { o.engine.speelAf({{mono16, mono16}}); };
+    const auto weg = [](Opstelling& o) { o.engine.speelAf({{geenFormaat, geenFormaat}}); };
+    const auto startFaalt = [](Opstelling& o) { o.engine.startFaalt = true; };
+    const std::optional<Melding> geen;
+    const Geval gevallen[] = {
+        {"zelfde formaat",
+         5.0,
+         zelfde,
+         {"Audio-instellingen veranderd, opname loopt door"},
+         Daarna::doorgaan,
+         geen,
+         "Opname 2,6 s, 2 kB"},
+        {"zelfde formaat vlak na de start",
+         0.2,
+         zelfde,
+         {"Audio-instellingen veranderd, opname loopt door"},
+         Daarna::doorgaan,
+         geen,
+         "Opname 2,6 s, 2 kB"},
+        // A buffer in a format the converter cannot take already ended the file's part of the
+        // recording; the microphone is restarted and stop reports the broken file.
+        {"opname al afgebroken",
+         5.0,
+         [](Opstelling& o) {
+             o.omzetters.weigert = true;
+             const nep::NepBuffer b(mono16, 512, 0.1);
+             o.engine.lever(b.blok());
+         },
+         {"Audio-instellingen veranderd, microfoon opnieuw gestart"},
+         Daarna::doorgaan,
+         geen,
+         "Schrijven audio mislukt, dictaat gaat niet door: Audio omzetten naar 16 kHz mislukt."},
+        // The duration adds up across the two formats: 1.28 s at 48 kHz, then 3.84 s at 16 kHz.
+        {"ander formaat",
+         5.0,
+         bluetooth,
+         {"Audio-instellingen veranderd, andere microfoonformaat: opname loopt door in hetzelfde "
+          "bestand"},
+         Daarna::doorgaan,
+         geen,
+         "Opname 5,1 s, 2 kB"},
+        {"ander formaat vlak na de start",
+         0.2,
+         bluetooth,
+         {"Microfoon schakelde vlak na de start om (bijvoorbeeld Bluetooth), opnieuw gestart met "
+          "het nieuwe formaat"},
+         Daarna::doorgaan,
+         geen,
+         "Opname 5,1 s, 2 kB"},
+        {"herstart mislukt",
+         5.0,
+         startFaalt,
+         {"Microfoon opnieuw starten mislukt, dictaat afgerond met de audio tot nu toe: engine "
+          "start mislukt",
+          opname},
+         Daarna::verwerken,
+         geen,
+         ""},
+        {"herstart mislukt vlak na de start",
+         0.99,
+         startFaalt,
+         {"Microfoon opnieuw starten vlak na de start mislukt, niets verstuurd: engine start "
+          "mislukt"},
+         Daarna::nietsVerstuurd,
+         fout("Opnemen lukte niet. Probeer het opnieuw."),
+         ""},
+        {"microfoon weg",
+         1.0,
+         weg,
+         {"Audio-instellingen veranderd, microfoon niet meer bruikbaar: dictaat afgerond met de "
+          "audio tot nu toe",
+          opname},
+         Daarna::verwerken,
+         geen,
+         ""},
+        {"microfoon weg vlak na de start",
+         0.2,
+         weg,
+         {"Opname onderbroken: de microfoon was vlak na de start niet bruikbaar, niets verstuurd"},
+         Daarna::nietsVerstuurd,
+         fout("Opname starten mislukt. Is er een microfoon?"),
+         ""},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.maak();
+        o.regelaar->start(Bron::menu);
+        o.spreek();
+        o.vulBestand(2048);
+        o.lus.verstrijk(g.naStart);
+        g.wijzig(o);
+        o.engine.meldWijziging();
+        EXPECT_EQ(o.nieuweRegels().size(), 1U) << "nothing happens on the audio thread";
+        o.lus.draai();
+
+        EXPECT_THAT(o.nieuweRegels(), ElementsAreArray(g.regels));
+        if (g.melding) {
+            EXPECT_THAT(o.meldingen.getoond, ElementsAre(*g.melding));
+        } else {
+            EXPECT_THAT(o.meldingen.getoond, IsEmpty());
+        }
+        switch (g.daarna) {
+            case Daarna::doorgaan:
+                EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+                EXPECT_TRUE(o.engine.draait);
+                o.spreek();
+                o.regelaar->stop();
+                EXPECT_THAT(o.nieuweRegels(), ElementsAre(g.naStop));
+                if (o.werker.gestart == 1) {
+                    o.verwerk();
+                    EXPECT_EQ(o.klembord.plakToetsen, 1);
+                }
+                break;
+            case Daarna::verwerken:
+                EXPECT_EQ(o.regelaar->toestand(), Toestand::verwerken);
+                o.verwerk();
+                EXPECT_EQ(o.klembord.plakToetsen, 1);
+                break;
+            case Daarna::nietsVerstuurd:
+                EXPECT_EQ(o.werker.gestart, 0);
+                EXPECT_FALSE(o.indicator.zichtbaar);
+                EXPECT_FALSE(o.engine.draait);
+                break;
+        }
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_EQ(o.opnamesOpSchijf(), 0);
+        EXPECT_FALSE(o.engine.draait);
+    }
+}
+
+// The hold key held and let go, a tap, a combination, Esc: only the hold records.
+TEST(DictaatRegelaar, HoldKeyAndCancellation) {
+    using G = ToetsBron::Gebeurtenis;
+    constexpr std::uint16_t rechterOption = 61, letterE = 14;
+    const G omlaag{ToetsBron::Soort::modificatie, rechterOption,
+                   ToetsVlaggen{ToetsVlaggen::option | ToetsVlaggen::rechterOption}};
+    const G los{ToetsBron::Soort::modificatie, rechterOption, ToetsVlaggen{}};
+    const G e{ToetsBron::Soort::toetsOmlaag, letterE, ToetsVlaggen{}};
+    const std::string houdGestart =
+        "Dictaat gestart (houdtoets, stijl zakelijk, ruisonderdrukking actief)";
+    // The monitor's own lines come through the same log.
+    const std::string eerste =
+        "Eerste modificatietoets ontvangen via CGEventTap (Invoermonitoring)";
+    const std::string ingedrukt = "Houdtoets ingedrukt";
+    const std::string losgelaten = "Houdtoets losgelaten";
+    struct Geval {
+        const char* naam;
+        std::function<void(Opstelling&)> einde;
+        Regels regels;
+        Toestand toestand;
+    };
+    const Geval gevallen[] = {
+        {"vastgehouden",
+         [&](Opstelling& o) {
+             o.lus.verstrijk(1.0);
+             o.toetsen.toets(los);
+         },
+         {eerste, ingedrukt, houdGestart, losgelaten, opname},
+         Toestand::verwerken},
+        {"korte tik",
+         [&](Opstelling& o) {
+             o.lus.verstrijk(0.2);
+             o.toetsen.toets(los);
+         },
+         {eerste, ingedrukt, houdGestart, losgelaten,
+          "Opname geannuleerd (korte tik of toetscombinatie)"},
+         Toestand::klaar},
+        {"toetscombinatie",
+         [&](Opstelling& o) {
+             o.lus.verstrijk(1.0);
+             o.toetsen.toets(e);
+         },
+         {eerste, ingedrukt, houdGestart, "Opname geannuleerd (korte tik of toetscombinatie)"},
+         Toestand::klaar},
+        {"Esc",
+         [&](Opstelling& o) {
+             o.lus.verstrijk(1.0);
+             o.regelaar->annuleer();
+         },
+         {eerste, ingedrukt, houdGestart, "Opname geannuleerd"},
+         Toestand::klaar},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.maak();
+        o.toetsen.toets(omlaag);
+        o.lus.draai();
+        ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+        o.spreek();
+        o.vulBestand(2048);
+        g.einde(o);
+        o.lus.draai();
+        EXPECT_THAT(o.nieuweRegels(), ElementsAreArray(g.regels));
+        EXPECT_EQ(o.regelaar->toestand(), g.toestand);
+        EXPECT_EQ(o.werker.gestart, g.toestand == Toestand::verwerken ? 1 : 0);
+        if (g.toestand == Toestand::klaar) {
+            EXPECT_FALSE(o.indicator.zichtbaar);
+            EXPECT_EQ(o.opnamesOpSchijf(), 0);
+            o.lus.verstrijk(DictaatRegelaar::maximumOpnameDuur);
+            EXPECT_THAT(o.nieuweRegels(),
+                        ::testing::Not(::testing::Contains("Opname gestopt na 10 minuten")));
+        } else {
+            o.verwerk();
+            EXPECT_EQ(o.opnamesOpSchijf(), 0);
+        }
+        EXPECT_TRUE(o.meldingen.getoond.empty());
+    }
+}
+
+TEST(DictaatRegelaar, TheToggleStartsAndStops) {
+    Opstelling o;
+    o.maak();
+    o.toetsen.drukWissel();
+    o.lus.draai();
+    ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+    o.spreek();
+    o.vulBestand(2048);
+    o.lus.verstrijk(3.0);
+    o.toetsen.drukWissel();
+    o.lus.draai();
+    EXPECT_THAT(o.nieuweRegels(),
+                ElementsAre("Dictaat gestart (wisselsneltoets, stijl zakelijk, ruisonderdrukking "
+                            "actief)",
+                            opname));
+    o.verwerk();
+    EXPECT_EQ(o.klembord.plakToetsen, 1);
+}
+
+TEST(DictaatRegelaar, ARecordingStopsItselfAfterTenMinutes) {
+    Opstelling o;
+    o.maak();
+    o.regelaar->start(Bron::menu);
+    o.spreek();
+    o.vulBestand(2048);
+    o.lus.verstrijk(599.9);
+    EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+    o.lus.verstrijk(0.1);
+    EXPECT_THAT(o.nieuweRegels(), ElementsAre(gestart, "Opname gestopt na 10 minuten", opname));
+    EXPECT_EQ(o.regelaar->toestand(), Toestand::verwerken);
+    o.verwerk();
+    EXPECT_EQ(o.klembord.plakToetsen, 1);
+    EXPECT_EQ(o.opnamesOpSchijf(), 0);
+}
+
+TEST(DictaatRegelaar, ConsentIsAskedOnceAndThePressThatAskedRecordsNothing) {
+    struct Geval {
+        const char* naam;
+        int knop;
+        Regels regels;
+        Melding melding;
+        bool opgeslagen;
+    };
+    const Geval gevallen[] = {
+        {"akkoord",
+         0,
+         {"Toestemming gegeven voor de spraakdienst (versie 1)"},
+         {"Toestemming gegeven. Druk opnieuw om te dicteren.", false, std::nullopt},
+         true},
+        {"niet nu",
+         1,
+         {"Toestemming voor de spraakdienst: niet nu"},
+         fout("Zonder toestemming kan Tolmo niet dicteren."),
+         false},
+        {"venster gesloten",
+         -1,
+         {"Toestemming voor de spraakdienst: niet nu"},
+         fout("Zonder toestemming kan Tolmo niet dicteren."),
+         false},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o(false);
+        o.maak();
+        o.regelaar->start(Bron::menu);
+        o.regelaar->start(Bron::menu);  // a second press while the question is open
+        ASSERT_EQ(o.vraag.vragen.size(), 1U);
+        EXPECT_EQ(o.vraag.vragen[0].titel, "Voordat je dicteert");
+        EXPECT_THAT(o.vraag.vragen[0].tekst,
+                    ::testing::EndsWith("\n\nZonder toestemming kan Tolmo niet dicteren."));
+        EXPECT_THAT(o.vraag.vragen[0].knoppen, ElementsAre("Akkoord", "Niet nu"));
+        o.vraag.beantwoord(g.knop);
+
+        EXPECT_THAT(o.nieuweRegels(), ElementsAreArray(g.regels));
+        EXPECT_THAT(o.meldingen.getoond, ElementsAre(g.melding));
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_TRUE(o.engine.log.empty()) << "nothing was recorded";
+        EXPECT_EQ(o.groep.waarden.contains("toestemming.cloud"), g.opgeslagen);
+
+        // The next press records only with consent, and asks again without.
+        o.regelaar->start(Bron::menu);
+        EXPECT_EQ(o.regelaar->toestand(), g.opgeslagen ? Toestand::neemtOp : Toestand::klaar);
+        EXPECT_EQ(o.vraag.vragen.size(), g.opgeslagen ? 1U : 2U);
+    }
+}
+
+TEST(DictaatRegelaar, ConsentToAnOlderTextIsAskedAgain) {
+    Opstelling o(false);
+    CloudToestemming{CloudToestemming::huidigeVersie - 1, 1}.bewaar(o.groep);
+    o.maak();
+    o.regelaar->start(Bron::menu);
+    EXPECT_EQ(o.vraag.vragen.size(), 1U);
+    EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+}
+
+TEST(DictaatRegelaar, WithoutTheMicrophoneNothingStarts) {
+    Opstelling o;
+    o.toestemmingen.mic = false;
+    o.maak();
+    o.regelaar->start(Bron::menu);
+    EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+    EXPECT_THAT(o.meldingen.getoond,
+                ElementsAre(fout("Microfoon staat uit. Zie Instellingen > Toestemmingen.")));
+    EXPECT_TRUE(o.engine.log.empty());
+    EXPECT_FALSE(o.indicator.zichtbaar);
+    // The message goes away by itself.
+    o.lus.verstrijk(DictaatRegelaar::meldingDuur);
+    EXPECT_FALSE(o.meldingen.zichtbaar);
+    EXPECT_FALSE(o.regelaar->melding());
+}
+
+TEST(DictaatRegelaar, StartFailures) {
+    struct Geval {
+        const char* naam;
+        std::function<void(Opstelling&)> breek;
+        std::string regel;
+        Melding melding;
+    };
+    const Geval gevallen[] = {
+        {"engine start niet", [](Opstelling& o) { o.engine.startFaalt = true; },
+         "Opname starten mislukt: engine start mislukt",
+         fout("Opnemen lukte niet. Probeer het opnieuw.")},
+        {"geen invoer",
+         [](Opstelling& o) {
+             o.engine.script = {{geenFormaat, geenFormaat}};
+         },
+         "Opname starten mislukt: Geen microfoon-invoer gevonden.",
+         fout("Opname starten mislukt. Is er een microfoon?")},
+        {"omzetten kan niet", [](Opstelling& o) { o.omzetters.weigert = true; },
+         "Opname starten mislukt: Audio omzetten naar 16 kHz mislukt.",
+         fout("Opnemen lukte niet. Probeer het opnieuw.")},
+        {"bestand maken mislukt", [](Opstelling& o) { o.schrijvers.openFaalt = true; },
+         "Audiobestand maken mislukt, dictaat niet gestart: Read-only file system",
+         fout("Opnemen lukte niet. Probeer het opnieuw.")},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.maak();
+        g.breek(o);
+        o.regelaar->start(Bron::menu);
+        EXPECT_THAT(o.nieuweRegels(), ElementsAre(g.regel));
+        EXPECT_THAT(o.meldingen.getoond, ElementsAre(g.melding));
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_TRUE(o.indicator.verzoeken.empty());
+        EXPECT_FALSE(o.engine.draait);
+        EXPECT_EQ(o.opnamesOpSchijf(), 0);
+        EXPECT_EQ(o.lus.actieveTimers(), 2) << "permission poll and message, no maximum timer";
+    }
+}
+
+TEST(DictaatRegelaar, AWriteErrorEndsTheDictation) {
+    Opstelling o;
+    o.schrijvers.faaltVanaf = 3;
+    o.maak();
+    o.regelaar->start(Bron::menu);
+    o.spreek();
+    o.regelaar->stop();
+    EXPECT_THAT(
+        o.nieuweRegels(),
+        ElementsAre(gestart, "Schrijven audio mislukt, dictaat gaat niet door: " +
+                                 std::make_error_code(std::errc::no_space_on_device).message()));
+    EXPECT_EQ(o.werker.gestart, 0);
+    EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+    EXPECT_EQ(o.opnamesOpSchijf(), 0);
+}
+
+// Errors show their message and the time since the start; a cancelled chain shows nothing.
+TEST(DictaatRegelaar, ChainErrorsAndCancellation) {
+    const auto timeout = HerkenningsFout::timeout(Motor::tolmo);
+    const auto geenCode = HerkenningsFout::van(HerkenningsFout::Soort::geenToegangscode);
+    struct Geval {
+        const char* naam;
+        std::function<void(Opstelling&)> voorbereid;
+        // Run between stop and the chain's task.
+        std::function<void(Opstelling&)> voorDeTaak;
+        Regels regels;
+        std::vector<Melding> meldingen;
+    };
+    const Geval gevallen[] = {
+        {"engine faalt",
+         [&](Opstelling& o) { o.motorFout = timeout; },
+         {},
+         {gestart, opname, "Fout: " + timeout.melding() + " (na 3,50 s)"},
+         {fout(timeout.melding())}},
+        {"keten niet te bouwen",
+         [&](Opstelling& o) { o.bouwFout = geenCode; },
+         {},
+         {gestart, opname, "Fout: " + geenCode.melding() + " (na 2,00 s)"},
+         {fout(geenCode.melding())}},
+        {"Esc voor de keten begint",
+         [](Opstelling&) {},
+         [](Opstelling& o) { o.regelaar->annuleer(); },
+         {gestart, opname, "Verwerking geannuleerd"},
+         {}},
+        {"Esc tijdens de transcriptie",
+         [](Opstelling& o) { o.tijdensTranscriptie = [&o] { o.regelaar->annuleer(); }; },
+         {},
+         {gestart, opname, "Verwerking geannuleerd"},
+         {}},
+        // The cleaner sees the stop at its checkpoint and the chain ends in a cancellation.
+        {"Esc tijdens het opschonen",
+         [](Opstelling& o) {
+             o.transcript = "een lang dictaat van meer dan acht woorden voor de opschoner";
+             o.opschoonScript->tijdensAanroep = [&o] { o.regelaar->annuleer(); };
+             o.opschoonScript->strak.push_back(OpschoonUitkomst{"Schoon.", {}, {}});
+         },
+         {},
+         {gestart, opname, "Verwerking geannuleerd"},
+         {}},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.maak();
+        g.voorbereid(o);
+        o.regelaar->start(Bron::menu);
+        o.spreek();
+        o.vulBestand(2048);
+        o.lus.verstrijk(2.0);
+        o.regelaar->stop();
+        if (g.voorDeTaak) {
+            g.voorDeTaak(o);
+        }
+        o.lus.verstrijk(1.5);
+        if (!o.werker.wachtend.empty()) {
+            o.verwerk();
+        }
+        o.lus.verstrijk(1.0);
+        EXPECT_THAT(o.nieuweRegels(), ElementsAreArray(g.regels));
+        EXPECT_EQ(o.meldingen.getoond, g.meldingen);
+        EXPECT_EQ(o.klembord.plakToetsen, 0);
+        EXPECT_EQ(o.klembord.teller, 0) << "the clipboard is untouched";
+        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_FALSE(o.indicator.zichtbaar);
+        EXPECT_EQ(o.opnamesOpSchijf(), 0);
+
+        // And the next dictation runs as usual.
+        o.motorFout.reset();
+        o.bouwFout.reset();
+        o.tijdensTranscriptie = nullptr;
+        o.opschoonScript->tijdensAanroep = nullptr;
+        o.transcript = "weer gewoon";
+        o.dicteer();
+        EXPECT_EQ(o.klembord.geplakt, std::vector<std::string>{"weer gewoon"});
+    }
+}
+
+TEST(DictaatRegelaar, ACleanupProblemIsLoggedAndTheRawTextPasted) {
+    Opstelling o;
+    o.transcript = "een lang dictaat van meer dan acht woorden zonder opschoning";
+    o.opschoonScript->strak.push_back(HerkenningsFout::timeout(Motor::tolmo));
+    o.maak();
+    o.regelaar->start(Bron::menu);
+    o.spreek();
+    o.vulBestand(2048);
+    o.lus.verstrijk(2.0);
+    o.regelaar->stop();
+    o.verwerk();
+    const Regels regels = o.nieuweRegels();
+    ASSERT_EQ(regels.size(), 6U);
+    EXPECT_EQ(regels[2],
+              "Opschonen overgeslagen: " + HerkenningsFout::timeout(Motor::tolmo).melding());
+    EXPECT_THAT(regels[3], MatchesRegex("Tijden: opname 1,3 s, upload\\+transcriptie [0-9]+,[0-9]+ "
+                                        "s, opschonen [0-9]+,[0-9]+ s, totaal 2,00 s"));
+    EXPECT_EQ(o.klembord.geplakt, std::vector<std::string>{o.transcript});
+}
+
+}  // namespace
+}  // namespace tolmo::test
