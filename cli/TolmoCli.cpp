@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "cli/DicteerOpdracht.h"
 #include "cli/InstellingenOpdracht.h"
 #include "cli/SleutelOpdracht.h"
 
@@ -27,6 +28,7 @@ const char* TolmoCli::hulp() {
     return "Gebruik: tolmo OPDRACHT [OPTIES]\n"
            "\n"
            "Opdrachten:\n"
+           "  dicteer         dicteert een audiobestand of de microfoon en drukt de tekst af\n"
            "  instellingen    toont of verandert de instellingen\n"
            "  sleutel         beheert de API-sleutels en de toegangscode van de Tolmo-server\n"
            "\n"
@@ -48,6 +50,13 @@ int TolmoCli::voerUit(const std::vector<std::string>& args, CliOmgeving& omgevin
         if (opdracht == "--versie" || opdracht == "--version") {
             omgeving.uit << "tolmo " << TOLMO_VERSIE << "\n";
             return 0;
+        }
+        if (opdracht == "dicteer") {
+            if (vraagtHulp(rest)) {
+                omgeving.uit << DicteerOpdracht::hulp();
+                return 0;
+            }
+            return DicteerOpdracht::voerUit(rest, omgeving);
         }
         if (opdracht == "instellingen") {
             if (vraagtHulp(rest)) {
