@@ -289,7 +289,7 @@ std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking
         engine = std::make_unique<PulseAudioEngine>("tolmo");
     } catch (const std::exception& e) {
         throw InvoerFout("Er is geen verbinding met de geluidsserver (" + std::string(e.what()) +
-                         "). Draait PulseAudio of PipeWire?");
+                         "). Controleer of PulseAudio of PipeWire draait.");
     }
     SoxrOmzetter::Maker omzetters;
     WavSchrijver::Maker schrijvers;
@@ -521,8 +521,9 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
         }
     }
     if (k.json) {
+        // One line, so that a script reads one result per line.
         omgeving.uit
-            << alsJson(*resultaat).dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+            << alsJson(*resultaat).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
             << "\n";
         return 0;
     }
