@@ -1,6 +1,7 @@
 #include "cli/DicteerOpdracht.h"
 
 #include <poll.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -227,6 +228,30 @@ std::string meterregel(float niveau, Klok::time_point begin) {
     return "Opname " + Tekst::getalNL("%.1f", secondenSinds(begin)) + " s [" + balk + "]";
 }
 
+// While the meter runs on a terminal, the Enter that stops it must not echo a new line and push
+// the meter up a line; the terminal gets its settings back however the recording ends.
+class ZonderEcho {
+  public:
+    ZonderEcho() {
+        if (::isatty(STDIN_FILENO) == 1 && ::tcgetattr(STDIN_FILENO, &oud_) == 0) {
+            termios nieuw = oud_;
+            nieuw.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+            actief_ = ::tcsetattr(STDIN_FILENO, TCSANOW, &nieuw) == 0;
+        }
+    }
+    ~ZonderEcho() {
+        if (actief_) {
+            ::tcsetattr(STDIN_FILENO, TCSANOW, &oud_);
+        }
+    }
+    ZonderEcho(const ZonderEcho&) = delete;
+    ZonderEcho& operator=(const ZonderEcho&) = delete;
+
+  private:
+    termios oud_{};
+    bool actief_ = false;
+};
+
 // Cancels the recording (and so deletes its file) unless it was finished properly.
 struct OpnameWacht {
     AudioOpnemer& opnemer;
@@ -301,6 +326,7 @@ std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking
 
     o.fout << "Opname loopt. Druk op Enter om te stoppen of op Ctrl-C om te annuleren."
            << std::endl;
+    const ZonderEcho zonderEcho;
     Statusregel regel(o.fout, o.foutIsTerminal);
     const auto begin = Klok::now();
     pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {onderbreking.fd(), POLLIN, 0}};
