@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "cli/DicteerOpdracht.h"
 #include "cli/InstellingenOpdracht.h"
 #include "cli/SleutelOpdracht.h"
 #include "cli/TekstOpdrachten.h"
@@ -30,6 +31,7 @@ struct Opdracht {
 
 const std::vector<Opdracht>& opdrachten() {
     static const std::vector<Opdracht> lijst{
+        {"dicteer", DicteerOpdracht::hulp, DicteerOpdracht::voerUit},
         {"instellingen", InstellingenOpdracht::hulp, InstellingenOpdracht::voerUit},
         {"sleutel", SleutelOpdracht::hulp, SleutelOpdracht::voerUit},
         {"opschonen", TekstOpdrachten::hulpOpschonen, TekstOpdrachten::opschonen},
@@ -46,6 +48,7 @@ const char* TolmoCli::hulp() {
     return "Gebruik: tolmo OPDRACHT [OPTIES]\n"
            "\n"
            "Opdrachten:\n"
+           "  dicteer         dicteert een audiobestand of de microfoon en drukt de tekst af\n"
            "  instellingen    toont of verandert de instellingen\n"
            "  sleutel         beheert de API-sleutels en de toegangscode van de Tolmo-server\n"
            "  opschonen       schoont tekst van standaardinvoer op met de regels\n"

@@ -71,6 +71,7 @@ struct Overdracht {
     curl_off_t verstuurd = 0;
     curl_off_t ontvangen = 0;
     const std::stop_token* stop = nullptr;
+    const std::function<void(std::int64_t, std::int64_t)>* meld = nullptr;
 
     static size_t schrijf(char* data, size_t grootte, size_t aantal, void* gebruiker) {
         auto* o = static_cast<Overdracht*>(gebruiker);
@@ -110,9 +111,13 @@ struct Overdracht {
         return grootte * aantal;
     }
 
-    static int voortgang(void* gebruiker, curl_off_t, curl_off_t ontvangenNu, curl_off_t,
-                         curl_off_t verstuurdNu) {
+    static int voortgang(void* gebruiker, curl_off_t, curl_off_t ontvangenNu,
+                         curl_off_t teVersturen, curl_off_t verstuurdNu) {
         auto* o = static_cast<Overdracht*>(gebruiker);
+        if (*o->meld) {
+            (*o->meld)(static_cast<std::int64_t>(verstuurdNu),
+                       static_cast<std::int64_t>(teVersturen));
+        }
         if (verstuurdNu != o->verstuurd || ontvangenNu != o->ontvangen) {
             o->verstuurd = verstuurdNu;
             o->ontvangen = ontvangenNu;
@@ -240,6 +245,7 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, std::stop_token stop) 
     CURL* e = easy.get();
     Overdracht o;
     o.stop = &stop;
+    o.meld = &verzoek.voortgang;
     char foutTekst[CURL_ERROR_SIZE] = {};
 
     curl_easy_setopt(e, CURLOPT_SHARE, Deelruimte::proces().handle());

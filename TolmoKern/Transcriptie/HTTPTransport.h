@@ -1,6 +1,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -19,6 +21,10 @@ struct HTTPVerzoek {
     // The longest the request may go without any byte moving (connecting included), as a
     // platform URL session's request time-out does.
     std::chrono::milliseconds timeout{30000};
+    // Optional: told on the sending thread how much of the body has gone out (and how much
+    // there is), whenever that changes and regularly while the request waits. For a progress
+    // display; it must return quickly and never throw.
+    std::function<void(std::int64_t verstuurd, std::int64_t totaal)> voortgang;
 };
 
 struct HTTPAntwoord {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <future>
@@ -146,6 +147,37 @@ TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
     al.request_stop();
     EXPECT_THROW((void)CurlTransport().verstuur(post(server.url()), al.get_token()), Geannuleerd);
     EXPECT_EQ(server.aantalVerbindingen(), voor);
+}
+
+TEST(CurlTransport, ReportsUploadProgressUpToTheWholeBody) {
+    LoopbackServer server;
+    Antwoord traag = Antwoord::json(200, "{}");
+    traag.vertraging = 300ms;
+    server.zetAntwoord(traag);
+    for (const std::size_t grootte : {std::size_t{0}, std::size_t{1}, std::size_t{4} << 20}) {
+        SCOPED_TRACE(grootte);
+        std::vector<std::pair<std::int64_t, std::int64_t>> meldingen;
+        HTTPVerzoek v = post(server.url(), std::string(grootte, 'x'));
+        v.voortgang = [&](std::int64_t verstuurd, std::int64_t totaal) {
+            meldingen.emplace_back(verstuurd, totaal);
+        };
+        ASSERT_EQ(CurlTransport().verstuur(std::move(v), {}).status, 200);
+        ASSERT_FALSE(meldingen.empty());
+        for (std::size_t i = 1; i < meldingen.size(); ++i) {
+            ASSERT_LE(meldingen[i - 1].first, meldingen[i].first) << "progress never goes back";
+        }
+        for (const auto& [verstuurd, totaal] : meldingen) {
+            ASSERT_LE(verstuurd, static_cast<std::int64_t>(grootte));
+            ASSERT_TRUE(totaal == 0 || totaal == static_cast<std::int64_t>(grootte)) << totaal;
+        }
+        EXPECT_EQ(meldingen.back().first, static_cast<std::int64_t>(grootte));
+        // While the server holds its answer back the callback keeps coming, so a display can
+        // show that it waits.
+        const auto heel = std::count_if(meldingen.begin(), meldingen.end(), [&](const auto& m) {
+            return m.first == static_cast<std::int64_t>(grootte);
+        });
+        EXPECT_GE(heel, 2);
+    }
 }
 
 }  // namespace
