@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "TolmoKern/Opschonen/RegelOpschoner.h"
 #include "TolmoKern/Spraakopdrachten/Spraakopdrachten.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
@@ -24,7 +25,10 @@ void Bouwer::woord(std::string_view origineel) {
         voorvoegsel.clear();
     }
     if (hoofdletter) {
-        w = Tekst::metHoofdletter(w);
+        // A word with its own casing (iPhone, eBay) keeps it, as the rule cleaner does.
+        if (!RegelOpschoner::houdtEigenSchrijfwijze(origineel, {})) {
+            w = Tekst::metHoofdletter(w);
+        }
         hoofdletter = false;
     }
     voegToe(std::move(w));

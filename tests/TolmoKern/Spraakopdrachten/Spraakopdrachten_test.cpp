@@ -170,6 +170,7 @@ TEST(Spraakopdrachten, CommandsAtTheEdgesAndTheCapitalsAfterThem) {
         {"klaar punt open aanhalingstekens ijs is lekker", "klaar. \"IJs is lekker"},
         {"Oké. Nieuwe regel. élan", "Oké.\nÉlan"},
         {"Oké. Nieuwe regel. 3 appels", "Oké.\n3 appels"},
+        {"nieuw toestel punt iPhone kopen", "nieuw toestel. iPhone kopen"},
     });
 }
 
