@@ -34,8 +34,8 @@ class Slot {
     pa_threaded_mainloop* lus_;
 };
 
-InvoerFormaat formaatVan(const pa_sample_spec& spec) {
-    return {static_cast<double>(spec.rate), spec.channels};
+InvoerFormaat formaatVan(const pa_sample_spec& monsters) {
+    return {static_cast<double>(monsters.rate), monsters.channels};
 }
 
 std::map<std::string, std::string> eigenschappenVan(const pa_proplist* lijst) {
@@ -184,11 +184,11 @@ struct PulseAudioEngine::Staat {
             throw std::system_error(PA_ERR_NOENTITY, categorie(), "geen standaardbron");
         }
 
-        pa_sample_spec spec{};
-        spec.format = PA_SAMPLE_FLOAT32NE;
-        spec.rate = static_cast<std::uint32_t>(tapFormaat.sampleRate);
-        spec.channels = static_cast<std::uint8_t>(tapFormaat.kanalen);
-        stroom = pa_stream_new(ctx, "Opname", &spec, nullptr);
+        pa_sample_spec monsters{};
+        monsters.format = PA_SAMPLE_FLOAT32NE;
+        monsters.rate = static_cast<std::uint32_t>(tapFormaat.sampleRate);
+        monsters.channels = static_cast<std::uint8_t>(tapFormaat.kanalen);
+        stroom = pa_stream_new(ctx, "Opname", &monsters, nullptr);
         if (stroom == nullptr) {
             gooi("pa_stream_new");
         }
@@ -218,7 +218,7 @@ struct PulseAudioEngine::Staat {
         attr.tlength = static_cast<std::uint32_t>(-1);
         attr.prebuf = static_cast<std::uint32_t>(-1);
         attr.minreq = static_cast<std::uint32_t>(-1);
-        attr.fragsize = (frames + 1) * static_cast<std::uint32_t>(pa_frame_size(&spec));
+        attr.fragsize = (frames + 1) * static_cast<std::uint32_t>(pa_frame_size(&monsters));
         const auto vlaggen =
             static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
         if (pa_stream_connect_record(stroom, gevolgdeBron.c_str(), &attr, vlaggen) < 0) {
