@@ -21,9 +21,7 @@
 #include "Tolmo/linux/PulseAudioEngine.h"
 #include "Tolmo/linux/SoxrOmzetter.h"
 #include "Tolmo/linux/WavSchrijver.h"
-#include "Tolmo/linux/XdgOpslag.h"
 #include "TolmoKern/Audio/OpnameFout.h"
-#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/TolmoKeten.h"
 #include "TolmoKern/Opschonen/StijlBepaling.h"
@@ -32,6 +30,7 @@
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/NetwerkTranscriptie.h"
 #include "cli/BestandEngine.h"
+#include "cli/CliOpslag.h"
 #include "cli/Onderbreking.h"
 #include "cli/VoortgangTransport.h"
 
@@ -153,10 +152,7 @@ Keuzes leesKeuzes(const std::vector<std::string>& args) {
 }
 
 TolmoInstellingen laadInstellingen(CliOmgeving& o) {
-    const auto meld = [&o](const std::string& regel) { o.fout << regel << "\n"; };
-    XdgOpslag groep(o.configMap, std::string(GedeeldeOpslag::groepSuite), meld);
-    XdgOpslag standaard(o.configMap, "app.tolmo", meld);
-    return GedeeldeOpslag(groep, standaard).laad();
+    return CliOpslag(o).gedeeld().laad();
 }
 
 // One line on a terminal, rewritten in place; on anything else it stays silent, so logs and

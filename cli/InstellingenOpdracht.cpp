@@ -3,8 +3,7 @@
 #include <iostream>
 #include <map>
 
-#include "Tolmo/linux/XdgOpslag.h"
-#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "cli/CliOpslag.h"
 
 namespace tolmo::cli {
 namespace {
@@ -104,19 +103,6 @@ std::optional<json> leesWaarde(const Sleutel& s, const std::string& tekst) {
     return std::nullopt;
 }
 
-struct Opslagen {
-    XdgOpslag groep;
-    XdgOpslag standaard;
-    GedeeldeOpslag gedeeld;
-
-    explicit Opslagen(CliOmgeving& o)
-        : groep(o.configMap, std::string(GedeeldeOpslag::groepSuite),
-                [&o](const std::string& regel) { o.fout << regel << "\n"; }),
-          standaard(o.configMap, "app.tolmo",
-                    [&o](const std::string& regel) { o.fout << regel << "\n"; }),
-          gedeeld(groep, standaard) {}
-};
-
 }  // namespace
 
 const char* InstellingenOpdracht::hulp() {
@@ -133,13 +119,13 @@ const char* InstellingenOpdracht::hulp() {
 
 int InstellingenOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& omgeving) {
     if (args.empty()) {
-        Opslagen o(omgeving);
-        omgeving.uit << o.gedeeld.laad().naarJson().dump(2) << "\n";
+        CliOpslag o(omgeving);
+        omgeving.uit << o.gedeeld().laad().naarJson().dump(2) << "\n";
         return 0;
     }
     if (args[0] == "standaard" && args.size() == 1) {
-        Opslagen o(omgeving);
-        o.gedeeld.bewaar(TolmoInstellingen::standaard());
+        CliOpslag o(omgeving);
+        o.gedeeld().bewaar(TolmoInstellingen::standaard());
         omgeving.uit << "De standaardinstellingen zijn teruggezet.\n";
         return 0;
     }
@@ -163,8 +149,8 @@ int InstellingenOpdracht::voerUit(const std::vector<std::string>& args, CliOmgev
                          toegestaan(naam, sleutel));
     }
 
-    Opslagen o(omgeving);
-    json document = o.gedeeld.laad().naarJson();
+    CliOpslag o(omgeving);
+    json document = o.gedeeld().laad().naarJson();
     document[naam] = *waarde;
     const TolmoInstellingen nieuw = TolmoInstellingen::uitJson(document);
     // The value counts only when the settings read it back as given; otherwise it would be
@@ -175,7 +161,7 @@ int InstellingenOpdracht::voerUit(const std::vector<std::string>& args, CliOmgev
         throw InvoerFout("Ongeldige waarde \"" + args[2] + "\" voor " + naam + ". " +
                          toegestaan(naam, sleutel));
     }
-    o.gedeeld.bewaar(nieuw);
+    o.gedeeld().bewaar(nieuw);
     omgeving.uit << naam << " is nu " << it->dump() << ".\n";
     return 0;
 }

@@ -3,11 +3,10 @@
 #include <iostream>
 #include <iterator>
 
-#include "Tolmo/linux/XdgOpslag.h"
-#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "TolmoKern/Opschonen/RegelOpschoner.h"
 #include "TolmoKern/Opschonen/StijlBepaling.h"
 #include "TolmoKern/Spraakopdrachten/Spraakopdrachten.h"
+#include "cli/CliOpslag.h"
 
 namespace tolmo::cli {
 namespace {
@@ -18,10 +17,7 @@ std::string leesAlles(std::istream& in) {
 
 // The saved settings, read without ever failing: what is missing falls back to its default.
 TolmoInstellingen instellingen(CliOmgeving& o) {
-    const auto log = [&o](const std::string& regel) { o.fout << regel << "\n"; };
-    XdgOpslag groep(o.configMap, std::string(GedeeldeOpslag::groepSuite), log);
-    XdgOpslag standaard(o.configMap, "app.tolmo", log);
-    return GedeeldeOpslag(groep, standaard).laad();
+    return CliOpslag(o).gedeeld().laad();
 }
 
 Stijl leesStijl(const std::string& waarde) {

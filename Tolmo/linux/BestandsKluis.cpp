@@ -36,28 +36,11 @@ std::optional<std::string> BestandsKluis::echteOmgeving(const char* naam) {
 }
 
 std::optional<BestandsKluis::Soort> BestandsKluis::soortUit(std::string_view naam) {
-    if (naam == "openai") {
-        return Soort::openai;
-    }
-    if (naam == "mistral") {
-        return Soort::mistral;
-    }
-    if (naam == "server") {
-        return Soort::server;
-    }
-    return std::nullopt;
+    return soortNamen.zoek(naam);
 }
 
 std::string_view BestandsKluis::naam(Soort soort) {
-    switch (soort) {
-        case Soort::openai:
-            return "openai";
-        case Soort::mistral:
-            return "mistral";
-        case Soort::server:
-            return "server";
-    }
-    return {};
+    return soortNamen.naam(soort);
 }
 
 std::string_view BestandsKluis::omgevingsvariabele(Soort soort) {

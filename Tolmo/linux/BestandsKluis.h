@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "TolmoKern/Instellingen/SleutelKluis.h"
+#include "TolmoKern/Tekst/RuweWaarden.h"
 
 namespace tolmo {
 
@@ -16,6 +17,8 @@ namespace tolmo {
 class BestandsKluis final : public SleutelKluis {
   public:
     enum class Soort { openai, mistral, server };
+    static constexpr RuweWaarden<Soort, 3> soortNamen{
+        {{{Soort::openai, "openai"}, {Soort::mistral, "mistral"}, {Soort::server, "server"}}}};
 
     struct Gevonden {
         std::string waarde;

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Opschonen/Schrijfwijze.h"
 #include "TolmoKern/Tekst/Patroon.h"
 #include "TolmoKern/Tekst/Tekst.h"
 #include "TolmoKern/Transcriptie/Eindpunten.h"
@@ -111,24 +112,6 @@ std::string stijlRegel(Stijl stijl) {
             break;
     }
     return {};
-}
-
-// Word-list terms as the model should see them: trimmed, no empties, the first spelling of each
-// term (ignoring case), at most 100.
-std::vector<std::string> termen(const std::vector<std::string>& woorden) {
-    std::vector<std::string> uit;
-    std::set<std::string> gezien;
-    for (const std::string& w : woorden) {
-        std::string t = Tekst::trim(w);
-        if (t.empty() || !gezien.insert(Tekst::kleineLetters(t)).second) {
-            continue;
-        }
-        uit.push_back(std::move(t));
-        if (uit.size() == 100) {
-            break;
-        }
-    }
-    return uit;
 }
 
 std::string zonderTranscriptieTags(std::string s) {
@@ -320,7 +303,7 @@ std::string ChatOpschoner::systeemprompt(const std::vector<std::string>& woorden
         s += "\n</voorbeelden>";
     }
 
-    const std::vector<std::string> lijst = termen(woorden);
+    const std::vector<std::string> lijst = Schrijfwijze::genormaliseerdeTermen(woorden);
     if (!lijst.empty()) {
         s += "\n\n";
         s += woordenlijstKop;

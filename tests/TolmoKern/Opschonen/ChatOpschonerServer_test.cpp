@@ -102,6 +102,13 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
                                            "reasoning_effort", "service_tier"};
         EXPECT_EQ(sleutels, verwacht);
         EXPECT_EQ(body["reasoning_effort"], "none");
+        if (g.aanbieder == Motor::mistral) {
+            EXPECT_DOUBLE_EQ(body["temperature"].get<double>(), 0.2);
+        } else {
+            EXPECT_EQ(body["service_tier"], "fast");
+        }
+        EXPECT_EQ(body["messages"][0]["role"], "system");
+        EXPECT_EQ(body["messages"][1]["role"], "user");
         const std::string systeem = body["messages"][0]["content"];
         EXPECT_EQ(systeem,
                   ChatOpschoner::systeemprompt({"Tolmo"}, g.stijl, g.stijl != Stijl::letterlijk,

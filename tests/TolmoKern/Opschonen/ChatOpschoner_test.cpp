@@ -108,36 +108,6 @@ TEST(ChatOpschoner, PromptAssembly) {
         "komma of vraagteken, zet dan het leesteken neer."));
 }
 
-TEST(ChatOpschoner, RequestBodyPerProvider) {
-    const std::string tekst(100, 'a');
-    ChatOpschoner openai(ChatOpschoner::Model::voor(Motor::tolmo), {}, Opschoonniveau::strak, "k",
-                         nullptr);
-    ChatOpschoner mistral(ChatOpschoner::Model::voor(Motor::mistral), {}, Opschoonniveau::licht,
-                          "k", nullptr);
-    const auto o = nlohmann::json::parse(openai.body(tekst, {}, Stijl::los, true).naarJson());
-    const auto m = nlohmann::json::parse(mistral.body(tekst, {}, Stijl::los, true).naarJson());
-    EXPECT_EQ(o["model"], "gpt-6-luna");
-    EXPECT_EQ(o["max_completion_tokens"], 160);
-    EXPECT_FALSE(o.contains("max_tokens"));
-    EXPECT_FALSE(o.contains("temperature"));
-    EXPECT_EQ(o["service_tier"], "fast");
-    EXPECT_EQ(o["reasoning_effort"], "none");
-    EXPECT_EQ(m["model"], "mistral-small-2603");
-    EXPECT_EQ(m["max_tokens"], 160);
-    EXPECT_FALSE(m.contains("max_completion_tokens"));
-    EXPECT_FALSE(m.contains("service_tier"));
-    EXPECT_DOUBLE_EQ(m["temperature"].get<double>(), 0.2);
-    EXPECT_EQ(m["messages"][1]["content"], "<transcriptie>\n" + tekst + "\n</transcriptie>");
-    EXPECT_EQ(m["messages"][0]["role"], "system");
-
-    // Keys sorted, slashes as they are.
-    const std::string ruw = openai.body("a/b", {}, Stijl::los, true).naarJson();
-    EXPECT_TRUE(bevat(ruw, "a/b")) << ruw;
-    EXPECT_LT(ruw.find("\"max_completion_tokens\""), ruw.find("\"messages\""));
-    EXPECT_LT(ruw.find("\"messages\""), ruw.find("\"model\""));
-    EXPECT_LT(ruw.find("\"reasoning_effort\""), ruw.find("\"service_tier\""));
-}
-
 TEST(ChatOpschoner, LengthAndQuantities) {
     const std::string honderd(100, 'x');
     EXPECT_TRUE(ChatOpschoner::lengteAannemelijk(honderd, std::string(160, 'y')));
