@@ -12,7 +12,7 @@ pakketten=(
   # libraries
   libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost-dev libssl-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
-  libx11-dev libxtst-dev libxi-dev
+  libx11-dev libxtst-dev libxi-dev libpng-dev
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac
 )

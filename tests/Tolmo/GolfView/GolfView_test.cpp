@@ -1,0 +1,168 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "Tolmo/GolfView/GolfAnimatie.h"
+#include "Tolmo/GolfView/GolfBeeld.h"
+#include "Tolmo/GolfView/ShaderAlsCpp.h"
+
+namespace tolmo {
+namespace {
+
+using Stand = GolfAnimatie::Stand;
+
+// Drives frames at the given times and answers the amplitude after the last one.
+float niveauNa(GolfAnimatie& g, const std::vector<double>& tijden) {
+    for (double t : tijden) {
+        g.beeld(280, 56, t);
+    }
+    return g.getoondNiveau();
+}
+
+TEST(GolfAnimatie, EenStapTelt1Zestigste_NaStilstandOfTerugInDeTijd_EnMinstens1_240) {
+    struct Geval {
+        double tweede;  // the second frame's time; the first is at 10 s and counts as 1/60
+        double dt;
+    };
+    const Geval gevallen[] = {
+        {10.0, 1.0 / 60}, {9.5, 1.0 / 60}, {10.25, 1.0 / 60},   {10.001, 1.0 / 240},
+        {10.05, 0.05},    {10.1, 0.1},     {10.1001, 1.0 / 60},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.tweede);
+        GolfAnimatie a;
+        a.zetStand(Stand::luistert);  // no level source: the target is 0.12
+        const double na1 = 0.12 * (1 - std::pow(0.65, 30.0 / 60));
+        const double verwacht = na1 + (0.12 - na1) * (1 - std::pow(0.65, g.dt * 30));
+        EXPECT_NEAR(niveauNa(a, {10.0, g.tweede}), verwacht, 1e-6);
+    }
+}
+
+TEST(GolfAnimatie, DoelPerStand_SnelOmhoogLangzaamOmlaag) {
+    GolfAnimatie a;
+    float niveau = 0.5F;
+    a.zetNiveauBron([&] { return niveau; });
+    a.zetStand(Stand::luistert);
+    a.beeld(280, 56, 0);
+    EXPECT_FLOAT_EQ(a.laatsteDoel(), 0.12F + 0.88F * 0.5F);
+    const float stijging = a.getoondNiveau();
+    EXPECT_NEAR(stijging, 0.56 * (1 - std::pow(0.65, 0.5)), 1e-6);
+
+    niveauNa(a, {1, 2, 3, 4, 5});  // after stalls, each frame counts as 1/60
+    niveau = 0;
+    const float voor = a.getoondNiveau();
+    a.beeld(280, 56, 5 + 1.0 / 60);
+    EXPECT_NEAR(a.getoondNiveau(), voor + (0.12F - voor) * (1 - std::pow(0.88, 0.5)), 1e-6);
+
+    a.zetStand(Stand::verwerkt);
+    a.beeld(280, 56, 5.5);
+    EXPECT_NEAR(a.laatsteDoel(), 0.12 + 0.08 * std::sin(3 * 5.5), 1e-6);
+    a.zetStand(Stand::rust);
+    a.beeld(280, 56, 5.6);
+    EXPECT_EQ(a.laatsteDoel(), 0);
+}
+
+TEST(GolfAnimatie, BewegingBeperkt_StaatStilOpT15_EnVerwerktHoudt012) {
+    GolfAnimatie a;
+    a.zetBewegingBeperkt(true);
+    a.zetStand(Stand::verwerkt);
+    for (int i = 0; i < 600; ++i) {
+        const U u = a.beeld(280, 56, 3.0 + i / 60.0);
+        ASSERT_EQ(u.T, 1.5F);
+        ASSERT_FLOAT_EQ(a.laatsteDoel(), 0.12F);
+    }
+    EXPECT_NEAR(a.getoondNiveau(), 0.12F, 1e-6);
+}
+
+TEST(GolfAnimatie, RustZonderLijn_DooftUitTotTransparantZwart) {
+    GolfAnimatie::Thema thema = GolfAnimatie::Thema::donkerThema();
+    thema.rustLijn = 0;
+    GolfAnimatie a(thema);
+    a.zetStand(Stand::luistert);
+    niveauNa(a, {0, 0.05, 0.1, 0.15, 0.2});
+    a.zetStand(Stand::rust);
+    const double start = a.getoondeLijn();
+    GolfBeeld beeld(140, 28);
+    U u;
+    double t = 0.2;
+    int frames = 0;
+    do {
+        t += 1.0 / 60;
+        u = a.beeld(140, 28, t);
+        ++frames;
+        ASSERT_LT(frames, 1000) << "the line never fades";
+    } while (u.lijn > 0.001F);
+    // A factor 0.8 per thirtieth of a second, two frames per factor.
+    EXPECT_NEAR(frames, std::log(0.001 / start) / std::log(0.8) * 2, 1.5);
+    beeld.teken(u);
+    for (auto b : beeld.pixels()) {
+        ASSERT_EQ(b, 0);
+    }
+}
+
+// The CPU renderer against the shader text compiled as C++, pixel by pixel, for a table of
+// frames: a typo in either one fails here.
+TEST(GolfBeeld, TekentWatDeShaderTekent) {
+    struct Geval {
+        const char* naam;
+        bool licht;
+        float T;
+        float A;
+        float lijn;
+    };
+    const Geval gevallen[] = {
+        {"licht rust", true, 0.7F, 0.0F, 0.35F},
+        {"donker rust", false, 0.7F, 0.0F, 0.45F},
+        {"licht luid", true, 2.3F, 0.95F, 1.0F},
+        {"donker luid", false, 2.3F, 0.95F, 1.0F},
+        {"licht zacht", true, 5.1F, 0.13F, 1.0F},
+        {"donker zacht", false, 5.1F, 0.13F, 1.0F},
+        {"verwerkt", false, 11.0F, 0.17F, 1.0F},
+        {"beperkt", true, 1.5F, 0.12F, 1.0F},
+        {"lijn op de grens", false, 3.0F, 0.5F, 0.001F},
+        {"lijn net erboven", false, 3.0F, 0.5F, 0.0011F},
+    };
+    const int b = 140;
+    const int h = 28;
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        U u;
+        u.R = {static_cast<float>(b), static_cast<float>(h)};
+        u.T = g.T;
+        u.A = g.A;
+        u.licht = g.licht ? 1 : 0;
+        u.lijn = g.lijn;
+        const auto thema =
+            g.licht ? GolfAnimatie::Thema::lichtThema() : GolfAnimatie::Thema::donkerThema();
+        u.C = thema.kleuren;
+
+        GolfBeeld beeld(b, h);
+        beeld.teken(u);
+        double grootsteVerschil = 0;
+        double zichtbaar = 0;
+        for (int y = 0; y < h; ++y) {
+            for (int x = 0; x < b; ++x) {
+                const auto s =
+                    shaderPixel(u, static_cast<float>(x) + 0.5F, static_cast<float>(y) + 0.5F);
+                const auto* p = &beeld.pixels()[static_cast<std::size_t>((y * b + x) * 4)];
+                for (std::size_t k = 0; k < 4; ++k) {
+                    const double cpu = p[k] / 255.0;
+                    grootsteVerschil = std::fmax(grootsteVerschil, std::fabs(cpu - s[k]));
+                }
+                zichtbaar += s[3];
+            }
+        }
+        EXPECT_LE(grootsteVerschil, 1.0 / 255) << "rounding to bytes costs at most half of that";
+        if (g.lijn > 0.001F) {
+            EXPECT_GT(zichtbaar, 0.5) << "the wave shows";
+        } else {
+            EXPECT_EQ(zichtbaar, 0);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tolmo

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <array>
+
+#include "Tolmo/GolfView/U.h"
+
+namespace tolmo {
+
+// The waveform shader's fragment function, compiled from its Metal text as C++: the colour it
+// gives the pixel whose centre is (x, y), premultiplied (r, g, b, a).
+std::array<float, 4> shaderPixel(const U& u, float x, float y);
+
+}  // namespace tolmo
