@@ -94,21 +94,20 @@ void AVAudioEngineAdapter::installeerTap(std::uint32_t frames, const InvoerForma
     AVAudioFormat* tapFormaat = [[AVAudioFormat alloc] initStandardFormatWithSampleRate:f.sampleRate
                                                                                channels:f.kanalen];
     auto gedeeld = std::make_shared<TapBlok>(std::move(blok));
-    [s_->engine.inputNode
-        installTapOnBus:0
-             bufferSize:frames
-                 format:tapFormaat
-                  block:^(AVAudioPCMBuffer* buffer, AVAudioTime*) {
-                    if (buffer.floatChannelData == nullptr) {
-                        return;
-                    }
-                    AudioBlok b;
-                    b.formaat = formaat(buffer.format);
-                    b.frames = buffer.frameLength;
-                    b.kanalen = buffer.floatChannelData;
-                    b.stap = static_cast<std::size_t>(buffer.stride);
-                    (*gedeeld)(b);
-                  }];
+    [s_->engine.inputNode installTapOnBus:0
+                               bufferSize:frames
+                                   format:tapFormaat
+                                    block:^(AVAudioPCMBuffer* buffer, AVAudioTime*) {
+                                      if (buffer.floatChannelData == nullptr) {
+                                          return;
+                                      }
+                                      AudioBlok b;
+                                      b.formaat = formaat(buffer.format);
+                                      b.frames = buffer.frameLength;
+                                      b.kanalen = buffer.floatChannelData;
+                                      b.stap = static_cast<std::size_t>(buffer.stride);
+                                      (*gedeeld)(b);
+                                    }];
 }
 
 void AVAudioEngineAdapter::verwijderTap() {

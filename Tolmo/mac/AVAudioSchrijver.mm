@@ -21,7 +21,7 @@ namespace {
 NSDictionary* instellingen(const SchrijfInstellingen& s) {
     NSMutableDictionary* d = [NSMutableDictionary dictionary];
     d[AVFormatIDKey] = @(s.codering == SchrijfInstellingen::Codering::aac ? kAudioFormatMPEG4AAC
-                                                                           : kAudioFormatLinearPCM);
+                                                                          : kAudioFormatLinearPCM);
     d[AVSampleRateKey] = @(s.sampleRate);
     d[AVNumberOfChannelsKey] = @(s.kanalen);
     if (s.bitRate) {

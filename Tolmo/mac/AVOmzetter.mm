@@ -77,21 +77,21 @@ std::size_t AVOmzetter::haal(std::span<float> uit, bool einde, std::error_code& 
     __block BOOL gegeven = NO;
     NSError* nsFout = nil;
     const AVAudioConverterOutputStatus status = [s_->omzetter
-        convertToBuffer:s_->uit
-                  error:&nsFout
-     withInputFromBlock:^AVAudioBuffer*(AVAudioPacketCount, AVAudioConverterInputStatus* stand) {
-       if (in == nil) {
-           *stand = AVAudioConverterInputStatus_EndOfStream;
-           return nil;
-       }
-       if (gegeven) {
-           *stand = AVAudioConverterInputStatus_NoDataNow;
-           return nil;
-       }
-       gegeven = YES;
-       *stand = AVAudioConverterInputStatus_HaveData;
-       return in;
-     }];
+           convertToBuffer:s_->uit
+                     error:&nsFout
+        withInputFromBlock:^AVAudioBuffer*(AVAudioPacketCount, AVAudioConverterInputStatus* stand) {
+          if (in == nil) {
+              *stand = AVAudioConverterInputStatus_EndOfStream;
+              return nil;
+          }
+          if (gegeven) {
+              *stand = AVAudioConverterInputStatus_NoDataNow;
+              return nil;
+          }
+          gegeven = YES;
+          *stand = AVAudioConverterInputStatus_HaveData;
+          return in;
+        }];
     if (status == AVAudioConverterOutputStatus_Error) {
         fout = nsFout != nil ? std::error_code(static_cast<int>(nsFout.code), appleFoutCategorie())
                              : OpnameFout::foutcode(OpnameFout::Soort::omzetten);

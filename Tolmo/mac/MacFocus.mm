@@ -43,8 +43,10 @@ std::optional<Doel> MacFocus::huidig() const {
     }
     AXUIElementSetMessagingTimeout(axApp, berichtTijdslimiet);
     CFTypeRef waarde = nullptr;
-    const AXError fout = AXUIElementCopyAttributeValue(axApp, kAXFocusedUIElementAttribute, &waarde);
-    if (fout == kAXErrorSuccess && waarde != nullptr && CFGetTypeID(waarde) == AXUIElementGetTypeID()) {
+    const AXError fout =
+        AXUIElementCopyAttributeValue(axApp, kAXFocusedUIElementAttribute, &waarde);
+    if (fout == kAXErrorSuccess && waarde != nullptr &&
+        CFGetTypeID(waarde) == AXUIElementGetTypeID()) {
         doel.veld = FocusVeld(std::make_shared<AXVeld>(waarde));
     } else if (waarde != nullptr) {
         CFRelease(waarde);

@@ -33,10 +33,11 @@ void MacHoofdLus::post(Taak taak) {
 
 void MacHoofdLus::postNa(double vertraging, Taak taak) {
     auto gedeeld = std::make_shared<Taak>(std::move(taak));
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<int64_t>(vertraging * NSEC_PER_SEC)),
-                   dispatch_get_main_queue(), ^{
-                     (*gedeeld)();
-                   });
+    dispatch_after(
+        dispatch_time(DISPATCH_TIME_NOW, static_cast<int64_t>(vertraging * NSEC_PER_SEC)),
+        dispatch_get_main_queue(), ^{
+          (*gedeeld)();
+        });
 }
 
 Timer MacHoofdLus::eenmalig(double vertraging, Taak taak) {

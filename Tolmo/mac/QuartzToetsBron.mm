@@ -106,11 +106,12 @@ class HotKey final : public ToetsBron::Registratie {
 };
 
 std::unique_ptr<ToetsBron::Registratie> monitor(bool globaal, ToetsBron::OpGebeurtenis op) {
-    auto ontvanger = std::make_shared<Ontvanger>(Ontvanger{std::move(op), [](ToetsBron::TapUit) {}});
+    auto ontvanger =
+        std::make_shared<Ontvanger>(Ontvanger{std::move(op), [](ToetsBron::TapUit) {}});
     const auto masker = static_cast<NSEventMask>(ToetsBron::gebeurtenisMasker);
     auto geef = ^(NSEvent* e) {
-      ontvanger->geef(QuartzToetsen::vertaal(static_cast<std::uint32_t>(e.type), e.keyCode,
-                                             e.modifierFlags));
+      ontvanger->geef(
+          QuartzToetsen::vertaal(static_cast<std::uint32_t>(e.type), e.keyCode, e.modifierFlags));
     };
     id token = globaal ? [NSEvent addGlobalMonitorForEventsMatchingMask:masker handler:geef]
                        : [NSEvent addLocalMonitorForEventsMatchingMask:masker
@@ -125,8 +126,8 @@ std::unique_ptr<ToetsBron::Registratie> monitor(bool globaal, ToetsBron::OpGebeu
 
 std::unique_ptr<ToetsBron::Tap> QuartzToetsBron::maakTap(OpGebeurtenis opGebeurtenis,
                                                          std::function<void(TapUit)> opUitgezet) {
-    auto ontvanger = std::make_unique<Ontvanger>(
-        Ontvanger{std::move(opGebeurtenis), std::move(opUitgezet)});
+    auto ontvanger =
+        std::make_unique<Ontvanger>(Ontvanger{std::move(opGebeurtenis), std::move(opUitgezet)});
     CFMachPortRef poort =
         CGEventTapCreate(kCGSessionEventTap, kCGHeadInsertEventTap, kCGEventTapOptionListenOnly,
                          gebeurtenisMasker, tapTerugroep, ontvanger.get());

@@ -83,7 +83,8 @@ std::int64_t Systeemklembord::schrijf(const std::string& tekst) {
 void Systeemklembord::zetTekst(const std::string& tekst) {
     s_->belofte = nil;
     [s_->bord clearContents];
-    [s_->bord setString:[NSString stringWithUTF8String:tekst.c_str()] forType:NSPasteboardTypeString];
+    [s_->bord setString:[NSString stringWithUTF8String:tekst.c_str()]
+                forType:NSPasteboardTypeString];
 }
 
 void Systeemklembord::herstel(const Momentopname& momentopname) {

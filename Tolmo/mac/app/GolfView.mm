@@ -32,8 +32,8 @@
         return;
     }
     const CGSize maat = view.drawableSize;
-    const tolmo::GolfView::Uniformen u =
-        _beeld(static_cast<float>(maat.width), static_cast<float>(maat.height), CACurrentMediaTime());
+    const tolmo::GolfView::Uniformen u = _beeld(
+        static_cast<float>(maat.width), static_cast<float>(maat.height), CACurrentMediaTime());
     [encoder setRenderPipelineState:self.pijplijn];
     [encoder setFragmentBytes:u.data() length:u.size() atIndex:0];
     [encoder drawPrimitives:MTLPrimitiveTypeTriangle vertexStart:0 vertexCount:3];
@@ -56,9 +56,10 @@ namespace {
 id<MTLRenderPipelineState> pijplijn(id<MTLDevice> apparaat, const std::string& bron,
                                     MTLPixelFormat formaat) {
     NSError* fout = nil;
-    id<MTLLibrary> bieb = [apparaat newLibraryWithSource:[NSString stringWithUTF8String:bron.c_str()]
-                                                 options:nil
-                                                   error:&fout];
+    id<MTLLibrary> bieb =
+        [apparaat newLibraryWithSource:[NSString stringWithUTF8String:bron.c_str()]
+                               options:nil
+                                 error:&fout];
     if (bieb == nil) {
         NSLog(@"Golf-shader compileren mislukt: %@", fout);
         return nil;

@@ -63,33 +63,43 @@ NSView* algemeen(InstellingenVenster::Staat& s) {
              ^(NSButton* b) {
                h->zetToonBalk(b.state == NSControlStateValueOn);
              }),
-        knop(s, @"Start Tolmo bij inloggen", true, StartBijInloggen::aan(), ^(NSButton* b) {
-          if (auto fout = StartBijInloggen::zet(b.state == NSControlStateValueOn)) {
-              NSAlert* melding = [[NSAlert alloc] init];
-              melding.messageText = @"Start bij inloggen wijzigen lukte niet.";
-              melding.informativeText = ns(*fout);
-              [melding runModal];
-              b.state = StartBijInloggen::aan() ? NSControlStateValueOn : NSControlStateValueOff;
-          }
-        }),
+        knop(s, @"Start Tolmo bij inloggen", true, StartBijInloggen::aan(),
+             ^(NSButton* b) {
+               if (auto fout = StartBijInloggen::zet(b.state == NSControlStateValueOn)) {
+                   NSAlert* melding = [[NSAlert alloc] init];
+                   melding.messageText = @"Start bij inloggen wijzigen lukte niet.";
+                   melding.informativeText = ns(*fout);
+                   [melding runModal];
+                   b.state =
+                       StartBijInloggen::aan() ? NSControlStateValueOn : NSControlStateValueOff;
+               }
+             }),
     ]);
 }
 
 NSView* toestemmingen(InstellingenVenster::Staat& s) {
     const auto t = s.h.toestemmingen();
     auto regel = [](const char* naam, bool aan) {
-        return [NSTextField labelWithString:[NSString stringWithFormat:@"%s: %@", naam,
-                                                                       aan ? @"toegestaan" : @"uit"]];
+        return
+            [NSTextField labelWithString:[NSString stringWithFormat:@"%s: %@", naam,
+                                                                    aan ? @"toegestaan" : @"uit"]];
     };
     return stapel(@[
         regel("Microfoon", t.microfoon),
-        knop(s, @"Vraag om de microfoon", false, false, ^(NSButton*) { MacToestemmingen::vraagMicrofoon(); }),
+        knop(s, @"Vraag om de microfoon", false, false,
+             ^(NSButton*) {
+               MacToestemmingen::vraagMicrofoon();
+             }),
         regel("Invoermonitoring", t.invoermonitoring),
         knop(s, @"Vraag om Invoermonitoring", false, false,
-             ^(NSButton*) { MacToestemmingen::vraagInvoermonitoring(); }),
+             ^(NSButton*) {
+               MacToestemmingen::vraagInvoermonitoring();
+             }),
         regel("Toegankelijkheid", t.toegankelijkheid),
         knop(s, @"Vraag om Toegankelijkheid", false, false,
-             ^(NSButton*) { MacToestemmingen::vraagToegankelijkheid(); }),
+             ^(NSButton*) {
+               MacToestemmingen::vraagToegankelijkheid();
+             }),
         [NSTextField labelWithString:ns("Houdtoets: " + s.h.mechanisme())],
         [NSTextField labelWithString:@"Werkt de houdtoets daarna niet, herstart dan Tolmo."],
     ]);
@@ -110,8 +120,7 @@ NSView* logboek(InstellingenVenster::Staat& s) {
 
 }  // namespace
 
-InstellingenVenster::InstellingenVenster(Handelingen handelingen)
-    : s_(std::make_unique<Staat>()) {
+InstellingenVenster::InstellingenVenster(Handelingen handelingen) : s_(std::make_unique<Staat>()) {
     s_->h = std::move(handelingen);
 }
 

@@ -50,7 +50,8 @@ struct Samenstelling {
     std::unique_ptr<DictaatRegelaar> regelaar;
 
     static std::string versie() {
-        NSString* v = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
+        NSString* v =
+            [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
         return v != nil ? std::string(v.UTF8String) : std::string("ontwikkeling");
     }
 
@@ -59,19 +60,19 @@ struct Samenstelling {
     }
 
     void bouw() {
-        menu = std::make_unique<MenuBalk>(MenuBalk::Handelingen{
-            [this] { return stand(); },
-            [this](MenuStand::Actie a) {
-                if (a == MenuStand::Actie::annuleer) {
-                    regelaar->annuleer();
-                } else {
-                    regelaar->wissel(DictaatRegelaar::Bron::menu);
-                }
-            },
-            {},
-            [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
-            [this] { venster->toon(InstellingenVenster::Tab::logboek); },
-            [] { [NSApp terminate:nil]; }});
+        menu = std::make_unique<MenuBalk>(
+            MenuBalk::Handelingen{[this] { return stand(); },
+                                  [this](MenuStand::Actie a) {
+                                      if (a == MenuStand::Actie::annuleer) {
+                                          regelaar->annuleer();
+                                      } else {
+                                          regelaar->wissel(DictaatRegelaar::Bron::menu);
+                                      }
+                                  },
+                                  {},
+                                  [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
+                                  [this] { venster->toon(InstellingenVenster::Tab::logboek); },
+                                  [] { [NSApp terminate:nil]; }});
         indicator.opVeranderd = [this] { menu->ververs(); };
         DictaatRegelaar::Opties opties;
         opties.versie = versie();
