@@ -78,7 +78,7 @@ void AVAudioEngineAdapter::zetStemverwerking(bool aan) {
 
 void AVAudioEngineAdapter::zetDemping(const Demping& demping) {
     if (@available(macOS 14.0, *)) {
-        AVAudioVoiceProcessingOtherAudioDuckingConfiguration c;
+        AVAudioVoiceProcessingOtherAudioDuckingConfiguration c{};
         c.enableAdvancedDucking = demping.geavanceerd;
         c.duckingLevel = static_cast<AVAudioVoiceProcessingOtherAudioDuckingLevel>(demping.niveau);
         s_->engine.inputNode.voiceProcessingOtherAudioDuckingConfiguration = c;

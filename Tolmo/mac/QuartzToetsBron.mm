@@ -25,10 +25,13 @@ struct Ontvanger {
     }
 };
 
-// Runs on the main run loop. A listen-only tap passes every event on untouched.
+// Runs on the main run loop. A listen-only tap passes every event on untouched. The switch-off
+// pseudo-events carry no key; their fields are read as zero.
 CGEventRef tapTerugroep(CGEventTapProxy, CGEventType type, CGEventRef event, void* info) {
-    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(
-        type, CGEventGetIntegerValueField(event, kCGKeyboardEventKeycode), CGEventGetFlags(event)));
+    const std::int64_t code =
+        event != nullptr ? CGEventGetIntegerValueField(event, kCGKeyboardEventKeycode) : 0;
+    const std::uint64_t vlaggen = event != nullptr ? CGEventGetFlags(event) : 0;
+    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(type, code, vlaggen));
     return event;
 }
 

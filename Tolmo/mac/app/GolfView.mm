@@ -110,9 +110,10 @@ GolfView::GolfView(const std::string& shaderBron, Beeld beeld) : s_(std::make_un
     }
     CAGradientLayer* terugval = [CAGradientLayer layer];
     terugval.colors = @[
-        (id)[NSColor.systemTealColor colorWithAlphaComponent:0.2].CGColor,
-        (id)NSColor.systemBlueColor.CGColor, (id)NSColor.systemPurpleColor.CGColor,
-        (id)[NSColor.systemPinkColor colorWithAlphaComponent:0.2].CGColor
+        (__bridge id)[NSColor.systemTealColor colorWithAlphaComponent:0.2].CGColor,
+        (__bridge id)NSColor.systemBlueColor.CGColor,
+        (__bridge id)NSColor.systemPurpleColor.CGColor,
+        (__bridge id)[NSColor.systemPinkColor colorWithAlphaComponent:0.2].CGColor
     ];
     terugval.startPoint = CGPointMake(0, 0.5);
     terugval.endPoint = CGPointMake(1, 0.5);

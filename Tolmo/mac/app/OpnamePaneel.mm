@@ -18,7 +18,7 @@ OpnamePaneel::OpnamePaneel(std::unique_ptr<GolfView> golf) : s_(std::make_unique
                     backing:NSBackingStoreBuffered
                       defer:YES];
     p.floatingPanel = YES;
-    p.level = NSStatusWindowLevel;
+    p.level = NSFloatingWindowLevel;
     p.becomesKeyOnlyIfNeeded = YES;
     // A menu-bar app is never the active app; a panel that hides on deactivation never shows.
     p.hidesOnDeactivate = NO;
