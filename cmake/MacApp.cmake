@@ -3,9 +3,12 @@
 #   TOLMO_ONDERTEKENING  signing identity; "-" (the default) signs ad hoc for use on this Mac
 #   TOLMO_TEAM_ID        with a Developer ID or development identity: the team, which adds the
 #                        app-group and keychain-group entitlements (they need a real team)
+#   TOLMO_SERVER_URL     the relay server's address, written into Info.plist; the user can
+#                        enter another in the settings window
 
 set(TOLMO_ONDERTEKENING "-" CACHE STRING "codesign identity for Tolmo.app ('-' = ad hoc)")
 set(TOLMO_TEAM_ID "" CACHE STRING "Apple team ID for the app-group and keychain entitlements")
+set(TOLMO_SERVER_URL "" CACHE STRING "Relay server address built into Tolmo.app")
 
 # The adapters: ARC for every .mm, and the frameworks they translate.
 target_compile_options(TolmoApp PRIVATE $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc -Wall>)

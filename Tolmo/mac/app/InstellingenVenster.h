@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,11 +10,11 @@
 
 namespace tolmo {
 
-// The settings window with the tabs Algemeen, Toestemmingen and Logboek. Its content is built
-// from the controller each time it is shown; every switch writes through at once.
+// The settings window with the tabs Algemeen, Server, Toestemmingen and Logboek. Its content is
+// built from the controller each time it is shown; every switch writes through at once.
 class InstellingenVenster {
   public:
-    enum class Tab { algemeen, toestemmingen, logboek };
+    enum class Tab { algemeen, server, toestemmingen, logboek };
 
     struct Handelingen {
         std::function<bool()> klembordHerstellen;
@@ -23,6 +24,10 @@ class InstellingenVenster {
         std::function<DictaatRegelaar::Toestemmingsstand()> toestemmingen;
         std::function<std::string()> mechanisme;
         std::function<std::vector<std::string>()> logregels;
+        std::function<std::string()> serverAdres;
+        // Each answers a Dutch sentence when the value is not taken.
+        std::function<std::optional<std::string>(const std::string&)> zetServerAdres;
+        std::function<std::optional<std::string>(const std::string&)> zetToegangscode;
     };
 
     explicit InstellingenVenster(Handelingen handelingen);

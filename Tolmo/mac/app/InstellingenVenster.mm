@@ -51,6 +51,13 @@ NSView* stapel(NSArray<NSView*>* delen) {
     return s;
 }
 
+void meld(NSString* titel, const std::string& tekst) {
+    NSAlert* melding = [[NSAlert alloc] init];
+    melding.messageText = titel;
+    melding.informativeText = ns(tekst);
+    [melding runModal];
+}
+
 NSView* algemeen(InstellingenVenster::Staat& s) {
     InstellingenVenster::Handelingen* h = &s.h;
     return stapel(@[
@@ -66,12 +73,38 @@ NSView* algemeen(InstellingenVenster::Staat& s) {
         knop(s, @"Start Tolmo bij inloggen", true, StartBijInloggen::aan(),
              ^(NSButton* b) {
                if (auto fout = StartBijInloggen::zet(b.state == NSControlStateValueOn)) {
-                   NSAlert* melding = [[NSAlert alloc] init];
-                   melding.messageText = @"Start bij inloggen wijzigen lukte niet.";
-                   melding.informativeText = ns(*fout);
-                   [melding runModal];
+                   meld(@"Start bij inloggen wijzigen lukte niet.", *fout);
                    b.state =
                        StartBijInloggen::aan() ? NSControlStateValueOn : NSControlStateValueOff;
+               }
+             }),
+    ]);
+}
+
+NSView* server(InstellingenVenster::Staat& s) {
+    InstellingenVenster::Handelingen* h = &s.h;
+    NSTextField* adres = [NSTextField textFieldWithString:ns(h->serverAdres())];
+    NSSecureTextField* code = [[NSSecureTextField alloc] init];
+    code.placeholderString = @"Laat leeg om de bewaarde code te houden";
+    [adres.widthAnchor constraintGreaterThanOrEqualToConstant:360].active = YES;
+    [code.widthAnchor constraintGreaterThanOrEqualToConstant:360].active = YES;
+    return stapel(@[
+        [NSTextField labelWithString:@"Serveradres"],
+        adres,
+        [NSTextField labelWithString:@"Toegangscode (in de sleutelhanger)"],
+        code,
+        knop(s, @"Bewaar", false, false,
+             ^(NSButton*) {
+               if (auto fout = h->zetServerAdres(adres.stringValue.UTF8String)) {
+                   meld(@"Serveradres niet bewaard.", *fout);
+                   return;
+               }
+               if (code.stringValue.length > 0) {
+                   if (auto fout = h->zetToegangscode(code.stringValue.UTF8String)) {
+                       meld(@"Toegangscode niet bewaard.", *fout);
+                       return;
+                   }
+                   code.stringValue = @"";
                }
              }),
     ]);
@@ -143,6 +176,7 @@ void InstellingenVenster::toon(Tab tab) {
     [s_->acties removeAllObjects];
     NSTabView* tabs = [[NSTabView alloc] init];
     const std::pair<NSString*, NSView*> inhoud[] = {{@"Algemeen", algemeen(*s_)},
+                                                    {@"Server", server(*s_)},
                                                     {@"Toestemmingen", toestemmingen(*s_)},
                                                     {@"Logboek", logboek(*s_)}};
     for (const auto& [titel, view] : inhoud) {

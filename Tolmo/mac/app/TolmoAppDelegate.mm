@@ -1,10 +1,14 @@
 #import <AppKit/AppKit.h>
 
+#include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <variant>
 
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
+#include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
 #include "Tolmo/Poorten/SleutelWaardeLogOpslag.h"
 #include "Tolmo/mac/AVAudioEngineAdapter.h"
@@ -55,6 +59,45 @@ struct Samenstelling {
         return v != nil ? std::string(v.UTF8String) : std::string("ontwikkeling");
     }
 
+    // The chain finds the relay through the environment; an app opened from the Finder has
+    // none, so the address the user or the build chose is put there.
+    void zetServerAdresInOmgeving() {
+        const char* omgeving = std::getenv(ServerAdres::omgevingsvariabele);
+        std::optional<std::string> ingevoerd;
+        if (auto w = standaard.lees(ServerAdres::instellingSleutel)) {
+            if (const auto* tekst = std::get_if<std::string>(&*w)) {
+                ingevoerd = *tekst;
+            }
+        }
+        NSString* bundel = [NSBundle.mainBundle
+            objectForInfoDictionaryKey:[NSString stringWithUTF8String:ServerAdres::bundelSleutel]];
+        const auto adres = ServerAdres::kies(
+            omgeving != nullptr ? std::optional<std::string>(omgeving) : std::nullopt, ingevoerd,
+            bundel != nil ? std::optional<std::string>(bundel.UTF8String) : std::nullopt);
+        if (adres) {
+            setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
+        }
+    }
+
+    std::optional<std::string> zetServerAdres(const std::string& invoer) {
+        const auto adres = ServerAdres::geldig(invoer);
+        if (!adres) {
+            return std::string("Dit is geen serveradres. Het begint met https:// en een naam.");
+        }
+        standaard.zet(ServerAdres::instellingSleutel, *adres);
+        setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
+        return std::nullopt;
+    }
+
+    static std::optional<std::string> zetToegangscode(const std::string& code) {
+        try {
+            Sleutelhanger::zet("server", code);
+            return std::nullopt;
+        } catch (const std::runtime_error& e) {
+            return std::string(e.what());
+        }
+    }
+
     MenuStand stand() const {
         return MenuStand::van(regelaar->toestand(), regelaar->melding(), regelaar->instellingen());
     }
@@ -74,6 +117,7 @@ struct Samenstelling {
                                   [this] { venster->toon(InstellingenVenster::Tab::logboek); },
                                   [] { [NSApp terminate:nil]; }});
         indicator.opVeranderd = [this] { menu->ververs(); };
+        zetServerAdresInOmgeving();
         DictaatRegelaar::Opties opties;
         opties.versie = versie();
         opties.formaat = AudioFormaat::m4a;
@@ -91,7 +135,13 @@ struct Samenstelling {
             [this] {
                 return std::string(SneltoetsMonitor::tekst(regelaar->houdtoetsMechanisme()));
             },
-            [this] { return regelaar->logboek().teksten(); }});
+            [this] { return regelaar->logboek().teksten(); },
+            [] {
+                const char* adres = std::getenv(ServerAdres::omgevingsvariabele);
+                return std::string(adres != nullptr ? adres : "");
+            },
+            [this](const std::string& invoer) { return zetServerAdres(invoer); },
+            [](const std::string& code) { return zetToegangscode(code); }});
         regelaar->opstarten();
         menu->ververs();
     }
