@@ -51,10 +51,13 @@ static NSString* ns(const std::string& s) {
           })];
     [menu addItem:item(ns(stand.route), nil)];
     const bool opschonen = stand.opschonen;
-    NSMenuItem* schoon = item(@"Opschonen", h->opschonen ? ^{
-      h->opschonen(!opschonen);
+    void (^schakel)(void) = nil;
+    if (h->opschonen) {
+        schakel = ^{
+          h->opschonen(!opschonen);
+        };
     }
-                                                       : nil);
+    NSMenuItem* schoon = item(@"Opschonen", schakel);
     schoon.state = opschonen ? NSControlStateValueOn : NSControlStateValueOff;
     [menu addItem:schoon];
     [menu addItem:NSMenuItem.separatorItem];
