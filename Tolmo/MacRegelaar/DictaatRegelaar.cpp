@@ -118,7 +118,7 @@ DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
     : p_(poorten),
       o_(metStandaarden(std::move(opties), poorten.kluis)),
       anker_(std::make_shared<DictaatRegelaar*>(this)),
-      gedeeld_(p_.groep, p_.standaard),
+      inst_(p_.groep, p_.standaard, o_.altijdViaServer),
       log_(p_.logOpslag, o_.logBron, o_.wandklok),
       plakker_(p_.klembord, p_.lus, p_.toestemmingen) {}
 
@@ -148,16 +148,45 @@ const std::optional<Doel>& DictaatRegelaar::plakDoel() const {
     return dictaat_ ? dictaat_->plakDoel : geen;
 }
 
+void DictaatRegelaar::luister(Luisteraar luisteraar) {
+    luisteraars_.push_back(std::move(luisteraar));
+}
+
+void DictaatRegelaar::meld(Wijziging w) {
+    for (const auto& l : luisteraars_) {
+        l(w);
+    }
+}
+
+void DictaatRegelaar::zetToestand(Toestand t) {
+    if (toestand_ == t) {
+        return;
+    }
+    toestand_ = t;
+    // Esc means something only while recording; outside it the key belongs to the other apps.
+    if (p_.esc != nullptr) {
+        if (t == Toestand::neemtOp) {
+            p_.esc->wacht(zwak([](DictaatRegelaar& r) { r.annuleer(); }));
+        } else {
+            p_.esc->stopWachten();
+        }
+    }
+    meld(Wijziging::toestand);
+}
+
 void DictaatRegelaar::log(const std::string& tekst) {
     log_.schrijf(tekst);
+    meld(Wijziging::logRegel);
 }
 
 void DictaatRegelaar::toonMelding(Melding melding) {
     melding_ = std::move(melding);
     p_.meldingen.toon(*melding_);
+    meld(Wijziging::melding);
     meldingTaak_ = p_.lus.eenmalig(meldingDuur, zwak([](DictaatRegelaar& r) {
                                        r.melding_.reset();
                                        r.p_.meldingen.wis();
+                                       r.meld(Wijziging::melding);
                                    }));
 }
 
@@ -171,32 +200,25 @@ DictaatRegelaar::Toestemmingsstand DictaatRegelaar::leesToestemmingen() const {
 
 void DictaatRegelaar::opstarten() {
     log_.laad();
-    instellingen_ = gedeeld_.laad();
-    // The desktop app always dictates through the relay; the stored choice is left alone for
-    // the phone, which shares it.
-    if (instellingen_.motor != Motor::tolmo) {
-        instellingen_.motor = Motor::tolmo;
-        instellingen_.serverAanbieder = Aanbieder::mistral;
-    }
-    macInstellingen_ = gedeeld_.laadMac();
-    klembordHerstellen_ = gedeeld_.klembordHerstellen();
-    toonBalk_ = gedeeld_.toonBalk();
+    inst_.laad();
     cloudToestemming_ = CloudToestemming::laad(p_.groep);
     toestemmingen_ = leesToestemmingen();
 
     log("Mac-app gestart (" + o_.versie + ")");
     log("Toestemmingen bij start: " + toestemmingen_.tekst());
-    log(std::string("Klembord na plakken herstellen: ") + (klembordHerstellen_ ? "aan" : "uit"));
+    log(std::string("Klembord na plakken herstellen: ") +
+        (inst_.klembordHerstellen() ? "aan" : "uit"));
     if (const std::size_t n = ruimOpnamesOp(); n > 0) {
         log(std::to_string(n) + " achtergebleven opname(s) verwijderd");
     }
 
-    monitor_ = std::make_unique<SneltoetsMonitor>(p_.toetsen, p_.lus, macInstellingen_.houdToets);
+    monitor_ = std::make_unique<SneltoetsMonitor>(p_.toetsen, p_.lus, inst_.mac().houdToets);
     monitor_->opLog = [this](const std::string& regel) { log(regel); };
+    monitor_->opMechanisme = [this] { meld(Wijziging::houdtoetsMechanisme); };
     monitor_->opHoudActie = [this](SneltoetsMonitor::Actie actie) { houdActie(actie); };
     monitor_->opWissel = [this] { wissel(Bron::wisselsneltoets); };
     monitor_->start(toestemmingen_.invoermonitoring, toestemmingen_.toegankelijkheid);
-    registreerWissel();
+    zetWisselSneltoets(inst_.mac().wisselSneltoets);
 
     toestemmingTimer_ = p_.lus.herhalend(toestemmingInterval,
                                          zwak([](DictaatRegelaar& r) { r.peilToestemmingen(); }));
@@ -220,15 +242,6 @@ std::size_t DictaatRegelaar::ruimOpnamesOp() {
     return n;
 }
 
-void DictaatRegelaar::registreerWissel() {
-    const auto& combinatie = macInstellingen_.wisselSneltoets;
-    if (!monitor_->registreerWissel(combinatie) && combinatie) {
-        const std::string tekst = "Sneltoets " + combinatie->weergave() + " is al in gebruik";
-        log(tekst);
-        toonMelding({tekst, true, std::nullopt});
-    }
-}
-
 void DictaatRegelaar::peilToestemmingen() {
     const Toestemmingsstand nu = leesToestemmingen();
     if (nu == toestemmingen_) {
@@ -237,6 +250,7 @@ void DictaatRegelaar::peilToestemmingen() {
     const bool toetsenAnders = nu.invoermonitoring != toestemmingen_.invoermonitoring ||
                                nu.toegankelijkheid != toestemmingen_.toegankelijkheid;
     toestemmingen_ = nu;
+    meld(Wijziging::toestemmingen);
     log("Toestemmingen gewijzigd: " + nu.tekst());
     // What the hold key can be watched with depends on these two.
     if (toetsenAnders && monitor_) {
@@ -248,24 +262,93 @@ void DictaatRegelaar::peilToestemmingen() {
 // Settings
 
 void DictaatRegelaar::zetKlembordHerstellen(bool aan) {
-    klembordHerstellen_ = aan;
-    gedeeld_.zetKlembordHerstellen(aan);
+    inst_.zetKlembordHerstellen(aan);
+    meld(Wijziging::macInstellingen);
     log(std::string("Klembord na plakken herstellen: ") + (aan ? "aan" : "uit"));
 }
 
 void DictaatRegelaar::zetToonBalk(bool aan) {
-    toonBalk_ = aan;
-    gedeeld_.zetToonBalk(aan);
+    inst_.zetToonBalk(aan);
+    meld(Wijziging::macInstellingen);
+}
+
+void DictaatRegelaar::wijzigInstellingen(const std::function<void(TolmoInstellingen&)>& wijziging) {
+    inst_.wijzig(wijziging);
+    meld(Wijziging::instellingen);
+}
+
+void DictaatRegelaar::zetHoudToets(HoudToets toets) {
+    MacInstellingen mac = inst_.mac();
+    mac.houdToets = toets;
+    inst_.zetMac(mac);
+    // The monitor drops a hold it was following; a recording that hold started goes with it.
+    if (toestand_ == Toestand::neemtOp && dictaat_ && dictaat_->bron == Bron::houdtoets) {
+        annuleerOpname(false);
+    }
+    if (monitor_) {
+        monitor_->zetHoudToets(toets);
+    }
+    meld(Wijziging::macInstellingen);
+}
+
+bool DictaatRegelaar::zetWisselSneltoets(const std::optional<Toetscombinatie>& combinatie) {
+    if (!monitor_) {
+        return false;
+    }
+    if (!monitor_->registreerWissel(combinatie) && combinatie) {
+        const std::string tekst = "Sneltoets " + combinatie->weergave() + " is al in gebruik";
+        log(tekst);
+        toonMelding({tekst, true, std::nullopt});
+        // The combination that worked before keeps working.
+        if (inst_.mac().wisselSneltoets != combinatie) {
+            monitor_->registreerWissel(inst_.mac().wisselSneltoets);
+        }
+        return false;
+    }
+    if (inst_.mac().wisselSneltoets != combinatie) {
+        MacInstellingen mac = inst_.mac();
+        mac.wisselSneltoets = combinatie;
+        inst_.zetMac(mac);
+        meld(Wijziging::macInstellingen);
+    }
+    return true;
+}
+
+void DictaatRegelaar::pauzeerWisselSneltoets(bool pauze) {
+    if (!monitor_) {
+        return;
+    }
+    if (pauze) {
+        monitor_->verwijderWissel();
+    } else {
+        zetWisselSneltoets(inst_.mac().wisselSneltoets);
+    }
+}
+
+void DictaatRegelaar::afsluiten() {
+    if (toestand_ == Toestand::neemtOp) {
+        annuleerOpname(false);
+    } else {
+        annuleer();
+    }
+    if (monitor_) {
+        monitor_->stop();
+        monitor_->verwijderWissel();
+    }
+    toestemmingTimer_.annuleer();
+    plakker_.rondAfNu();
 }
 
 void DictaatRegelaar::voegWoordToe(const std::string& woord) {
     // From the store, not the working copy: the phone may have added words since launch, and
     // the working copy carries the forced relay engine, which is not the user's choice.
-    TolmoInstellingen opgeslagen = gedeeld_.laad();
+    TolmoInstellingen opgeslagen = inst_.opgeslagen();
     const bool bekend = std::any_of(
         opgeslagen.woorden.begin(), opgeslagen.woorden.end(),
         [&woord](const std::string& term) { return Tekst::gelijkZonderHoofdletters(term, woord); });
-    std::erase(woordVoorstellen_, woord);
+    if (std::erase(woordVoorstellen_, woord) > 0) {
+        meld(Wijziging::woordVoorstellen);
+    }
     if (bekend) {
         toonMelding({"Staat al in de woordenlijst.", false, std::nullopt});
         return;
@@ -275,13 +358,12 @@ void DictaatRegelaar::voegWoordToe(const std::string& woord) {
                      true, std::nullopt});
         return;
     }
-    opgeslagen.woorden.push_back(woord);
-    opgeslagen.herkomst[woord] = WoordHerkomst{"voorstel", o_.wandklok()};
-    gedeeld_.bewaar(opgeslagen);
-    instellingen_.woorden = opgeslagen.woorden;
-    instellingen_.herkomst = opgeslagen.herkomst;
-    log("Term toegevoegd aan de woordenlijst (" + std::to_string(opgeslagen.woorden.size()) +
-        " termen)");
+    const auto& nu = inst_.wijzig([&](TolmoInstellingen& t) {
+        t.woorden.push_back(woord);
+        t.herkomst[woord] = WoordHerkomst{"voorstel", o_.wandklok()};
+    });
+    meld(Wijziging::instellingen);
+    log("Term toegevoegd aan de woordenlijst (" + std::to_string(nu.woorden.size()) + " termen)");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -350,7 +432,10 @@ void DictaatRegelaar::start(Bron bron) {
         return;
     }
     if (!p_.toestemmingen.microfoon()) {
-        toestemmingen_.microfoon = false;
+        if (toestemmingen_.microfoon) {
+            toestemmingen_.microfoon = false;
+            meld(Wijziging::toestemmingen);
+        }
         log("Geen toestemming voor de microfoon, dictaat niet gestart");
         toonMelding({geenMicrofoon, true, std::nullopt});
         return;
@@ -359,7 +444,7 @@ void DictaatRegelaar::start(Bron bron) {
     Dictaat d;
     d.nummer = ++dictaatTeller_;
     d.bron = bron;
-    d.instellingen = instellingen_;
+    d.instellingen = inst_.instellingen();
     d.plakDoel = p_.focus.huidig();
     const StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
     d.stijl = stijlVoorApp(d.plakDoel && d.plakDoel->bundleId
@@ -370,6 +455,7 @@ void DictaatRegelaar::start(Bron bron) {
 
     opnemer_ = std::make_unique<AudioOpnemer>(p_.engine, p_.omzetters, p_.schrijvers, o_.opnameMap,
                                               o_.opnemerTijd);
+    opnemer_->zetNiveauKanaal(niveau_);
     try {
         opnemer_->startEngineMetRuisonderdrukking(d.instellingen.ruisonderdrukking);
     } catch (...) {
@@ -403,7 +489,7 @@ void DictaatRegelaar::start(Bron bron) {
     d.begin = p_.lus.uptime();
     dictaat_ = std::move(d);
     plakt_ = false;
-    toestand_ = Toestand::neemtOp;
+    zetToestand(Toestand::neemtOp);
     p_.indicator.toon();
 
     const char* ruis = "uit";
@@ -463,7 +549,7 @@ void DictaatRegelaar::stop() {
     const auto bytes = std::filesystem::file_size(opname.bestand, ec);
     log("Opname " + Tekst::getalNL("%.1f", opname.meting.duur()) + " s, " +
         std::to_string(ec ? 0 : bytes / 1024) + " kB");
-    toestand_ = Toestand::verwerken;
+    zetToestand(Toestand::verwerken);
 
     std::shared_ptr<TolmoKeten> keten;
     try {
@@ -522,8 +608,8 @@ void DictaatRegelaar::annuleerOpname(bool korteTikOfCombinatie) {
     }
     maximumTimer_.annuleer();
     p_.indicator.verberg();
-    toestand_ = Toestand::klaar;
     dictaat_.reset();
+    zetToestand(Toestand::klaar);
     log(korteTikOfCombinatie ? "Opname geannuleerd (korte tik of toetscombinatie)"
                              : "Opname geannuleerd");
 }
@@ -609,6 +695,7 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
     log("Resultaat klaar: " + std::to_string(Tekst::aantalTekens(r.ruw)) + " tekens ruw, " +
         std::to_string(Tekst::aantalTekens(r.tekst)) + " tekens klaar");
     laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
+    meld(Wijziging::laatsteDictaat);
     auto voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
 
     // The target is judged twice: now, against a switch while the chain worked, and again by
@@ -627,7 +714,7 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
         }
     }
     plakt_ = true;
-    const bool herstel = klembordHerstellen_;
+    const bool herstel = inst_.klembordHerstellen();
     // The paster may answer at once (no accessibility): nothing of d is used after this call.
     plakker_.plak(r.tekst, herstel, std::move(doelKlopt),
                   [w = std::weak_ptr<DictaatRegelaar*>(anker_), n = d.nummer, herstel, geweigerd,
@@ -669,6 +756,7 @@ void DictaatRegelaar::geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, 
     if (!voorstellen.empty()) {
         log(std::to_string(voorstellen.size()) + " voorstel(len) voor de woordenlijst");
         woordVoorstellen_ = std::move(voorstellen);
+        meld(Wijziging::woordVoorstellen);
     }
     if (dictaat_ && dictaat_->nummer == nummer) {
         sluitAf();
@@ -678,9 +766,9 @@ void DictaatRegelaar::geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, 
 void DictaatRegelaar::sluitAf() {
     maximumTimer_.annuleer();
     p_.indicator.verberg();
-    toestand_ = Toestand::klaar;
     dictaat_.reset();
     plakt_ = false;
+    zetToestand(Toestand::klaar);
 }
 
 }  // namespace tolmo

@@ -14,11 +14,14 @@
 #include "Tolmo/AudioOpnemer/AudioEngine.h"
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
 #include "Tolmo/AudioOpnemer/AudioSchrijver.h"
+#include "Tolmo/AudioOpnemer/NiveauKanaal.h"
 #include "Tolmo/AudioOpnemer/Omzetter.h"
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
+#include "Tolmo/MacRegelaar/InstellingenBeheer.h"
 #include "Tolmo/MacRegelaar/Logboek.h"
 #include "Tolmo/Plakker/KlembordPoort.h"
 #include "Tolmo/Plakker/Plakker.h"
+#include "Tolmo/Poorten/EscBron.h"
 #include "Tolmo/Poorten/Focus.h"
 #include "Tolmo/Poorten/HoofdLus.h"
 #include "Tolmo/Poorten/LogOpslag.h"
@@ -54,6 +57,20 @@ class DictaatRegelaar {
   public:
     enum class Toestand { klaar, neemtOp, verwerken };
     enum class Bron { houdtoets, wisselsneltoets, menu };
+    // What changed, for the shells: each is reported once, on the main thread, after the
+    // controller's state already shows it; the listener reads the new value from the getters.
+    enum class Wijziging {
+        toestand,
+        melding,
+        logRegel,
+        laatsteDictaat,
+        woordVoorstellen,
+        houdtoetsMechanisme,
+        toestemmingen,
+        instellingen,
+        macInstellingen,
+    };
+    using Luisteraar = std::function<void(Wijziging)>;
 
     struct Toestemmingsstand {
         bool microfoon = false;
@@ -93,6 +110,8 @@ class DictaatRegelaar {
         SleutelWaardeOpslag& groep;
         SleutelWaardeOpslag& standaard;
         const SleutelKluis& kluis;
+        // Where the shell can watch Esc only while a recording runs; may be absent.
+        EscBron* esc = nullptr;
     };
 
     struct Opties {
@@ -106,6 +125,9 @@ class DictaatRegelaar {
         // Wall-clock milliseconds since 1970 for the log and stored dates; empty: the system's.
         std::function<std::int64_t()> wandklok;
         AudioOpnemer::Tijd opnemerTijd = AudioOpnemer::Tijd::echt();
+        // The Mac app dictates through the relay server whatever the stored engine; a shell
+        // where the user chooses the engine turns this off.
+        bool altijdViaServer = true;
     };
 
     // A recording stops by itself after ten minutes.
@@ -136,17 +158,34 @@ class DictaatRegelaar {
     // The toggle combination and the menu item: start when idle, stop while recording.
     void wissel(Bron bron);
 
+    // Quitting: drops a recording or the chain's work, stops watching keys, unregisters the
+    // toggle combination and puts a clipboard that is waiting to be restored back now.
+    void afsluiten();
+
+    // Listeners live as long as the controller.
+    void luister(Luisteraar luisteraar);
+
+    // Settings, each persisted at once.
     void voegWoordToe(const std::string& woord);
+    // Any field of the shared record.
+    void wijzigInstellingen(const std::function<void(TolmoInstellingen&)>& wijziging);
+    // A hold in progress is cancelled.
+    void zetHoudToets(HoudToets toets);
+    // Registered at once; when the system refuses it the user is told and the previous one
+    // stays active (answers false then).
+    bool zetWisselSneltoets(const std::optional<Toetscombinatie>& combinatie);
+    // While a settings screen records a new combination the old one must not fire.
+    void pauzeerWisselSneltoets(bool pauze);
     void zetKlembordHerstellen(bool aan);
     void zetToonBalk(bool aan);
 
     [[nodiscard]] Toestand toestand() const { return toestand_; }
-    [[nodiscard]] const TolmoInstellingen& instellingen() const { return instellingen_; }
-    [[nodiscard]] const MacInstellingen& macInstellingen() const { return macInstellingen_; }
+    [[nodiscard]] const TolmoInstellingen& instellingen() const { return inst_.instellingen(); }
+    [[nodiscard]] const MacInstellingen& macInstellingen() const { return inst_.mac(); }
     [[nodiscard]] const Toestemmingsstand& toestemmingen() const { return toestemmingen_; }
     [[nodiscard]] SneltoetsMonitor::Mechanisme houdtoetsMechanisme() const;
-    [[nodiscard]] bool klembordHerstellen() const { return klembordHerstellen_; }
-    [[nodiscard]] bool toonBalk() const { return toonBalk_; }
+    [[nodiscard]] bool klembordHerstellen() const { return inst_.klembordHerstellen(); }
+    [[nodiscard]] bool toonBalk() const { return inst_.toonBalk(); }
     [[nodiscard]] Stijl dictaatStijl() const { return dictaatStijl_; }
     [[nodiscard]] const std::optional<Melding>& melding() const { return melding_; }
     [[nodiscard]] const Logboek& logboek() const { return log_; }
@@ -161,6 +200,8 @@ class DictaatRegelaar {
     }
     [[nodiscard]] std::optional<Bron> bron() const;
     [[nodiscard]] const std::optional<Doel>& plakDoel() const;
+    // The running recording's level for the indicator's wave; readable from any thread.
+    [[nodiscard]] const NiveauKanaal& niveau() const { return *niveau_; }
 
     static std::string_view tekst(Bron bron);
 
@@ -188,12 +229,13 @@ class DictaatRegelaar {
     template <typename F>
     std::function<void()> zwak(F f);
 
+    void meld(Wijziging w);
+    void zetToestand(Toestand t);
     void log(const std::string& tekst);
     void toonMelding(Melding melding);
     [[nodiscard]] Toestemmingsstand leesToestemmingen() const;
     void peilToestemmingen();
     std::size_t ruimOpnamesOp();
-    void registreerWissel();
 
     void houdActie(SneltoetsMonitor::Actie actie);
     void vraagToestemming();
@@ -213,18 +255,16 @@ class DictaatRegelaar {
     Poorten p_;
     Opties o_;
     std::shared_ptr<DictaatRegelaar*> anker_;
-    GedeeldeOpslag gedeeld_;
+    InstellingenBeheer inst_;
     Logboek log_;
     Plakker plakker_;
     std::unique_ptr<SneltoetsMonitor> monitor_;
     std::unique_ptr<AudioOpnemer> opnemer_;
+    std::shared_ptr<NiveauKanaal> niveau_ = std::make_shared<NiveauKanaal>();
+    std::vector<Luisteraar> luisteraars_;
 
     Toestand toestand_ = Toestand::klaar;
-    TolmoInstellingen instellingen_;
-    MacInstellingen macInstellingen_;
     Toestemmingsstand toestemmingen_;
-    bool klembordHerstellen_ = true;
-    bool toonBalk_ = true;
     Stijl dictaatStijl_ = Stijl::neutraal;
     std::optional<Melding> melding_;
     std::optional<LaatsteDictaat> laatsteDictaat_;

@@ -22,7 +22,7 @@ void Logboek::schrijf(const std::string& tekst) {
     while (regels_.size() > maximum) {
         regels_.pop_front();
     }
-    opslag_.bewaar({regels_.begin(), regels_.end()});
+    opslag_.voegToe(regels_.back());
 }
 
 std::vector<std::string> Logboek::teksten() const {

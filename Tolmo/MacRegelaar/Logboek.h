@@ -16,7 +16,7 @@ namespace tolmo {
 //
 // 500 lines: one dictation writes about ten, so the log covers the last fifty or so dictations
 // — enough to follow a problem the user reports a day later — while the whole log stays a few
-// tens of kilobytes, which the store rewrites on every line.
+// tens of kilobytes.
 class Logboek {
   public:
     static constexpr std::size_t maximum = 500;

@@ -48,4 +48,16 @@ MenuStand MenuStand::van(DictaatRegelaar::Toestand toestand, const std::optional
     return m;
 }
 
+GolfAnimatie::Stand MenuStand::golfStand(DictaatRegelaar::Toestand toestand) {
+    switch (toestand) {
+        case DictaatRegelaar::Toestand::neemtOp:
+            return GolfAnimatie::Stand::luistert;
+        case DictaatRegelaar::Toestand::verwerken:
+            return GolfAnimatie::Stand::verwerkt;
+        case DictaatRegelaar::Toestand::klaar:
+            break;
+    }
+    return GolfAnimatie::Stand::rust;
+}
+
 }  // namespace tolmo

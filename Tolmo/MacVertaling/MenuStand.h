@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/Poorten/Meldingen.h"
 #include "TolmoKern/Instellingen/TolmoInstellingen.h"
@@ -28,6 +29,9 @@ struct MenuStand {
                          const TolmoInstellingen& instellingen);
     // "Route: Tolmo-server (Mistral)", "Route: OpenAI (eigen sleutel)", ...
     static std::string routeTekst(const TolmoInstellingen& instellingen);
+
+    // The indicator's wave for the controller's state.
+    static GolfAnimatie::Stand golfStand(DictaatRegelaar::Toestand toestand);
 
     bool operator==(const MenuStand&) const = default;
 };

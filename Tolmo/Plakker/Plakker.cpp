@@ -52,6 +52,7 @@ void Plakker::voerUit(Opdracht opdracht) {
     std::int64_t token = 0;
     if (opdracht.herstel) {
         token = transacties_.begin(opdracht.tekst);
+        openHerstel_ = token;
     } else {
         klembord_.zetTekst(opdracht.tekst);
     }
@@ -62,12 +63,22 @@ void Plakker::voerUit(Opdracht opdracht) {
                 [w = std::weak_ptr<Plakker*>(anker_), herstel = opdracht.herstel, token] {
                     if (const auto p = w.lock()) {
                         Plakker& plakker = **p;
-                        if (herstel) {
+                        if (herstel && plakker.openHerstel_ == token) {
+                            plakker.openHerstel_.reset();
                             plakker.transacties_.rondAf(token);
                         }
                         plakker.volgende();
                     }
                 });
+}
+
+void Plakker::rondAfNu() {
+    wachtrij_.clear();
+    if (openHerstel_) {
+        const std::int64_t token = *openHerstel_;
+        openHerstel_.reset();
+        transacties_.rondAf(token);
+    }
 }
 
 }  // namespace tolmo

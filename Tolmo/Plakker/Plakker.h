@@ -3,6 +3,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Tolmo/Plakker/KlembordPoort.h"
@@ -35,6 +36,10 @@ class Plakker {
     // dictation's start. klaar gets the outcome as soon as it is known (before the restore).
     void plak(const std::string& tekst, bool herstelKlembord, DoelKlopt doelKlopt, Klaar klaar);
 
+    // Quitting: a clipboard still waiting to be restored is restored now, and pastes that have
+    // not started are dropped (their text never left the app's hands).
+    void rondAfNu();
+
     [[nodiscard]] bool bezig() const { return bezig_; }
 
   private:
@@ -53,6 +58,7 @@ class Plakker {
     const Toestemmingen& toestemmingen_;
     KlembordTransacties<KlembordPoort> transacties_;
     std::deque<Opdracht> wachtrij_;
+    std::optional<std::int64_t> openHerstel_;
     bool bezig_ = false;
     // Tasks left on the main loop check this before touching a paster that is gone.
     std::shared_ptr<Plakker*> anker_;

@@ -18,13 +18,15 @@ struct LogRegel {
 };
 
 // Keeps the application log between runs (macOS: the app group's shared defaults; Linux: a file
-// under the XDG state directory). Main thread.
+// under the XDG state directory). A line is written inside key callbacks on the main thread, so
+// adding one must cost one small write, never a rewrite of the whole log. Main thread.
 class LogOpslag {
   public:
     virtual ~LogOpslag() = default;
+    // Oldest first; at least the newest `bewaar` lines the store was made for.
     [[nodiscard]] virtual std::vector<LogRegel> laad() const = 0;
-    // Replaces what is stored by regels, oldest first.
-    virtual void bewaar(const std::vector<LogRegel>& regels) = 0;
+    // Stored before it returns, so a crash right after loses nothing.
+    virtual void voegToe(const LogRegel& regel) = 0;
 };
 
 }  // namespace tolmo

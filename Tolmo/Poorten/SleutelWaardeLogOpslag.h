@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "Tolmo/Poorten/LogOpslag.h"
 #include "TolmoKern/Instellingen/SleutelWaardeOpslag.h"
@@ -16,18 +20,26 @@ class SleutelWaardeLogOpslag final : public LogOpslag {
   public:
     static constexpr const char* standaardSleutel = "logboek";
 
-    explicit SleutelWaardeLogOpslag(SleutelWaardeOpslag& opslag,
+    // bewaar: how many of the newest lines are kept.
+    explicit SleutelWaardeLogOpslag(SleutelWaardeOpslag& opslag, std::size_t bewaar,
                                     std::string sleutel = standaardSleutel);
 
     [[nodiscard]] std::vector<LogRegel> laad() const override;
-    void bewaar(const std::vector<LogRegel>& regels) override;
+    // A key-value store keeps a document, not lines: the store's copy in memory is appended to
+    // and handed over whole; the system writes user defaults to disk on its own schedule.
+    void voegToe(const LogRegel& regel) override;
 
     static std::string codeer(const std::vector<LogRegel>& regels);
     static std::vector<LogRegel> decodeer(const std::string& document);
+    // One line as a JSON object, and back; nullopt for anything that is not a whole line.
+    static nlohmann::json codeer(const LogRegel& regel);
+    static std::optional<LogRegel> decodeer(const nlohmann::json& j);
 
   private:
     SleutelWaardeOpslag& opslag_;
+    std::size_t bewaar_;
     std::string sleutel_;
+    mutable std::optional<std::vector<LogRegel>> kopie_;
 };
 
 }  // namespace tolmo

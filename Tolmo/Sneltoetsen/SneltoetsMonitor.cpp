@@ -112,7 +112,11 @@ void SneltoetsMonitor::zetMechanisme(Mechanisme nieuw) {
     }
     herkenner_.reset();
     houdtoetsOmlaag_ = false;
+    const bool anders = mechanisme_ != nieuw;
     mechanisme_ = nieuw;
+    if (anders && opMechanisme) {
+        opMechanisme();
+    }
     if (nieuw == Mechanisme::geen) {
         log("Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid");
     } else {
@@ -247,7 +251,11 @@ void SneltoetsMonitor::stop() {
     tap_.reset();
     globaleMonitor_.reset();
     lokaleMonitor_.reset();
+    const bool anders = mechanisme_ != Mechanisme::geen;
     mechanisme_ = Mechanisme::geen;
+    if (anders && opMechanisme) {
+        opMechanisme();
+    }
     herkenner_.reset();
     vangnet_.annuleer();
 }

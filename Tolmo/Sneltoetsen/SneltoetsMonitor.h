@@ -44,6 +44,8 @@ class SneltoetsMonitor {
     std::function<void(Actie)> opHoudActie;
     std::function<void()> opWissel;
     std::function<void(const std::string&)> opLog;
+    // The mechanism changed (permissions, a tap that delivers nothing, stop).
+    std::function<void()> opMechanisme;
 
     // (Re)establishes observation for the permissions granted now; at launch and whenever they
     // change.

