@@ -305,6 +305,21 @@ TEST_F(SneltoetsMonitorTest, SafetyNetEndsAHoldWhoseReleaseWasMissed) {
     EXPECT_EQ(lus.actieveTimers(), 1);
 }
 
+// A missed release must end the hold on the second poll after it, the polls a quarter second
+// apart and counted from the press: not earlier (a poll too soon or too often), not later.
+TEST_F(SneltoetsMonitorTest, SafetyNetPollsAQuarterSecondApartFromThePress) {
+    monitor->start(true, false);
+    lus.verstrijk(0.125);
+    bron.toets(mod(rechterOptionCode, rOpt));
+    lus.draai();
+    nieuweActies();
+    bron.sessie = V{};
+    lus.verstrijk(0.49609375);
+    EXPECT_TRUE(nieuweActies().empty());
+    lus.verstrijk(0.00390625);
+    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
+}
+
 TEST_F(SneltoetsMonitorTest, ChangingTheHoldKeyDuringAHoldCancelsIt) {
     monitor->start(true, false);
     bron.toets(mod(rechterOptionCode, rOpt));
