@@ -502,14 +502,14 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
 
     // The chain runs on a worker so that this thread can draw progress and turn Ctrl-C into a
     // stop request, which aborts a transfer at once.
-    std::stop_source stop;
+    StopBron stop;
     std::optional<KetenResultaat> resultaat;
     std::exception_ptr fout;
     std::atomic<bool> klaar{false};
     {
-        std::jthread werker([&] {
+        Draad werker([&] {
             try {
-                resultaat = keten->verwerk(*opname, stijl, stop.get_token());
+                resultaat = keten->verwerk(*opname, stijl, stop.token());
             } catch (...) {
                 fout = std::current_exception();
             }
@@ -520,7 +520,7 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
         const auto begin = Klok::now();
         while (!klaar) {
             if (onderbreking.wacht(100ms)) {
-                stop.request_stop();
+                stop.vraagStop();
             }
             // Short dictations finish before anything would be worth showing.
             if (!klaar && Klok::now() - begin > 400ms) {

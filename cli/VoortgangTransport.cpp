@@ -4,7 +4,7 @@
 
 namespace tolmo::cli {
 
-HTTPAntwoord VoortgangTransport::verstuur(HTTPVerzoek verzoek, std::stop_token stop) {
+HTTPAntwoord VoortgangTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
     verstuurd_ = 0;
     totaal_ = static_cast<std::int64_t>(verzoek.body.size());
     opschonen_ = verzoek.url.find(Eindpunten::chatPad) != std::string::npos;

@@ -23,7 +23,7 @@ class VoortgangTransport final : public HTTPTransport {
     explicit VoortgangTransport(std::shared_ptr<HTTPTransport> binnen)
         : binnen_(std::move(binnen)) {}
 
-    HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) override;
+    HTTPAntwoord verstuur(HTTPVerzoek verzoek, StopToken stop) override;
 
     [[nodiscard]] Stand stand() const;
 

@@ -15,7 +15,12 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
   find_package(X11 REQUIRED)
 endif()
-if(TOLMO_TESTS)
+if(TOLMO_TESTS AND TOLMO_GTEST_UIT_BRON)
+  # Debian's GoogleTest libraries are built against libstdc++; with another standard library the
+  # tests need GoogleTest built from its source, which Debian ships in /usr/src/googletest.
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+elseif(TOLMO_TESTS)
   find_package(GTest REQUIRED)
 endif()
 if(TOLMO_BENCH)

@@ -6,11 +6,11 @@ set -euo pipefail
 pakketten=(
   # build
   build-essential cmake ninja-build pkg-config git
-  clang clang-format clang-tidy libclang-rt-14-dev llvm
+  clang clang-format clang-tidy libclang-rt-14-dev llvm clang-16 libc++-16-dev libc++abi-16-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev valgrind
   # libraries
-  libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost-dev libssl-dev
+  libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libpng-dev
   # real parts the tests run against

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Every test: formatting, the CI build (warnings are errors) with all tests, the same tests
-# under AddressSanitizer and UndefinedBehaviorSanitizer, and a short run of every fuzzer.
+# under AddressSanitizer and UndefinedBehaviorSanitizer, a build with clang-16 and libc++ (the
+# Mac's kind of standard library) with the tests that need no daemon, and a short run of every
+# fuzzer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/installeer.sh
@@ -17,6 +19,11 @@ echo "== asan: bouwen en testen"
 cmake --preset asan >/dev/null
 cmake --build --preset asan
 ctest --preset asan -j2
+
+echo "== libcxx: clang-16 met libc++ (de standaardbibliotheek van de Mac)"
+cmake --preset libcxx >/dev/null
+cmake --build --preset libcxx
+ctest --preset libcxx -j2 -LE 'pulse|x11'
 
 if compgen -G "fuzz/*.cpp" >/dev/null; then
   echo "== fuzzers"

@@ -125,7 +125,7 @@ DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
 DictaatRegelaar::~DictaatRegelaar() {
     anker_.reset();
     if (dictaat_) {
-        dictaat_->stop.request_stop();
+        dictaat_->stop.vraagStop();
     }
     if (opnemer_) {
         opnemer_->annuleer();
@@ -565,7 +565,7 @@ void DictaatRegelaar::stop() {
     }
     p_.werker.start(
         [keten, opname, stijl = dictaat_->stijl, &lus = p_.lus,
-         w = std::weak_ptr<DictaatRegelaar*>(anker_), n = dictaat_->nummer](std::stop_token stop) {
+         w = std::weak_ptr<DictaatRegelaar*>(anker_), n = dictaat_->nummer](StopToken stop) {
             KetenUitkomst u;
             try {
                 u.resultaat = keten->verwerk(opname, stijl, stop);
@@ -586,7 +586,7 @@ void DictaatRegelaar::stop() {
                 }
             });
         },
-        dictaat_->stop.get_token());
+        dictaat_->stop.token());
 }
 
 void DictaatRegelaar::annuleer() {
@@ -595,7 +595,7 @@ void DictaatRegelaar::annuleer() {
     } else if (toestand_ == Toestand::verwerken && !plakt_ && dictaat_) {
         // The chain stops at its next checkpoint or aborts its transfer; whatever it still
         // delivers is dropped, and nothing of it is shown.
-        dictaat_->stop.request_stop();
+        dictaat_->stop.vraagStop();
         log("Verwerking geannuleerd");
         sluitAf();
     }

@@ -7,9 +7,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <vector>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "Tolmo/AudioOpnemer/AudioEngine.h"
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
@@ -213,7 +213,7 @@ class DictaatRegelaar {
         std::optional<Doel> plakDoel;
         Stijl stijl = Stijl::neutraal;
         TolmoInstellingen instellingen;
-        std::stop_source stop;
+        StopBron stop;
     };
 
     // What the chain's task hands back to the main thread.

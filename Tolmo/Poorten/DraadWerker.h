@@ -6,10 +6,11 @@
 #include <thread>
 
 #include "Tolmo/Poorten/Werker.h"
+#include "TolmoKern/Draad/Stop.h"
 
 namespace tolmo {
 
-// One std::jthread per task. Threads that have finished are joined when the next task starts;
+// One thread per task. Threads that have finished are joined when the next task starts;
 // the destructor waits for those still running, so their owners request stop before it runs.
 class DraadWerker final : public Werker {
   public:
@@ -18,14 +19,14 @@ class DraadWerker final : public Werker {
     DraadWerker(const DraadWerker&) = delete;
     DraadWerker& operator=(const DraadWerker&) = delete;
 
-    void start(Taak taak, std::stop_token stop) override;
+    void start(Taak taak, StopToken stop) override;
 
   private:
-    struct Draad {
+    struct Lopend {
         std::shared_ptr<std::atomic<bool>> klaar;
-        std::jthread draad;
+        Draad draad;
     };
-    std::list<Draad> draden_;
+    std::list<Lopend> draden_;
 };
 
 }  // namespace tolmo

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <functional>
-#include <stop_token>
+#include "TolmoKern/Draad/Stop.h"
 
 namespace tolmo {
 
@@ -9,10 +9,10 @@ namespace tolmo {
 // result back through the main loop itself.
 class Werker {
   public:
-    using Taak = std::function<void(std::stop_token)>;
+    using Taak = std::function<void(StopToken)>;
 
     virtual ~Werker() = default;
-    virtual void start(Taak taak, std::stop_token stop) = 0;
+    virtual void start(Taak taak, StopToken stop) = 0;
 };
 
 }  // namespace tolmo

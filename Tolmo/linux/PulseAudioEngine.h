@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "Tolmo/AudioOpnemer/AudioEngine.h"
 

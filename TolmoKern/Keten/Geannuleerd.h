@@ -1,7 +1,7 @@
 #pragma once
 
 #include <exception>
-#include <stop_token>
+#include "TolmoKern/Draad/Stop.h"
 
 namespace tolmo {
 
@@ -12,8 +12,8 @@ class Geannuleerd : public std::exception {
     [[nodiscard]] const char* what() const noexcept override { return "geannuleerd"; }
 
     // A checkpoint: throws when stop has been requested.
-    static void controleer(const std::stop_token& stop) {
-        if (stop.stop_requested()) {
+    static void controleer(const StopToken& stop) {
+        if (stop.stopGevraagd()) {
             throw Geannuleerd{};
         }
     }

@@ -120,7 +120,7 @@ TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const Sleutel
     return keten;
 }
 
-KetenResultaat TolmoKeten::verwerk(const Opname& opname, Stijl stijl, std::stop_token stop) {
+KetenResultaat TolmoKeten::verwerk(const Opname& opname, Stijl stijl, StopToken stop) {
     if (opname.onvolledig) {
         throw HerkenningsFout::van(HerkenningsFout::Soort::opnameMislukt);
     }

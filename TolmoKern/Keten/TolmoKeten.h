@@ -4,9 +4,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <stop_token>
 #include <string>
 #include <vector>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "TolmoKern/Audio/Opname.h"
 #include "TolmoKern/Instellingen/SleutelKluis.h"
@@ -53,7 +53,7 @@ class TolmoKeten {
                            std::shared_ptr<HTTPTransport> transport);
 
     // Throws HerkenningsFout, or Geannuleerd when stop is requested at a checkpoint.
-    KetenResultaat verwerk(const Opname& opname, Stijl stijl, std::stop_token stop);
+    KetenResultaat verwerk(const Opname& opname, Stijl stijl, StopToken stop);
 
     // Words that count toward the short-dictation limit: pieces between white space that hold
     // at least one letter or digit.

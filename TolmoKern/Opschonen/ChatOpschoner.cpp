@@ -409,7 +409,7 @@ ChatOpschoner::Body ChatOpschoner::body(const std::string& tekst,
 
 OpschoonUitkomst ChatOpschoner::schoonOp(const std::string& tekst,
                                          const std::vector<std::string>& woorden, Stijl stijl,
-                                         bool spraakopdrachtenActief, std::stop_token stop) {
+                                         bool spraakopdrachtenActief, StopToken stop) {
     HTTPVerzoek verzoek;
     verzoek.methode = "POST";
     verzoek.url = model_.adres;

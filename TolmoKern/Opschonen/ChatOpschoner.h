@@ -79,8 +79,7 @@ class ChatOpschoner final : public Opschoner {
     [[nodiscard]] Opschoonniveau niveau() const override { return niveau_; }
     [[nodiscard]] std::unique_ptr<Opschoner> opNiveau(Opschoonniveau niveau) const override;
     OpschoonUitkomst schoonOp(const std::string& tekst, const std::vector<std::string>& woorden,
-                              Stijl stijl, bool spraakopdrachtenActief,
-                              std::stop_token stop) override;
+                              Stijl stijl, bool spraakopdrachtenActief, StopToken stop) override;
     [[nodiscard]] std::int64_t telGetallen(const std::string& tekst) const override {
         return telHoeveelheden(tekst);
     }

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <vector>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "TolmoKern/Opschonen/Opschoonniveau.h"
 #include "TolmoKern/Opschonen/Stijl.h"
@@ -31,7 +31,7 @@ class Opschoner {
     [[nodiscard]] virtual std::unique_ptr<Opschoner> opNiveau(Opschoonniveau niveau) const = 0;
     virtual OpschoonUitkomst schoonOp(const std::string& tekst,
                                       const std::vector<std::string>& woorden, Stijl stijl,
-                                      bool spraakopdrachtenActief, std::stop_token stop) = 0;
+                                      bool spraakopdrachtenActief, StopToken stop) = 0;
     // Numbers and quantities in a text; strict cleaning must not lose any.
     [[nodiscard]] virtual std::int64_t telGetallen(const std::string& tekst) const = 0;
 };

@@ -327,8 +327,7 @@ std::unique_ptr<Opschoner> RegelOpschoner::opNiveau(Opschoonniveau gevraagd) con
 // spoken commands are handled before any cleaner runs.
 OpschoonUitkomst RegelOpschoner::schoonOp(const std::string& tekst,
                                           const std::vector<std::string>& woorden, Stijl stijl,
-                                          bool /*spraakopdrachtenActief*/,
-                                          std::stop_token /*stop*/) {
+                                          bool /*spraakopdrachtenActief*/, StopToken /*stop*/) {
     return {maakSchoon(tekst, woorden, stijl), std::nullopt, std::nullopt};
 }
 

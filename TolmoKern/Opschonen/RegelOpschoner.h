@@ -35,8 +35,7 @@ class RegelOpschoner final : public Opschoner {
     [[nodiscard]] Opschoonniveau niveau() const override { return Opschoonniveau::licht; }
     [[nodiscard]] std::unique_ptr<Opschoner> opNiveau(Opschoonniveau niveau) const override;
     OpschoonUitkomst schoonOp(const std::string& tekst, const std::vector<std::string>& woorden,
-                              Stijl stijl, bool spraakopdrachtenActief,
-                              std::stop_token stop) override;
+                              Stijl stijl, bool spraakopdrachtenActief, StopToken stop) override;
     // Tokens that hold a digit ("3", "12:30", "3,5" count once each).
     [[nodiscard]] std::int64_t telGetallen(const std::string& tekst) const override;
 };

@@ -70,7 +70,7 @@ struct Overdracht {
     Klok::time_point laatsteActiviteit = Klok::now();
     curl_off_t verstuurd = 0;
     curl_off_t ontvangen = 0;
-    const std::stop_token* stop = nullptr;
+    const StopToken* stop = nullptr;
     const std::function<void(std::int64_t, std::int64_t)>* meld = nullptr;
 
     static size_t schrijf(char* data, size_t grootte, size_t aantal, void* gebruiker) {
@@ -123,7 +123,7 @@ struct Overdracht {
             o->ontvangen = ontvangenNu;
             o->laatsteActiviteit = Klok::now();
         }
-        return o->stop->stop_requested() ? 1 : 0;
+        return o->stop->stopGevraagd() ? 1 : 0;
     }
 };
 
@@ -218,7 +218,7 @@ std::shared_ptr<CurlTransport> CurlTransport::gedeeld() {
     return transport;
 }
 
-HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, std::stop_token stop) {
+HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
     Geannuleerd::controleer(stop);
     controleerUrl(verzoek.url);
 
@@ -276,7 +276,7 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, std::stop_token stop) 
 
     CURLM* m = multi.get();
     const Toegevoegd toegevoegd(m, e);
-    const std::stop_callback wekker(stop, [m] { curl_multi_wakeup(m); });
+    const StopTerugroep wekker(stop, [m] { curl_multi_wakeup(m); });
     o.laatsteActiviteit = Klok::now();
     int lopend = 1;
     for (;;) {

@@ -19,7 +19,7 @@ class CurlTransport final : public HTTPTransport {
     // One transport for callers that were given none.
     static std::shared_ptr<CurlTransport> gedeeld();
 
-    HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) override;
+    HTTPAntwoord verstuur(HTTPVerzoek verzoek, StopToken stop) override;
 };
 
 }  // namespace tolmo

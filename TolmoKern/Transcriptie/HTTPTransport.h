@@ -3,11 +3,11 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+#include "TolmoKern/Draad/Stop.h"
 
 namespace tolmo {
 
@@ -42,7 +42,7 @@ struct HTTPAntwoord {
 class HTTPTransport {
   public:
     virtual ~HTTPTransport() = default;
-    virtual HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) = 0;
+    virtual HTTPAntwoord verstuur(HTTPVerzoek verzoek, StopToken stop) = 0;
 };
 
 // The value of the first header with this name (names compare without regard to case).

@@ -18,7 +18,7 @@ NetwerkTranscriptie::NetwerkTranscriptie(Aanbieder aanbieder, std::string sleute
 
 std::string NetwerkTranscriptie::transcribeer(const Opname& opname,
                                               const std::vector<std::string>& woorden,
-                                              std::stop_token stop) {
+                                              StopToken stop) {
     const Motor motor = alsMotor(aanbieder_);
     const auto geenAudio = [] { return HerkenningsFout::van(HerkenningsFout::Soort::geenAudio); };
     if (opname.meting.duur() < minimaleDuur || opname.bestand.empty()) {

@@ -28,7 +28,7 @@ class NetwerkTranscriptie : public TranscriptieMotor {
     // Throws HerkenningsFout (geenAudio before anything is sent; timeout, api,
     // ongeldigAntwoord, geenNetwerk, or what the relay transport reports), or Geannuleerd.
     std::string transcribeer(const Opname& opname, const std::vector<std::string>& woorden,
-                             std::stop_token stop) final;
+                             StopToken stop) final;
 
   protected:
     NetwerkTranscriptie(Aanbieder aanbieder, std::string sleutel,

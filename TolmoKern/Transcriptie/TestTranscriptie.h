@@ -15,7 +15,7 @@ class TestTranscriptie final : public TranscriptieMotor {
         "de opname.";
 
     std::string transcribeer(const Opname& opname, const std::vector<std::string>& woorden,
-                             std::stop_token stop) override;
+                             StopToken stop) override;
 };
 
 }  // namespace tolmo

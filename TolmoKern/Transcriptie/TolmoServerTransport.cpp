@@ -70,7 +70,7 @@ TolmoServerTransport::TolmoServerTransport(std::shared_ptr<HTTPTransport> binnen
                                            Aanbieder aanbieder)
     : binnen_(std::move(binnen)), aanbieder_(aanbieder) {}
 
-HTTPAntwoord TolmoServerTransport::verstuur(HTTPVerzoek verzoek, std::stop_token stop) {
+HTTPAntwoord TolmoServerTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
     std::erase_if(verzoek.headers,
                   [](const auto& header) { return zelfdeNaam(header.first, aanbiederHeader); });
     verzoek.headers.emplace_back(std::string(aanbiederHeader),

@@ -29,7 +29,7 @@ class TolmoServerTransport final : public HTTPTransport {
 
     [[nodiscard]] Aanbieder aanbieder() const { return aanbieder_; }
 
-    HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) override;
+    HTTPAntwoord verstuur(HTTPVerzoek verzoek, StopToken stop) override;
 
   private:
     std::shared_ptr<HTTPTransport> binnen_;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <stop_token>
 #include <string>
 #include <vector>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "TolmoKern/Audio/Opname.h"
 
@@ -14,7 +14,7 @@ class TranscriptieMotor {
   public:
     virtual ~TranscriptieMotor() = default;
     virtual std::string transcribeer(const Opname& opname, const std::vector<std::string>& woorden,
-                                     std::stop_token stop) = 0;
+                                     StopToken stop) = 0;
 };
 
 }  // namespace tolmo

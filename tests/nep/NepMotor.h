@@ -27,7 +27,7 @@ class NepMotor final : public TranscriptieMotor {
     std::function<void()> tijdensAanroep;
 
     std::string transcribeer(const Opname&, const std::vector<std::string>& woorden,
-                             std::stop_token) override {
+                             StopToken) override {
         ++log_->aanroepen;
         log_->woorden = woorden;
         if (tijdensAanroep) {

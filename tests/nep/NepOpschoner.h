@@ -50,7 +50,7 @@ class NepOpschoner final : public Opschoner {
     }
 
     OpschoonUitkomst schoonOp(const std::string& tekst, const std::vector<std::string>& woorden,
-                              Stijl stijl, bool actief, std::stop_token) override {
+                              Stijl stijl, bool actief, StopToken) override {
         script_->aanroepen.push_back({niveau_, tekst, woorden, stijl, actief});
         if (script_->tijdensAanroep) {
             script_->tijdensAanroep();

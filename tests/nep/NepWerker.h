@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <deque>
-#include <stop_token>
 #include <utility>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "Tolmo/Poorten/Werker.h"
 
@@ -15,12 +15,12 @@ class NepWerker final : public Werker {
   public:
     struct Klus {
         Taak taak;
-        std::stop_token stop;
+        StopToken stop;
     };
     std::deque<Klus> wachtend;
     int gestart = 0;
 
-    void start(Taak taak, std::stop_token stop) override {
+    void start(Taak taak, StopToken stop) override {
         ++gestart;
         wachtend.push_back({std::move(taak), std::move(stop)});
     }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numeric>
 #include <regex>
+#include <thread>
 
 #include "TolmoKern/Audio/OpnameFout.h"
 #include "nep/NepAudio.h"

@@ -26,4 +26,8 @@ std::array<float, 4> shaderPixel(const U& u, float x, float y) {
     return {s.x, s.y, s.z, s.w};
 }
 
+bool shaderLiteralenZijnFloat() {
+    return sizeof(0.001) == sizeof(float);
+}
+
 }  // namespace tolmo

@@ -4,8 +4,8 @@
 
 #include <atomic>
 #include <memory>
-#include <stop_token>
 #include <thread>
+#include "TolmoKern/Draad/Stop.h"
 
 namespace tolmo {
 namespace {
@@ -16,21 +16,21 @@ TEST(DraadWerker, RunsOffTheCallingThreadAndJoinsOnDestruction) {
     const auto hoofd = std::this_thread::get_id();
     std::atomic<bool> andereDraad{false};
     std::atomic<int> gestopt{0};
-    std::stop_source bron;
+    StopBron bron;
     {
         DraadWerker werker;
         for (int i = 0; i < 3; ++i) {
             werker.start(
-                [&](std::stop_token stop) {
+                [&](StopToken stop) {
                     andereDraad = std::this_thread::get_id() != hoofd;
-                    while (!stop.stop_requested()) {
+                    while (!stop.stopGevraagd()) {
                         std::this_thread::yield();
                     }
                     ++gestopt;
                 },
-                bron.get_token());
+                bron.token());
         }
-        bron.request_stop();
+        bron.vraagStop();
     }
     EXPECT_TRUE(andereDraad);
     EXPECT_EQ(gestopt, 3);

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <stop_token>
+#include "TolmoKern/Draad/Stop.h"
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
@@ -262,31 +262,27 @@ TEST(TolmoKeten, RecognitionErrorsAndWhatReachesTheEngine) {
 TEST(TolmoKeten, CancellationAtEachCheckpointIsNeverARecognitionError) {
     struct Geval {
         const char* naam;
-        std::function<void(Opstelling&, std::stop_source&)> richtIn;
+        std::function<void(Opstelling&, StopBron&)> richtIn;
         int motorAanroepen;
         std::size_t opschoonAanroepen;
     };
     const Geval gevallen[] = {
-        {"voor de motor", [](Opstelling&, std::stop_source& s) { s.request_stop(); }, 0, 0},
+        {"voor de motor", [](Opstelling&, StopBron& s) { s.vraagStop(); }, 0, 0},
         {"tijdens de motor, voor het opschonen",
-         [](Opstelling& o, std::stop_source& s) {
-             o.motor().tijdensAanroep = [&s] { s.request_stop(); };
-         },
-         1, 0},
+         [](Opstelling& o, StopBron& s) { o.motor().tijdensAanroep = [&s] { s.vraagStop(); }; }, 1,
+         0},
         {"fout van de opschoner na annuleren",
-         [](Opstelling& o, std::stop_source& s) {
-             o.script->tijdensAanroep = [&s] { s.request_stop(); };
+         [](Opstelling& o, StopBron& s) {
+             o.script->tijdensAanroep = [&s] { s.vraagStop(); };
              o.script->strak.push_back(HerkenningsFout::van(Soort::geenNetwerk));
          },
          1, 1},
         {"opschoner gooit Geannuleerd",
-         [](Opstelling& o, std::stop_source&) {
-             o.script->tijdensAanroep = [] { throw Geannuleerd{}; };
-         },
+         [](Opstelling& o, StopBron&) { o.script->tijdensAanroep = [] { throw Geannuleerd{}; }; },
          1, 1},
         {"voor de tweede (lichte) aanroep",
-         [](Opstelling& o, std::stop_source& s) {
-             o.script->tijdensAanroep = [&s] { s.request_stop(); };
+         [](Opstelling& o, StopBron& s) {
+             o.script->tijdensAanroep = [&s] { s.vraagStop(); };
              o.script->strak.push_back(
                  schoon("Zonder getallen, een twee drie vier vijf zes zeven."));
          },
@@ -295,9 +291,9 @@ TEST(TolmoKeten, CancellationAtEachCheckpointIsNeverARecognitionError) {
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
         Opstelling o(achtWoorden + " 42");
-        std::stop_source bron;
+        StopBron bron;
         g.richtIn(o, bron);
-        EXPECT_THROW(o.keten.verwerk(opname(), Stijl::neutraal, bron.get_token()), Geannuleerd);
+        EXPECT_THROW(o.keten.verwerk(opname(), Stijl::neutraal, bron.token()), Geannuleerd);
         EXPECT_EQ(o.motor().log()->aanroepen, g.motorAanroepen);
         EXPECT_EQ(o.script->aanroepen.size(), g.opschoonAanroepen);
     }
@@ -379,7 +375,7 @@ TEST(TolmoKeten, FactoryChoosesEngineAndCleanerFromTheSettings) {
 class TelTransport final : public HTTPTransport {
   public:
     int aantal = 0;
-    HTTPAntwoord verstuur(HTTPVerzoek verzoek, std::stop_token stop) override {
+    HTTPAntwoord verstuur(HTTPVerzoek verzoek, StopToken stop) override {
         ++aantal;
         return CurlTransport().verstuur(std::move(verzoek), stop);
     }

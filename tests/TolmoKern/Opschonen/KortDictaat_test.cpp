@@ -30,7 +30,7 @@ TEST(KortDictaat, BasisOpschoningInDeKeten) {
         keten.transcriptie = std::make_unique<nep::NepMotor>(g.ruw);
         keten.opschoner = std::make_unique<RegelOpschoner>();
         keten.kortDictaatStap = &RegelOpschoner::basisOpschoning;
-        const KetenResultaat r = keten.verwerk(Opname{}, g.stijl, std::stop_token{});
+        const KetenResultaat r = keten.verwerk(Opname{}, g.stijl, StopToken{});
         EXPECT_EQ(r.tekst, g.tekst);
         EXPECT_EQ(r.ruw, g.ruw);
         EXPECT_EQ(r.tijden.opschonenOvergeslagen.has_value(), g.kort);

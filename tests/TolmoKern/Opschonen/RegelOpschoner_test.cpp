@@ -227,10 +227,10 @@ TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {
 
 TEST(RegelOpschoner, AlsOpschoner) {
     RegelOpschoner opschoner;
-    std::stop_source stop;
-    stop.request_stop();  // rules finish instantly; a late stop does not turn them into a failure
+    StopBron stop;
+    stop.vraagStop();  // rules finish instantly; a late stop does not turn them into a failure
     const OpschoonUitkomst uit =
-        opschoner.schoonOp("eh dat dat klopt", {}, Stijl::zakelijk, true, stop.get_token());
+        opschoner.schoonOp("eh dat dat klopt", {}, Stijl::zakelijk, true, stop.token());
     EXPECT_EQ(uit.tekst, "Dat klopt.");
     EXPECT_FALSE(uit.verwerking.has_value());
     EXPECT_FALSE(uit.dienstTijd.has_value());

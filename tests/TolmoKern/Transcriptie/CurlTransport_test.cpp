@@ -121,11 +121,11 @@ TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
     staatStil.pauzeVoorBody = 20s;
     server.zetAntwoord(staatStil);
 
-    std::stop_source stop;
+    StopBron stop;
     auto klaar = std::async(std::launch::async, [&] {
         try {
             (void)CurlTransport().verstuur(post(server.url(), std::string(32 << 20, 'a')),
-                                           stop.get_token());
+                                           stop.token());
             return std::string("geen fout");
         } catch (const Geannuleerd&) {
             return std::string("geannuleerd");
@@ -136,16 +136,16 @@ TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
     ASSERT_TRUE(server.wachtOpBegonnen(1, 5s));
     std::this_thread::sleep_for(200ms);
     ASSERT_EQ(klaar.wait_for(0s), std::future_status::timeout) << "the upload should hang";
-    stop.request_stop();
+    stop.vraagStop();
     // Far below the stall and the 30-second time-out: the transfer was aborted, not waited out.
     ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
     EXPECT_EQ(klaar.get(), "geannuleerd");
 
     // A stop requested before the call sends nothing.
     const auto voor = server.aantalVerbindingen();
-    std::stop_source al;
-    al.request_stop();
-    EXPECT_THROW((void)CurlTransport().verstuur(post(server.url()), al.get_token()), Geannuleerd);
+    StopBron al;
+    al.vraagStop();
+    EXPECT_THROW((void)CurlTransport().verstuur(post(server.url()), al.token()), Geannuleerd);
     EXPECT_EQ(server.aantalVerbindingen(), voor);
 }
 

@@ -331,11 +331,11 @@ TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
     o.server.zetAntwoord(staatStil);
 
     for (Route route : {Route::direct, Route::relay}) {
-        std::stop_source stop;
+        StopBron stop;
         auto klaar = std::async(std::launch::async, [&] {
             try {
                 (void)motor(Aanbieder::mistral, route, o.server.url())
-                    ->transcribeer(groot, {}, stop.get_token());
+                    ->transcribeer(groot, {}, stop.token());
                 return std::string("geen fout");
             } catch (const Geannuleerd&) {
                 return std::string("geannuleerd");
@@ -345,7 +345,7 @@ TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
         });
         ASSERT_TRUE(o.server.wachtOpBegonnen(route == Route::direct ? 1 : 2, 5s));
         std::this_thread::sleep_for(100ms);
-        stop.request_stop();
+        stop.vraagStop();
         ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
         EXPECT_EQ(klaar.get(), "geannuleerd");
     }
