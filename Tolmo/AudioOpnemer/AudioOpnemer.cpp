@@ -286,15 +286,19 @@ void AudioOpnemer::verwerkBuffer(const AudioBlok& blok) noexcept {
         if (schrijfFout_) {
             return;
         }
+        std::unique_ptr<Omzetter> nieuw;
         try {
-            omzetter_ = omzetters_.maak(blok.formaat, doelFormaat);
+            nieuw = omzetters_.maak(blok.formaat, doelFormaat);
         } catch (...) {
-            omzetter_.reset();
+            nieuw.reset();
         }
-        if (!omzetter_) {
+        if (!nieuw) {
+            // The old converter stays: the recording is still in progress, and a restart that
+            // follows the device change still finds it and decides what to do with it.
             schrijfFout_ = OpnameFout::foutcode(OpnameFout::Soort::omzetten);
             return;
         }
+        omzetter_ = std::move(nieuw);
     }
 
     const auto uit = uitvoerVoor(blok.formaat.sampleRate, blok.frames);
@@ -329,8 +333,9 @@ Opname AudioOpnemer::rondAf() {
         laatsteSchrijfFout_ = schrijfFout_;
         bestand = maakLos().first;
     }
-    if (bestand) {
-        bestand->sluit();
+    if (bestand && !bestand->sluit() && !opname.onvolledig) {
+        opname.onvolledig = true;
+        laatsteSchrijfFout_ = std::make_error_code(std::errc::io_error);
     }
     return opname;
 }

@@ -26,8 +26,9 @@ class AudioSchrijver {
 
     // Runs on the audio thread: never throws; a failure is reported in fout.
     virtual void schrijf(std::span<const float> samples, std::error_code& fout) noexcept = 0;
-    // Finishes the file (headers, trailers); afterwards it is complete on disk.
-    virtual void sluit() noexcept = 0;
+    // Finishes the file (headers, trailers); afterwards it is complete on disk. False when it
+    // could not be finished: a file whose header still says it is empty is not a recording.
+    virtual bool sluit() noexcept = 0;
 };
 
 }  // namespace tolmo

@@ -60,11 +60,14 @@ void WavSchrijver::schrijf(std::span<const float> samples, std::error_code& fout
     }
 }
 
-void WavSchrijver::sluit() noexcept {
-    if (bestand_ != nullptr) {
-        sf_close(bestand_);
-        bestand_ = nullptr;
+bool WavSchrijver::sluit() noexcept {
+    if (bestand_ == nullptr) {
+        return true;
     }
+    // libsndfile writes the final sizes into the header here.
+    const bool goed = sf_close(bestand_) == 0;
+    bestand_ = nullptr;
+    return goed;
 }
 
 }  // namespace tolmo

@@ -25,7 +25,7 @@ class WavSchrijver final : public AudioSchrijver {
     WavSchrijver& operator=(const WavSchrijver&) = delete;
 
     void schrijf(std::span<const float> samples, std::error_code& fout) noexcept override;
-    void sluit() noexcept override;
+    bool sluit() noexcept override;
 
     // The error category of libsndfile's error numbers.
     static const std::error_category& categorie() noexcept;

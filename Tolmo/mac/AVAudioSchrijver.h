@@ -22,7 +22,7 @@ class AVAudioSchrijver final : public AudioSchrijver {
     AVAudioSchrijver& operator=(const AVAudioSchrijver&) = delete;
 
     void schrijf(std::span<const float> samples, std::error_code& fout) noexcept override;
-    void sluit() noexcept override;
+    bool sluit() noexcept override;
 
     struct Staat;
 

@@ -85,9 +85,9 @@ void AVAudioSchrijver::schrijf(std::span<const float> samples, std::error_code& 
     }
 }
 
-void AVAudioSchrijver::sluit() noexcept {
+bool AVAudioSchrijver::sluit() noexcept {
     if (s_->bestand == nil) {
-        return;
+        return true;
     }
     // Before macOS 15 the file is finished when the last reference goes.
     if (@available(macOS 15.0, *)) {
@@ -95,6 +95,8 @@ void AVAudioSchrijver::sluit() noexcept {
     }
     s_->bestand = nil;
     s_->buffer = nil;
+    // AVAudioFile reports no error on closing; what failed was reported by the writes.
+    return true;
 }
 
 }  // namespace tolmo

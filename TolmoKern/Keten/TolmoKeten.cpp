@@ -165,7 +165,9 @@ KetenResultaat TolmoKeten::verwerk(const Opname& opname, Stijl stijl, StopToken 
             r.tijden.opschonen = secondenSinds(beginOpschonen);
             r.opschoonProbleem = fout.melding();
             return std::nullopt;
-        } catch (const std::exception&) {
+        } catch (...) {
+            // Whatever else a cleaner throws, even what no standard type describes, costs the
+            // cleanup and never the dictation.
             Geannuleerd::controleer(stop);
             r.tijden.opschonen = secondenSinds(beginOpschonen);
             r.opschoonProbleem = onbekendeFout;

@@ -92,6 +92,7 @@ class NepSchrijver final : public AudioSchrijver {
         std::vector<float> samples;
         int schrijfacties = 0;
         bool gesloten = false;
+        bool sluitenFaalt = false;
     };
     NepSchrijver(std::shared_ptr<Stand> stand, int faaltVanaf)
         : stand_(std::move(stand)), faaltVanaf_(faaltVanaf) {}
@@ -103,7 +104,10 @@ class NepSchrijver final : public AudioSchrijver {
         }
         stand_->samples.insert(stand_->samples.end(), s.begin(), s.end());
     }
-    void sluit() noexcept override { stand_->gesloten = true; }
+    bool sluit() noexcept override {
+        stand_->gesloten = true;
+        return !stand_->sluitenFaalt;
+    }
 
   private:
     std::shared_ptr<Stand> stand_;
@@ -115,6 +119,8 @@ class NepSchrijverMaker final : public AudioSchrijver::Maker {
     int faaltVanaf = 0;  // 0: never
     // The file cannot be created, as on a full or read-only disk.
     bool openFaalt = false;
+    // Finishing the file fails, as when its header cannot be rewritten.
+    bool sluitenFaalt = false;
     std::vector<std::filesystem::path> paden;
     std::vector<std::shared_ptr<NepSchrijver::Stand>> standen;
     std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad, AudioFormaat) override {
@@ -125,6 +131,7 @@ class NepSchrijverMaker final : public AudioSchrijver::Maker {
         std::ofstream(pad).put('x');
         paden.push_back(pad);
         standen.push_back(std::make_shared<NepSchrijver::Stand>());
+        standen.back()->sluitenFaalt = sluitenFaalt;
         return std::make_unique<NepSchrijver>(standen.back(), faaltVanaf);
     }
 };

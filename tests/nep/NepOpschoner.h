@@ -19,7 +19,9 @@ namespace tolmo::nep {
 class NepOpschoner final : public Opschoner {
   public:
     struct AndereFout {};
-    using Antwoord = std::variant<OpschoonUitkomst, HerkenningsFout, AndereFout>;
+    // Something that is not even a std::exception.
+    struct VreemdeFout {};
+    using Antwoord = std::variant<OpschoonUitkomst, HerkenningsFout, AndereFout, VreemdeFout>;
 
     struct Aanroep {
         Opschoonniveau niveau;
@@ -66,6 +68,9 @@ class NepOpschoner final : public Opschoner {
         }
         if (std::holds_alternative<AndereFout>(a)) {
             throw std::runtime_error("iets anders ging mis");
+        }
+        if (std::holds_alternative<VreemdeFout>(a)) {
+            throw 42;
         }
         return std::get<OpschoonUitkomst>(std::move(a));
     }

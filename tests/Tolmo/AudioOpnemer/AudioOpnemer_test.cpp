@@ -287,6 +287,11 @@ TEST(AudioOpnemer, WriteErrorMarksTheRecordingIncomplete) {
     o.opnemer.start(AudioFormaat::wav);
     o.engine.lever(constant(stereo48, 0.1F).blok());
     EXPECT_FALSE(o.opnemer.rondAf().onvolledig);
+    // A file that cannot be finished (its header not rewritten) is not a whole recording.
+    o.schrijvers.sluitenFaalt = true;
+    o.opnemer.start(AudioFormaat::wav);
+    o.engine.lever(constant(stereo48, 0.1F).blok());
+    EXPECT_TRUE(o.opnemer.rondAf().onvolledig);
 }
 
 TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
@@ -297,6 +302,10 @@ TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
     o.omzetters.weigert = true;
     o.engine.lever(constant(mono16, 0.1F).blok());
     o.engine.lever(constant(mono16, 0.1F).blok());
+    // The recording is still in progress, so the restart that follows the device change
+    // decides about it instead of finding nothing.
+    o.engine.speelAf({{mono16, mono16}});
+    EXPECT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::afrondenMetDeelopname);
     const Opname opname = o.opnemer.rondAf();
     EXPECT_TRUE(opname.onvolledig);
     EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), OpnameFout::omzetten().foutcode());

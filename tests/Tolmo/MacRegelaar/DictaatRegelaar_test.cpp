@@ -267,8 +267,8 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
          Daarna::doorgaan,
          geen,
          "Opname 2,6 s, 2 kB"},
-        // A buffer in a format the converter cannot take already ended the file's part of the
-        // recording; the microphone is restarted and stop reports the broken file.
+        // A buffer in a format the converter cannot take ends what the file receives, but the
+        // recording is still in progress for the restart; stop reports the broken file.
         {"opname al afgebroken",
          5.0,
          [](Opstelling& o) {
@@ -276,7 +276,7 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
              const nep::NepBuffer b(mono16, 512, 0.1);
              o.engine.lever(b.blok());
          },
-         {"Audio-instellingen veranderd, microfoon opnieuw gestart"},
+         {"Audio-instellingen veranderd, opname loopt door"},
          Daarna::doorgaan,
          geen,
          "Schrijven audio mislukt, dictaat gaat niet door: Audio omzetten naar 16 kHz mislukt."},

@@ -100,6 +100,7 @@ TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
         {"fout van de dienst", HerkenningsFout::timeout(Motor::mistral),
          "Mistral reageert niet. Probeer het opnieuw.", tekst},
         {"andere fout", NepOpschoner::AndereFout{}, "onbekende fout", tekst},
+        {"geen standaardfout", NepOpschoner::VreemdeFout{}, "onbekende fout", tekst},
         {"leeg antwoord", schoon(""), "opgeschoonde tekst leek niet op het dictaat", tekst},
         {"160 tekens: precies goed", schoon(std::string(160, 'b')), std::nullopt,
          std::string(160, 'b')},
