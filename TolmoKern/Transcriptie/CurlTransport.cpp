@@ -6,8 +6,11 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Transcriptie/TransportFout.h"
@@ -21,8 +24,10 @@ using Klok = std::chrono::steady_clock;
 // stop request does not wait for it: it wakes the wait at once.
 constexpr std::chrono::milliseconds maxWacht{100};
 
-// The process-wide share handle with one mutex per kind of shared data. It lives until the
-// process ends: easy handles of detached work may still point at it during shutdown.
+// The process-wide share handle with one mutex per kind of shared data: DNS answers and TLS
+// sessions, which libcurl guards with these locks. Not connections: those are only safe with
+// one transfer at a time. It lives until the process ends: easy handles of detached work may
+// still point at it during shutdown.
 class Deelruimte {
   public:
     Deelruimte() {
@@ -31,7 +36,6 @@ class Deelruimte {
         curl_share_setopt(handle_, CURLSHOPT_LOCKFUNC, &Deelruimte::slot);
         curl_share_setopt(handle_, CURLSHOPT_UNLOCKFUNC, &Deelruimte::ontsluit);
         curl_share_setopt(handle_, CURLSHOPT_USERDATA, this);
-        curl_share_setopt(handle_, CURLSHOPT_SHARE, CURL_LOCK_DATA_CONNECT);
         curl_share_setopt(handle_, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
         curl_share_setopt(handle_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     }
@@ -63,6 +67,60 @@ class Deelruimte {
     std::array<std::mutex, CURL_LOCK_DATA_LAST + 1> sloten_;
 };
 
+// A multi handle keeps the connections of its transfers in its own cache; with an easy handle
+// that is reset for each request, the pair is one warm connection set.
+struct Verbinding {
+    Verbinding() : multi(curl_multi_init()), easy(curl_easy_init()) {}
+    ~Verbinding() {
+        if (easy != nullptr) {
+            curl_easy_cleanup(easy);
+        }
+        if (multi != nullptr) {
+            curl_multi_cleanup(multi);
+        }
+    }
+    Verbinding(const Verbinding&) = delete;
+    Verbinding& operator=(const Verbinding&) = delete;
+    CURLM* multi;
+    CURL* easy;
+};
+
+// The sets not in use. A request takes one for itself and hands it back when the transfer is
+// over, however it ended, so no two transfers ever touch one connection cache. Like the share
+// handle it lives as long as the process.
+class VrijeVerbindingen {
+  public:
+    static VrijeVerbindingen& proces() {
+        static auto* const vrij = new VrijeVerbindingen();
+        return *vrij;
+    }
+    std::unique_ptr<Verbinding> neem() {
+        {
+            const std::lock_guard lock(slot_);
+            if (!vrij_.empty()) {
+                auto v = std::move(vrij_.back());
+                vrij_.pop_back();
+                return v;
+            }
+        }
+        auto v = std::make_unique<Verbinding>();
+        if (v->multi == nullptr || v->easy == nullptr) {
+            throw TransportFout(UrlFout::overig, "libcurl kon geen verzoek aanmaken");
+        }
+        return v;
+    }
+    void geefTerug(std::unique_ptr<Verbinding> v) {
+        const std::lock_guard lock(slot_);
+        if (vrij_.size() < CurlTransport::warmeVerbindingen) {
+            vrij_.push_back(std::move(v));
+        }
+    }
+
+  private:
+    std::mutex slot_;
+    std::vector<std::unique_ptr<Verbinding>> vrij_;
+};
+
 // What one transfer collects, shared with libcurl's callbacks.
 struct Overdracht {
     HTTPHeaders headers;
@@ -72,9 +130,15 @@ struct Overdracht {
     curl_off_t ontvangen = 0;
     const StopToken* stop = nullptr;
     const std::function<void(std::int64_t, std::int64_t)>* meld = nullptr;
+    std::size_t maximum = 0;
+    bool teGroot = false;
 
     static size_t schrijf(char* data, size_t grootte, size_t aantal, void* gebruiker) {
         auto* o = static_cast<Overdracht*>(gebruiker);
+        if (o->body.size() + grootte * aantal > o->maximum) {
+            o->teGroot = true;
+            return 0;  // libcurl ends the transfer with a write error
+        }
         o->body.append(data, grootte * aantal);
         o->laatsteActiviteit = Klok::now();
         return grootte * aantal;
@@ -127,12 +191,6 @@ struct Overdracht {
     }
 };
 
-struct EasyWeg {
-    void operator()(CURL* e) const { curl_easy_cleanup(e); }
-};
-struct MultiWeg {
-    void operator()(CURLM* m) const { curl_multi_cleanup(m); }
-};
 struct LijstWeg {
     void operator()(curl_slist* l) const { curl_slist_free_all(l); }
 };
@@ -237,15 +295,18 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
         voegToe("Expect:");
     }
 
-    const std::unique_ptr<CURL, EasyWeg> easy(curl_easy_init());
-    const std::unique_ptr<CURLM, MultiWeg> multi(curl_multi_init());
-    if (!easy || !multi) {
-        throw TransportFout(UrlFout::overig, "libcurl kon geen verzoek aanmaken");
-    }
-    CURL* e = easy.get();
+    // Handed back only when the transfer is over, however it ends; while a set is out, no
+    // other request can touch its connections.
+    struct Lening {
+        std::unique_ptr<Verbinding> v = VrijeVerbindingen::proces().neem();
+        ~Lening() { VrijeVerbindingen::proces().geefTerug(std::move(v)); }
+    } lening;
+    CURL* e = lening.v->easy;
+    curl_easy_reset(e);
     Overdracht o;
     o.stop = &stop;
     o.meld = &verzoek.voortgang;
+    o.maximum = verzoek.maximaleAntwoordGrootte;
     char foutTekst[CURL_ERROR_SIZE] = {};
 
     curl_easy_setopt(e, CURLOPT_SHARE, Deelruimte::proces().handle());
@@ -274,7 +335,7 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
                          static_cast<curl_off_t>(verzoek.body.size()));
     }
 
-    CURLM* m = multi.get();
+    CURLM* m = lening.v->multi;
     const Toegevoegd toegevoegd(m, e);
     const StopTerugroep wekker(stop, [m] { curl_multi_wakeup(m); });
     o.laatsteActiviteit = Klok::now();
@@ -307,6 +368,10 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
     }
     if (resultaat == CURLE_ABORTED_BY_CALLBACK) {
         Geannuleerd::controleer(stop);
+    }
+    if (o.teGroot) {
+        throw TransportFout(UrlFout::cannotParseResponse,
+                            "antwoord groter dan " + std::to_string(o.maximum) + " bytes");
     }
     if (resultaat != CURLE_OK) {
         long osFout = 0;

@@ -25,6 +25,9 @@ struct HTTPVerzoek {
     // there is), whenever that changes and regularly while the request waits. For a progress
     // display; it must return quickly and never throw.
     std::function<void(std::int64_t verstuurd, std::int64_t totaal)> voortgang;
+    // A reply body beyond this is not read on: a server that sends without end costs the
+    // request, never all our memory. Transcripts and cleanups are a few kilobytes.
+    std::size_t maximaleAntwoordGrootte = 16 * 1024 * 1024;
 };
 
 struct HTTPAntwoord {

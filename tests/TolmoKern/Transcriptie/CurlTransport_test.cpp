@@ -113,6 +113,45 @@ TEST(CurlTransport, ConsecutiveRequestsShareOneConnectionAcrossInstances) {
     EXPECT_EQ(server.aantalVerbindingen(), 1U);
 }
 
+// Overlapping requests from two threads (a chain still aborting while the next starts) each
+// get their own connection and their own reply; afterwards both connections stay warm.
+TEST(CurlTransport, OverlappingRequestsFromTwoThreads) {
+    LoopbackServer server;
+    server.zetBehandelaar([](const LoopbackServer::Verzoek& v) {
+        Antwoord a = Antwoord::json(200, "antwoord op " + v.body);
+        a.vertraging = 300ms;
+        return a;
+    });
+    const auto vraag = [&](std::string body) {
+        return CurlTransport().verstuur(post(server.url(), std::move(body)), {}).body;
+    };
+    auto eerste = std::async(std::launch::async, vraag, "een");
+    auto tweede = std::async(std::launch::async, vraag, "twee");
+    EXPECT_EQ(eerste.get(), "antwoord op een");
+    EXPECT_EQ(tweede.get(), "antwoord op twee");
+    EXPECT_EQ(server.aantalVerbindingen(), 2U);
+    auto derde = std::async(std::launch::async, vraag, "drie");
+    EXPECT_EQ(vraag("vier"), "antwoord op vier");
+    EXPECT_EQ(derde.get(), "antwoord op drie");
+    EXPECT_EQ(server.aantalVerbindingen(), 2U) << "both connections were reused";
+}
+
+TEST(CurlTransport, AReplyBeyondTheMaximumIsRefused) {
+    LoopbackServer server;
+    server.zetAntwoord(Antwoord::json(200, std::string(5000, 'x')));
+    HTTPVerzoek v = post(server.url());
+    v.maximaleAntwoordGrootte = 4096;
+    try {
+        CurlTransport().verstuur(std::move(v), {});
+        FAIL() << "no error";
+    } catch (const TransportFout& f) {
+        EXPECT_EQ(f.code(), UrlFout::cannotParseResponse);
+    }
+    HTTPVerzoek genoeg = post(server.url());
+    genoeg.maximaleAntwoordGrootte = 5000;
+    EXPECT_EQ(CurlTransport().verstuur(std::move(genoeg), {}).body.size(), 5000U);
+}
+
 TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
     LoopbackServer server;
     Antwoord staatStil = Antwoord::json(200, "{}");
