@@ -98,6 +98,12 @@ void Configuratie::zet(const std::string& sleutel, const std::string& waarde) {
         bodyTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
     } else if (sleutel == "aanbieder-timeout") {
         aanbiederTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
+    } else if (sleutel == "verzoeklog") {
+        if (waarde != "aan" && waarde != "uit") {
+            throw std::runtime_error("Ongeldige waarde voor verzoeklog: \"" + waarde +
+                                     "\" (aan of uit).");
+        }
+        verzoekLog = waarde == "aan";
     } else {
         throw std::runtime_error("Onbekende instelling: " + sleutel + ".");
     }

@@ -31,6 +31,7 @@ struct Configuratie {
     std::chrono::seconds kopTimeout{10};
     std::chrono::seconds bodyTimeout{30};
     std::chrono::seconds aanbiederTimeout{120};
+    bool verzoekLog = true;  // one log line per request
 
     // Reads `bestand` when given (an error when it cannot be read), else $TOLMO_SERVER_CONFIG or
     // /etc/tolmo-server/tolmo-server.conf when they exist, then the environment. Throws

@@ -255,6 +255,8 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
         }
         if (route != "/gezond" && route != "/metrics") {
             metingen.verzoek(route, aanbieder, u.antwoord.result_int());
+        }
+        if (route != "/gezond" && route != "/metrics" && c.verzoekLog) {
             const auto ms =
                 std::chrono::duration_cast<std::chrono::milliseconds>(Klok::now() - begin);
             log(std::string(p.get().method_string()) + " " + route + " " + aanbieder + " " +

@@ -8,15 +8,14 @@
 namespace tolmo::server {
 namespace {
 
-// One prepared statement, finalised on every path.
+// One use of a prepared statement that the store keeps: reset and unbound on every path.
 class Stap {
   public:
-    Stap(sqlite3* db, const char* sql) : db_(db) {
-        if (sqlite3_prepare_v2(db, sql, -1, &s_, nullptr) != SQLITE_OK) {
-            throw OpslagFout(std::string("Databasefout: ") + sqlite3_errmsg(db));
-        }
+    Stap(sqlite3* db, sqlite3_stmt* s) : db_(db), s_(s) {}
+    ~Stap() {
+        sqlite3_reset(s_);
+        sqlite3_clear_bindings(s_);
     }
-    ~Stap() { sqlite3_finalize(s_); }
     Stap(const Stap&) = delete;
     Stap& operator=(const Stap&) = delete;
 
@@ -47,7 +46,7 @@ class Stap {
 
   private:
     sqlite3* db_;
-    sqlite3_stmt* s_ = nullptr;
+    sqlite3_stmt* s_;
 };
 
 std::string vandaag() {
@@ -59,9 +58,9 @@ std::string vandaag() {
     return buf;
 }
 
-constexpr const char* codeKolommen =
-    "SELECT c.id, c.naam, c.minuten_per_dag, c.ingetrokken, c.gemaakt, "
-    "COALESCE(g.seconden, 0) FROM codes c LEFT JOIN gebruik g ON g.code_id = c.id AND g.dag = ?1 ";
+#define TOLMO_CODE_KOLOMMEN                                              \
+    "SELECT c.id, c.naam, c.minuten_per_dag, c.ingetrokken, c.gemaakt, " \
+    "COALESCE(g.seconden, 0) FROM codes c LEFT JOIN gebruik g ON g.code_id = c.id AND g.dag = ?1 "
 
 CodeRij leesRij(Stap& s) {
     return CodeRij{s.getal(0), s.tekst(1), s.getal(2), s.getal(3) != 0, s.tekst(4), s.getal(5)};
@@ -96,7 +95,18 @@ SqliteOpslag::SqliteOpslag(const std::filesystem::path& bestand) {
 }
 
 SqliteOpslag::~SqliteOpslag() {
+    for (auto& [sql, s] : stappen_) {
+        sqlite3_finalize(s);
+    }
     sqlite3_close(db_);
+}
+
+sqlite3_stmt* SqliteOpslag::bereid(const char* sql) {
+    auto& s = stappen_[sql];
+    if (!s && sqlite3_prepare_v2(db_, sql, -1, &s, nullptr) != SQLITE_OK) {
+        throw OpslagFout(std::string("Databasefout: ") + sqlite3_errmsg(db_));
+    }
+    return s;
 }
 
 void SqliteOpslag::voerUit(const char* sql) {
@@ -111,7 +121,7 @@ void SqliteOpslag::voerUit(const char* sql) {
 void SqliteOpslag::maakCode(const std::string& naam, const std::string& hash,
                             std::int64_t minutenPerDag) {
     const std::lock_guard slot(m_);
-    Stap s(db_, "INSERT INTO codes (naam, hash, minuten_per_dag) VALUES (?1, ?2, ?3)");
+    Stap s(db_, bereid("INSERT INTO codes (naam, hash, minuten_per_dag) VALUES (?1, ?2, ?3)"));
     s.bind(1, naam).bind(2, hash).bind(3, minutenPerDag);
     try {
         s.stap();
@@ -125,7 +135,7 @@ void SqliteOpslag::maakCode(const std::string& naam, const std::string& hash,
 
 std::optional<CodeRij> SqliteOpslag::zoekCode(const std::string& hash) {
     const std::lock_guard slot(m_);
-    Stap s(db_, (std::string(codeKolommen) + "WHERE c.hash = ?2").c_str());
+    Stap s(db_, bereid(TOLMO_CODE_KOLOMMEN "WHERE c.hash = ?2"));
     s.bind(1, vandaag()).bind(2, hash);
     if (!s.stap()) {
         return std::nullopt;
@@ -135,7 +145,7 @@ std::optional<CodeRij> SqliteOpslag::zoekCode(const std::string& hash) {
 
 std::vector<CodeRij> SqliteOpslag::codes() {
     const std::lock_guard slot(m_);
-    Stap s(db_, (std::string(codeKolommen) + "ORDER BY c.naam").c_str());
+    Stap s(db_, bereid(TOLMO_CODE_KOLOMMEN "ORDER BY c.naam"));
     s.bind(1, vandaag());
     std::vector<CodeRij> uit;
     while (s.stap()) {
@@ -146,29 +156,31 @@ std::vector<CodeRij> SqliteOpslag::codes() {
 
 bool SqliteOpslag::trekIn(const std::string& naam) {
     const std::lock_guard slot(m_);
-    Stap s(db_, "UPDATE codes SET ingetrokken = 1 WHERE naam = ?1");
+    Stap s(db_, bereid("UPDATE codes SET ingetrokken = 1 WHERE naam = ?1"));
     s.bind(1, naam).stap();
     return sqlite3_changes(db_) > 0;
 }
 
 bool SqliteOpslag::reserveer(std::int64_t codeId, const std::string& dag, std::int64_t seconden) {
     const std::lock_guard slot(m_);
-    Stap(db_, "INSERT OR IGNORE INTO gebruik (code_id, dag) VALUES (?1, ?2)")
+    Stap(db_, bereid("INSERT OR IGNORE INTO gebruik (code_id, dag) VALUES (?1, ?2)"))
         .bind(1, codeId)
         .bind(2, dag)
         .stap();
     // One statement decides: the condition and the addition cannot be split by another writer.
     Stap s(db_,
-           "UPDATE gebruik SET seconden = seconden + ?3 WHERE code_id = ?1 AND dag = ?2 AND "
-           "seconden + ?3 <= (SELECT minuten_per_dag * 60 FROM codes WHERE id = ?1)");
+           bereid("UPDATE gebruik SET seconden = seconden + ?3 WHERE code_id = ?1 AND dag = ?2 AND "
+                  "seconden + ?3 <= (SELECT minuten_per_dag * 60 FROM codes WHERE id = ?1)"));
     s.bind(1, codeId).bind(2, dag).bind(3, seconden).stap();
     return sqlite3_changes(db_) == 1;
 }
 
 void SqliteOpslag::geefTerug(std::int64_t codeId, const std::string& dag, std::int64_t seconden) {
     const std::lock_guard slot(m_);
-    Stap s(db_,
-           "UPDATE gebruik SET seconden = MAX(0, seconden - ?3) WHERE code_id = ?1 AND dag = ?2");
+    Stap s(
+        db_,
+        bereid(
+            "UPDATE gebruik SET seconden = MAX(0, seconden - ?3) WHERE code_id = ?1 AND dag = ?2"));
     s.bind(1, codeId).bind(2, dag).bind(3, seconden).stap();
 }
 

@@ -2,10 +2,12 @@
 
 #include <filesystem>
 #include <mutex>
+#include <unordered_map>
 
 #include "TolmoServer/Opslag.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace tolmo::server {
 
@@ -29,9 +31,13 @@ class SqliteOpslag final : public Opslag {
 
   private:
     void voerUit(const char* sql);
+    // Prepared once per SQL text (a literal, so its address is its key), kept for the store's
+    // life: preparing costs more than running these statements.
+    sqlite3_stmt* bereid(const char* sql);
 
     std::mutex m_;
     sqlite3* db_ = nullptr;
+    std::unordered_map<const char*, sqlite3_stmt*> stappen_;
 };
 
 }  // namespace tolmo::server

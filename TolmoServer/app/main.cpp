@@ -1,6 +1,7 @@
 // tolmo-server: the relay the apps dictate through. Serves by default; "code ..." manages the
 // access codes in the same store.
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <iostream>
 #include <mutex>
@@ -28,8 +29,9 @@ void logRegel(const std::string& regel) {
     gmtime_r(&t, &tm);
     char tijd[32];
     std::strftime(tijd, sizeof tijd, "%Y-%m-%dT%H:%M:%SZ", &tm);
+    const std::string uit = std::string(tijd) + " " + regel + "\n";
     const std::lock_guard slot(m);
-    std::clog << tijd << " " << regel << std::endl;
+    std::fwrite(uit.data(), 1, uit.size(), stderr);
 }
 
 }  // namespace
