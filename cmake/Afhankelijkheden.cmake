@@ -7,7 +7,7 @@ find_package(OpenSSL REQUIRED COMPONENTS Crypto SSL)
 # Beast with C++20 coroutines needs a recent Asio: Debian's libboost1.81-dev.
 find_package(Boost 1.81 REQUIRED)
 find_package(SQLite3 REQUIRED)
-pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavutil)
+pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
 pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")

@@ -14,6 +14,10 @@
 #include <string>
 #include <vector>
 
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
@@ -62,6 +66,40 @@ std::string wav(std::uint32_t seconden) {
         w += static_cast<char>((s >> 8) & 0xff);
     }
     return w;
+}
+
+// A QuickTime/M4A file of 16-bit PCM whose index (moov) comes after the audio, as the mov
+// muxer writes it by default: the duration can only be read by seeking to the end.
+std::string m4aMetIndexAchteraan(const fs::path& pad, int seconden) {
+    AVFormatContext* oc = nullptr;
+    avformat_alloc_output_context2(&oc, nullptr, "mov", pad.c_str());
+    AVStream* st = avformat_new_stream(oc, nullptr);
+    st->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
+    st->codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
+    st->codecpar->sample_rate = 16000;
+    av_channel_layout_default(&st->codecpar->ch_layout, 1);
+    st->time_base = {1, 16000};
+    avio_open(&oc->pb, pad.c_str(), AVIO_FLAG_WRITE);
+    EXPECT_EQ(avformat_write_header(oc, nullptr), 0);
+    const std::string stil(3200, '\1');
+    for (int i = 0; i < seconden * 10; ++i) {
+        AVPacket* p = av_packet_alloc();
+        av_new_packet(p, static_cast<int>(stil.size()));
+        std::copy(stil.begin(), stil.end(), p->data);
+        p->pts = p->dts = i * 1600;
+        p->duration = 1600;
+        p->stream_index = 0;
+        av_interleaved_write_frame(oc, p);
+        av_packet_free(&p);
+    }
+    av_write_trailer(oc);
+    avio_closep(&oc->pb);
+    avformat_free_context(oc);
+    std::ifstream in(pad, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_LT(bytes.find("moov"), std::string::npos);
+    EXPECT_GT(bytes.find("moov"), bytes.find("mdat"));
+    return bytes;
 }
 
 std::string multipart(const std::string& audio) {
@@ -170,6 +208,9 @@ TEST_F(RelayTest, ElkeWeigeringWordtDeJuisteMelding) {
     };
     const std::vector<Geval> gevallen{
         {"gelukt", goed, multipart(wav(2)), false, ""},
+        {"m4a", goed, multipart(m4aMetIndexAchteraan(map_ / "kort.m4a", 3)), false, ""},
+        {"m4a te lang", goed, multipart(m4aMetIndexAchteraan(map_ / "lang.m4a", 61)), false,
+         F::van(F::Soort::dictaatTeLang).code()},
         {"onbekende code", "tolmo_onbekend", multipart(wav(2)), false,
          F::toegangGeweigerd(401).code()},
         {"ingetrokken", weg, multipart(wav(2)), false, F::toegangGeweigerd(403).code()},
@@ -205,9 +246,9 @@ TEST_F(RelayTest, ElkeWeigeringWordtDeJuisteMelding) {
         }
         EXPECT_EQ(gekregen, g.verwacht) << g.wat;
     }
-    // The failed request gave its two seconds back: 2 s used of "goed" today.
+    // The failed request gave its two seconds back: 2 + 3 s used of "goed" today.
     const auto lijst = voer(TOLMO_SERVER_PAD, {"code", "lijst"});
-    EXPECT_NE(lijst.uit.find("goed                    60              2 "), std::string::npos)
+    EXPECT_NE(lijst.uit.find("goed                    60              5 "), std::string::npos)
         << lijst.uit;
 }
 
