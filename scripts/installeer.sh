@@ -10,11 +10,13 @@ pakketten=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev valgrind
   # libraries
-  libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev
+  libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev libavformat-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libpng-dev
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac
+  # the relay server's second client (npm's openai package) and its benchmark
+  nodejs nginx wrk
 )
 
 ontbrekend=()
@@ -23,9 +25,21 @@ for p in "${pakketten[@]}"; do
     ontbrekend+=("$p")
   fi
 done
+# Some nodejs builds bring npm themselves; Debian's is a package of its own.
+command -v npm >/dev/null || ontbrekend+=(npm)
+
+# The openai package the relay server's tests use as a client, pinned by package-lock.json.
+npm_ci() {
+  local map
+  map="$(dirname "$0")/../tests/TolmoServer/node"
+  if [ -f "$map/package-lock.json" ] && command -v npm >/dev/null; then
+    (cd "$map" && npm ci --silent --no-audit --no-fund)
+  fi
+}
 
 if [ ${#ontbrekend[@]} -eq 0 ]; then
   echo "Alle pakketten zijn er al."
+  npm_ci
   exit 0
 fi
 
@@ -35,3 +49,4 @@ als_root=()
 export DEBIAN_FRONTEND=noninteractive
 "${als_root[@]}" apt-get update -qq
 "${als_root[@]}" apt-get install -y -qq --no-install-recommends "${ontbrekend[@]}"
+npm_ci

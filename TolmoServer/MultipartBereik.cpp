@@ -1,0 +1,111 @@
+#include "TolmoServer/MultipartBereik.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <vector>
+
+namespace tolmo::server {
+namespace {
+
+constexpr std::size_t blok = 64 * 1024;
+constexpr std::size_t maxKop = 8 * 1024;
+
+std::string klein(std::string_view s) {
+    std::string uit(s);
+    std::transform(uit.begin(), uit.end(), uit.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return uit;
+}
+
+std::size_t leesOp(int fd, std::uint64_t plek, char* buf, std::size_t n) {
+    std::size_t gelezen = 0;
+    while (gelezen < n) {
+        const ssize_t r =
+            ::pread(fd, buf + gelezen, n - gelezen, static_cast<off_t>(plek + gelezen));
+        if (r <= 0) {
+            break;
+        }
+        gelezen += static_cast<std::size_t>(r);
+    }
+    return gelezen;
+}
+
+// The first place at or after `vanaf` where `naald` starts, reading the file in blocks that
+// overlap by the needle's length.
+std::optional<std::uint64_t> vind(int fd, std::uint64_t grootte, std::uint64_t vanaf,
+                                  std::string_view naald) {
+    std::vector<char> buf(blok + naald.size());
+    while (vanaf < grootte) {
+        const std::size_t n = leesOp(fd, vanaf, buf.data(), buf.size());
+        const std::string_view stuk(buf.data(), n);
+        if (const auto p = stuk.find(naald); p != std::string_view::npos) {
+            return vanaf + p;
+        }
+        if (n < buf.size()) {
+            return std::nullopt;
+        }
+        vanaf += blok;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string MultipartBereik::grens(std::string_view contentType) {
+    const std::string laag = klein(contentType);
+    if (!laag.starts_with("multipart/form-data")) {
+        return {};
+    }
+    const auto p = laag.find("boundary=");
+    if (p == std::string::npos) {
+        return {};
+    }
+    std::string g(contentType.substr(p + 9));
+    g = g.substr(0, g.find(';'));
+    if (g.size() >= 2 && g.front() == '"' && g.back() == '"') {
+        g = g.substr(1, g.size() - 2);
+    }
+    if (g.empty() || g.size() > 70) {
+        return {};
+    }
+    return g;
+}
+
+std::optional<MultipartBereik> MultipartBereik::zoek(int fd, std::uint64_t grootte,
+                                                     std::string_view grens) {
+    if (grens.empty()) {
+        return std::nullopt;
+    }
+    const std::string eerste = "--" + std::string(grens);
+    const std::string scheiding = "\r\n" + eerste;
+    std::string begin(eerste.size(), '\0');
+    if (leesOp(fd, 0, begin.data(), begin.size()) != begin.size() || begin != eerste) {
+        return std::nullopt;
+    }
+    std::uint64_t plek = eerste.size();
+    for (;;) {
+        // After a delimiter: "--" ends the body, "\r\n" starts a part's headers.
+        std::string kop(maxKop, '\0');
+        kop.resize(leesOp(fd, plek, kop.data(), kop.size()));
+        if (!kop.starts_with("\r\n")) {
+            return std::nullopt;
+        }
+        const auto einde = kop.find("\r\n\r\n");
+        if (einde == std::string::npos) {
+            return std::nullopt;
+        }
+        const std::uint64_t data = plek + einde + 4;
+        const auto volgende = vind(fd, grootte, data, scheiding);
+        if (!volgende) {
+            return std::nullopt;
+        }
+        if (klein(std::string_view(kop).substr(0, einde)).find("filename=") != std::string::npos) {
+            return MultipartBereik{data, *volgende - data};
+        }
+        plek = *volgende + scheiding.size();
+    }
+}
+
+}  // namespace tolmo::server

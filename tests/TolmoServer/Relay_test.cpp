@@ -1,0 +1,324 @@
+// tolmo-server as operators run it: the real binary on loopback in front of a loopback fake
+// provider, reached by the app's own transport, by the tolmo command and by npm's openai package.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/TolmoServerTransport.h"
+#include "nep/LoopbackServer.h"
+#include "nep/LopendProces.h"
+#include "nep/Proces.h"
+
+namespace tolmo {
+namespace {
+
+namespace fs = std::filesystem;
+namespace net = boost::asio;
+using namespace std::chrono_literals;
+using nep::LoopbackServer;
+
+const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
+const std::string zin = "Dit is een lange zin die de nepaanbieder teruggeeft als transcriptie.";
+
+std::uint16_t vrijePoort() {
+    net::io_context io;
+    net::ip::tcp::acceptor a(io, {net::ip::make_address("127.0.0.1"), 0});
+    return a.local_endpoint().port();
+}
+
+// A WAV file of this many seconds of a 500 Hz square wave at 16 kHz mono.
+std::string wav(std::uint32_t seconden) {
+    const std::uint32_t data = seconden * 32000;
+    std::string w = "RIFF";
+    const auto u32 = [&w](std::uint32_t v) {
+        for (int i = 0; i < 4; ++i) {
+            w += static_cast<char>((v >> (8 * i)) & 0xff);
+        }
+    };
+    u32(36 + data);
+    w += "WAVEfmt ";
+    u32(16);
+    u32(0x00010001);  // PCM, mono
+    u32(16000);
+    u32(32000);
+    u32(0x00100002);  // block 2, 16 bits
+    w += "data";
+    u32(data);
+    for (std::uint32_t i = 0; i < data / 2; ++i) {
+        const std::int16_t s = (i / 16) % 2 ? 4000 : -4000;
+        w += static_cast<char>(s & 0xff);
+        w += static_cast<char>((s >> 8) & 0xff);
+    }
+    return w;
+}
+
+// A QuickTime/M4A file of 16-bit PCM whose index (moov) comes after the audio, as the mov
+// muxer writes it by default: the duration can only be read by seeking to the end.
+std::string m4aMetIndexAchteraan(const fs::path& pad, int seconden) {
+    AVFormatContext* oc = nullptr;
+    avformat_alloc_output_context2(&oc, nullptr, "mov", pad.c_str());
+    AVStream* st = avformat_new_stream(oc, nullptr);
+    st->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
+    st->codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
+    st->codecpar->sample_rate = 16000;
+    av_channel_layout_default(&st->codecpar->ch_layout, 1);
+    st->time_base = {1, 16000};
+    avio_open(&oc->pb, pad.c_str(), AVIO_FLAG_WRITE);
+    EXPECT_EQ(avformat_write_header(oc, nullptr), 0);
+    const std::string stil(3200, '\1');
+    for (int i = 0; i < seconden * 10; ++i) {
+        AVPacket* p = av_packet_alloc();
+        av_new_packet(p, static_cast<int>(stil.size()));
+        std::copy(stil.begin(), stil.end(), p->data);
+        p->pts = p->dts = i * 1600;
+        p->duration = 1600;
+        p->stream_index = 0;
+        av_interleaved_write_frame(oc, p);
+        av_packet_free(&p);
+    }
+    av_write_trailer(oc);
+    avio_closep(&oc->pb);
+    avformat_free_context(oc);
+    std::ifstream in(pad, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_LT(bytes.find("moov"), std::string::npos);
+    EXPECT_GT(bytes.find("moov"), bytes.find("mdat"));
+    return bytes;
+}
+
+std::string multipart(const std::string& audio) {
+    return "--g\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\nwhisper-1\r\n"
+           "--g\r\nContent-Disposition: form-data; name=\"file\"; filename=\"d.wav\"\r\n"
+           "Content-Type: audio/wav\r\n\r\n" +
+           audio + "\r\n--g--\r\n";
+}
+
+class RelayTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        map_ = fs::temp_directory_path() /
+               ("tolmo-server-" + std::to_string(::getpid()) + "-" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(map_);
+        fs::create_directories(map_);
+        nep_.zetBehandelaar([this](const LoopbackServer::Verzoek& v) {
+            if (kapot_) {
+                return LoopbackServer::Antwoord::json(500, R"({"error":"weg"})");
+            }
+            if (v.header("Authorization") != "Bearer " + sleutel) {
+                return LoopbackServer::Antwoord::json(401, R"({"error":"sleutel"})");
+            }
+            if (v.doel.ends_with("/v1/chat/completions")) {
+                return LoopbackServer::Antwoord::json(
+                    200,
+                    R"({"choices":[{"message":{"role":"assistant","content":"Opgeschoond door de nep."}}]})");
+            }
+            return LoopbackServer::Antwoord::json(200, R"({"text":")" + zin + R"("})");
+        });
+        url_ = "http://127.0.0.1:" + std::to_string(vrijePoort());
+        omgeving_ = {{"XDG_STATE_HOME", (map_ / "staat").string()},
+                     {"XDG_CONFIG_HOME", (map_ / "config").string()},
+                     {"TMPDIR", map_.string()},
+                     {"TOLMO_SERVER_CONFIG", ""},
+                     {"TOLMO_SERVER_LUISTER", url_.substr(7)},
+                     {"TOLMO_SERVER_OPENAI_URL", nep_.url()},
+                     {"TOLMO_SERVER_MISTRAL_URL", nep_.url()},
+                     {"TOLMO_SERVER_MAX_AUDIO_MINUTEN", "1"},
+                     {"TOLMO_SERVER_VERZOEKEN_PER_MINUUT", "100000"},
+                     {"TOLMO_SERVER_DRADEN", "2"},
+                     {"OPENAI_API_KEY", sleutel},
+                     {"MISTRAL_API_KEY", sleutel}};
+        server_ = std::make_unique<nep::LopendProces>(TOLMO_SERVER_PAD, std::vector<std::string>{},
+                                                      nep::LopendProces::Opties{omgeving_});
+        ASSERT_TRUE(server_->wachtOpFout("luistert op", 10s));
+    }
+
+    // Stops the server with SIGTERM and checks that neither the provider's key nor any access
+    // code reached its log or a reply.
+    void TearDown() override {
+        server_->stuurSignaal(SIGTERM);
+        const nep::ProcesUitkomst r = server_->wacht();
+        EXPECT_EQ(r.status, 0) << r.fout;
+        uitvoer_ += r.uit + r.fout;
+        EXPECT_EQ(uitvoer_.find(sleutel), std::string::npos);
+        for (const auto& c : codes_) {
+            EXPECT_EQ(r.fout.find(c), std::string::npos);
+        }
+        fs::remove_all(map_);
+    }
+
+    std::string maakCode(const std::string& naam, int minuten) {
+        const auto r = nep::voerProcesUit(
+            TOLMO_SERVER_PAD,
+            {"code", "maak", "--naam", naam, "--minuten-per-dag", std::to_string(minuten)},
+            omgeving_);
+        EXPECT_EQ(r.status, 0) << r.fout;
+        codes_.push_back(r.uit.substr(0, r.uit.find('\n')));
+        return codes_.back();
+    }
+
+    nep::ProcesUitkomst voer(const std::string& programma, const std::vector<std::string>& args,
+                             std::map<std::string, std::string> extra = {}) {
+        auto omg = omgeving_;
+        omg.insert(extra.begin(), extra.end());
+        auto r = nep::voerProcesUit(programma, args, omg);
+        uitvoer_ += r.uit + r.fout;
+        return r;
+    }
+
+    fs::path map_;
+    LoopbackServer nep_;
+    std::atomic<bool> kapot_{false};
+    std::string url_;
+    std::map<std::string, std::string> omgeving_;
+    std::unique_ptr<nep::LopendProces> server_;
+    std::vector<std::string> codes_;
+    std::string uitvoer_;
+};
+
+// Every refusal, as the app's own relay transport turns it into the message the user sees.
+TEST_F(RelayTest, ElkeWeigeringWordtDeJuisteMelding) {
+    const std::string goed = maakCode("goed", 60);
+    const std::string leeg = maakCode("leeg", 0);
+    const std::string weg = maakCode("weg", 60);
+    ASSERT_EQ(voer(TOLMO_SERVER_PAD, {"code", "trek-in", "weg"}).status, 0);
+    using F = HerkenningsFout;
+    struct Geval {
+        const char* wat;
+        std::string code;
+        std::string body;
+        bool kapot;
+        std::string verwacht;  // HerkenningsFout::code(), empty when it succeeds
+    };
+    const std::vector<Geval> gevallen{
+        {"gelukt", goed, multipart(wav(2)), false, ""},
+        {"m4a", goed, multipart(m4aMetIndexAchteraan(map_ / "kort.m4a", 3)), false, ""},
+        {"m4a te lang", goed, multipart(m4aMetIndexAchteraan(map_ / "lang.m4a", 61)), false,
+         F::van(F::Soort::dictaatTeLang).code()},
+        {"onbekende code", "tolmo_onbekend", multipart(wav(2)), false,
+         F::toegangGeweigerd(401).code()},
+        {"ingetrokken", weg, multipart(wav(2)), false, F::toegangGeweigerd(403).code()},
+        {"te lang", goed, multipart(wav(61)), false, F::van(F::Soort::dictaatTeLang).code()},
+        {"geen audio", goed, multipart(std::string(5000, 'x')), false,
+         F::van(F::Soort::audioOngeldig).code()},
+        {"geen multipart", goed, "zomaar tekst", false, F::van(F::Soort::audioOngeldig).code()},
+        {"minuten op", leeg, multipart(wav(2)), false, "limiet-minuten-per-dag"},
+        {"aanbieder faalt", goed, multipart(wav(2)), true,
+         F::aanbiederNietBeschikbaar(Motor::openAI).code()},
+    };
+    TolmoServerTransport transport(std::make_shared<CurlTransport>(), Aanbieder::openAI);
+    for (const auto& g : gevallen) {
+        kapot_ = g.kapot;
+        HTTPVerzoek v;
+        v.url = url_ + "/v1/audio/transcriptions";
+        v.headers = {{"Authorization", "Bearer " + g.code},
+                     {"Content-Type", "multipart/form-data; boundary=g"}};
+        v.body = g.body;
+        std::string gekregen;
+        try {
+            const HTTPAntwoord a = transport.verstuur(v, {});
+            uitvoer_ += a.body;
+            EXPECT_NE(a.body.find(zin), std::string::npos) << g.wat;
+        } catch (const HerkenningsFout& f) {
+            gekregen = f.code();
+            if (f.limiet()) {
+                const auto& h = f.limiet()->headers;
+                EXPECT_TRUE(std::any_of(h.begin(), h.end(), [](const auto& kv) {
+                    return kv.first == "Retry-After" || kv.first == "retry-after";
+                })) << g.wat;
+            }
+        }
+        EXPECT_EQ(gekregen, g.verwacht) << g.wat;
+    }
+    // The failed request gave its two seconds back: 2 + 3 s used of "goed" today.
+    const auto lijst = voer(TOLMO_SERVER_PAD, {"code", "lijst"});
+    EXPECT_NE(lijst.uit.find("goed                    60              5 "), std::string::npos)
+        << lijst.uit;
+}
+
+// A dictation through the whole chain of the tolmo command: transcription, then the chat
+// cleaner, both through the relay; then the same with a revoked code, as the user reads it.
+TEST_F(RelayTest, TolmoDicteerDoorDeServer) {
+    const std::string code = maakCode("cli", 60);
+    const fs::path opname = map_ / "opname.wav";
+    std::ofstream(opname, std::ios::binary) << wav(3);
+    const std::map<std::string, std::string> route{{"TOLMO_SERVER_URL", url_ + "/"},
+                                                   {"TOLMO_TOEGANGSCODE", code}};
+    const auto r =
+        voer(TOLMO_CLI_PAD,
+             {"dicteer", "--motor", "tolmo", "--aanbieder", "mistral", opname.string()}, route);
+    EXPECT_EQ(r.status, 0) << r.fout;
+    EXPECT_NE(r.uit.find("Opgeschoond door de nep."), std::string::npos) << r.uit;
+
+    ASSERT_EQ(voer(TOLMO_SERVER_PAD, {"code", "trek-in", "cli"}).status, 0);
+    const auto geweigerd =
+        voer(TOLMO_CLI_PAD, {"dicteer", "--motor", "tolmo", opname.string()}, route);
+    EXPECT_EQ(geweigerd.status, 1);
+    EXPECT_EQ(geweigerd.fout, HerkenningsFout::toegangGeweigerd(403).melding() + "\n");
+}
+
+// 400 requests of one code, all sent before any reply is read: a quota of one minute admits
+// exactly 60 one-second dictations, not one more.
+TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
+    const std::string code = maakCode("druk", 1);
+    const std::string body = multipart(wav(1));
+    const std::string verzoek =
+        "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
+        "Authorization: Bearer " +
+        code +
+        "\r\nX-Tolmo-Aanbieder: openai\r\n"
+        "Content-Type: multipart/form-data; boundary=g\r\n"
+        "Connection: close\r\nContent-Length: " +
+        std::to_string(body.size()) + "\r\n\r\n" + body;
+    net::io_context io;
+    const net::ip::tcp::endpoint doel(
+        net::ip::make_address("127.0.0.1"),
+        static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1))));
+    std::vector<net::ip::tcp::socket> sockets;
+    for (int i = 0; i < 400; ++i) {
+        sockets.emplace_back(io).connect(doel);
+        net::write(sockets.back(), net::buffer(verzoek));
+    }
+    std::map<std::string, int> statussen;
+    for (auto& s : sockets) {
+        std::string antwoord;
+        boost::system::error_code ec;
+        net::read(s, net::dynamic_buffer(antwoord), ec);
+        ++statussen[antwoord.substr(9, 3)];
+    }
+    EXPECT_EQ(statussen["200"], 60);
+    EXPECT_EQ(statussen["429"], 340);
+}
+
+// npm's openai package, a client we did not write, on both routes and on a refusal.
+TEST_F(RelayTest, OpenAIPakketAlsKlant) {
+    const fs::path node = fs::path(TOLMO_NODE_MAP);
+    if (!fs::exists(node / "node_modules" / "openai")) {
+        GTEST_SKIP() << "npm ci in " << node << " ontbreekt (scripts/installeer.sh doet het).";
+    }
+    const std::string code = maakCode("node", 60);
+    std::ofstream(map_ / "opname.wav", std::ios::binary) << wav(2);
+    const auto r = voer("/usr/bin/node", {(node / "klant.mjs").string(), url_ + "/v1", code,
+                                          (map_ / "opname.wav").string()});
+    EXPECT_EQ(r.status, 0) << r.fout;
+    EXPECT_EQ(r.uit, zin + "\nOpgeschoond door de nep.\n401\n");
+}
+
+}  // namespace
+}  // namespace tolmo
