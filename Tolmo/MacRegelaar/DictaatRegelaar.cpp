@@ -51,18 +51,6 @@ bool isGeenInvoer(const std::exception_ptr& fout) {
     }
 }
 
-std::string redenTekst(Doel::Reden reden) {
-    switch (reden) {
-        case Doel::Reden::onbekendDoel:
-            return "doel onbekend";
-        case Doel::Reden::andereApp:
-            return "andere app";
-        case Doel::Reden::anderVeld:
-            return "ander veld";
-    }
-    return "doel onbekend";
-}
-
 void verwijder(const std::filesystem::path& bestand) {
     if (!bestand.empty()) {
         std::error_code genegeerd;
@@ -120,7 +108,10 @@ DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
       anker_(std::make_shared<DictaatRegelaar*>(this)),
       inst_(p_.groep, p_.standaard, o_.altijdViaServer),
       log_(p_.logOpslag, o_.logBron, o_.wandklok),
-      plakker_(p_.klembord, p_.lus, p_.toestemmingen) {}
+      plakker_(p_.klembord, p_.lus, p_.toestemmingen),
+      aflevering_(
+          plakker_, p_.focus, p_.toestemmingen, [this](const std::string& t) { log(t); },
+          [this](Melding m) { toonMelding(std::move(m)); }) {}
 
 DictaatRegelaar::~DictaatRegelaar() {
     anker_.reset();
@@ -697,62 +688,15 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
     laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
     meld(Wijziging::laatsteDictaat);
     auto voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
-
-    // The target is judged twice: now, against a switch while the chain worked, and again by
-    // the paster just before it pastes (it may wait for an earlier paste's restore).
-    std::optional<Doel::Reden> geweigerd;
-    Plakker::DoelKlopt doelKlopt;
-    if (p_.toestemmingen.toegankelijkheid()) {
-        const auto nu = Doel::beslis(d.plakDoel, p_.focus.huidig());
-        if (!nu.plakken) {
-            geweigerd = nu.reden;
-            doelKlopt = [] { return false; };
-        } else {
-            doelKlopt = [&focus = p_.focus, start = d.plakDoel] {
-                return Doel::beslis(start, focus.huidig()).plakken;
-            };
-        }
-    }
     plakt_ = true;
-    const bool herstel = inst_.klembordHerstellen();
-    // The paster may answer at once (no accessibility): nothing of d is used after this call.
-    plakker_.plak(r.tekst, herstel, std::move(doelKlopt),
-                  [w = std::weak_ptr<DictaatRegelaar*>(anker_), n = d.nummer, herstel, geweigerd,
-                   voorstellen = std::move(voorstellen)](Plakker::Uitkomst uitkomst) {
-                      if (const auto p = w.lock()) {
-                          (**p).geplakt(n, uitkomst, herstel, geweigerd, voorstellen);
-                      }
-                  });
+    // Nothing of d is used after this call: the paster may answer at once (no accessibility).
+    aflevering_.plak(r.tekst, d.plakDoel, inst_.klembordHerstellen(),
+                     [this, n = d.nummer, voorstellen = std::move(voorstellen)]() mutable {
+                         geplakt(n, std::move(voorstellen));
+                     });
 }
 
-void DictaatRegelaar::geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, bool herstel,
-                              std::optional<Doel::Reden> geweigerd,
-                              std::vector<std::string> voorstellen) {
-    switch (uitkomst) {
-        case Plakker::Uitkomst::verstuurd:
-            log(herstel ? "Cmd+V verstuurd, vorig klembord wordt teruggezet"
-                        : "Cmd+V verstuurd, tekst blijft op het klembord");
-            break;
-        case Plakker::Uitkomst::opKlembord:
-            log("Geen Toegankelijkheid: tekst op het klembord gezet");
-            toonMelding({"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
-                         "Tekst staat op het klembord"});
-            break;
-        case Plakker::Uitkomst::doelGewijzigd:
-            if (geweigerd) {
-                log("Niet geplakt (" + redenTekst(*geweigerd) +
-                    " dan bij de start): tekst op het klembord gezet");
-                toonMelding(
-                    {"Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V "
-                     "waar je wilt.",
-                     false, "Tekst staat op je klembord"});
-            } else {
-                log("Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
-                    "gezet");
-                toonMelding({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
-            }
-            break;
-    }
+void DictaatRegelaar::geplakt(std::uint64_t nummer, std::vector<std::string> voorstellen) {
     if (!voorstellen.empty()) {
         log(std::to_string(voorstellen.size()) + " voorstel(len) voor de woordenlijst");
         woordVoorstellen_ = std::move(voorstellen);

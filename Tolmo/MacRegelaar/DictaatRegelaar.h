@@ -16,6 +16,7 @@
 #include "Tolmo/AudioOpnemer/AudioSchrijver.h"
 #include "Tolmo/AudioOpnemer/NiveauKanaal.h"
 #include "Tolmo/AudioOpnemer/Omzetter.h"
+#include "Tolmo/MacRegelaar/Aflevering.h"
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
 #include "Tolmo/MacRegelaar/InstellingenBeheer.h"
 #include "Tolmo/MacRegelaar/Logboek.h"
@@ -246,8 +247,7 @@ class DictaatRegelaar {
     void audioGewijzigd(std::uint64_t nummer);
     void ketenKlaar(std::uint64_t nummer, KetenUitkomst uitkomst);
     void resultaat(KetenResultaat r);
-    void geplakt(std::uint64_t nummer, Plakker::Uitkomst uitkomst, bool herstel,
-                 std::optional<Doel::Reden> geweigerd, std::vector<std::string> voorstellen);
+    void geplakt(std::uint64_t nummer, std::vector<std::string> voorstellen);
     void fout(const std::string& melding);
     // Back to idle: no timer, no indicator, no dictation.
     void sluitAf();
@@ -258,6 +258,7 @@ class DictaatRegelaar {
     InstellingenBeheer inst_;
     Logboek log_;
     Plakker plakker_;
+    Aflevering aflevering_;
     std::unique_ptr<SneltoetsMonitor> monitor_;
     std::unique_ptr<AudioOpnemer> opnemer_;
     std::shared_ptr<NiveauKanaal> niveau_ = std::make_shared<NiveauKanaal>();

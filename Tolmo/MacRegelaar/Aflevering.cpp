@@ -1,0 +1,85 @@
+#include "Tolmo/MacRegelaar/Aflevering.h"
+
+#include <utility>
+
+namespace tolmo {
+
+namespace {
+
+std::string redenTekst(Doel::Reden reden) {
+    switch (reden) {
+        case Doel::Reden::onbekendDoel:
+            return "doel onbekend";
+        case Doel::Reden::andereApp:
+            return "andere app";
+        case Doel::Reden::anderVeld:
+            return "ander veld";
+    }
+    return "doel onbekend";
+}
+
+}  // namespace
+
+Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen,
+                       Log log, Toon toon)
+    : plakker_(plakker),
+      focus_(focus),
+      toestemmingen_(toestemmingen),
+      log_(std::move(log)),
+      toon_(std::move(toon)) {}
+
+void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
+                      std::function<void()> klaar) {
+    // The target is judged twice: now, against a switch while the chain worked, and again by
+    // the paster just before it pastes (it may wait for an earlier paste's restore).
+    std::optional<Doel::Reden> geweigerd;
+    Plakker::DoelKlopt doelKlopt;
+    if (toestemmingen_.toegankelijkheid()) {
+        const auto nu = Doel::beslis(plakDoel, focus_.huidig());
+        if (!nu.plakken) {
+            geweigerd = nu.reden;
+            doelKlopt = [] { return false; };
+        } else {
+            doelKlopt = [&focus = focus_, start = plakDoel] {
+                return Doel::beslis(start, focus.huidig()).plakken;
+            };
+        }
+    }
+    plakker_.plak(tekst, herstel, std::move(doelKlopt),
+                  [this, herstel, geweigerd, klaar = std::move(klaar)](Plakker::Uitkomst u) {
+                      meldUitkomst(u, herstel, geweigerd);
+                      klaar();
+                  });
+}
+
+void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
+                              std::optional<Doel::Reden> geweigerd) {
+    switch (uitkomst) {
+        case Plakker::Uitkomst::verstuurd:
+            log_(herstel ? "Cmd+V verstuurd, vorig klembord wordt teruggezet"
+                         : "Cmd+V verstuurd, tekst blijft op het klembord");
+            break;
+        case Plakker::Uitkomst::opKlembord:
+            log_("Geen Toegankelijkheid: tekst op het klembord gezet");
+            toon_({"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
+                   "Tekst staat op het klembord"});
+            break;
+        case Plakker::Uitkomst::doelGewijzigd:
+            if (geweigerd) {
+                log_("Niet geplakt (" + redenTekst(*geweigerd) +
+                     " dan bij de start): tekst op het klembord gezet");
+                toon_(
+                    {"Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V waar je "
+                     "wilt.",
+                     false, "Tekst staat op je klembord"});
+            } else {
+                log_(
+                    "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
+                    "gezet");
+                toon_({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
+            }
+            break;
+    }
+}
+
+}  // namespace tolmo

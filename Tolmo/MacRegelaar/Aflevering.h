@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "Tolmo/Plakker/Plakker.h"
+#include "Tolmo/Poorten/Focus.h"
+#include "Tolmo/Poorten/Meldingen.h"
+#include "Tolmo/Poorten/Toestemmingen.h"
+#include "TolmoKern/Plakken/PlakDoel.h"
+
+namespace tolmo {
+
+// Delivers a finished dictation's text: pastes it into the app and field that had focus when
+// the dictation started, or leaves it on the clipboard when that target is gone or pasting is
+// not allowed, logs which it was and tells the user where the text is. Nothing is ever lost:
+// whatever happens, the text ends up in the target or on the clipboard. Main thread.
+class Aflevering {
+  public:
+    using Log = std::function<void(const std::string&)>;
+    using Toon = std::function<void(Melding)>;
+
+    // The ports must outlive this object; the paster's callbacks reach it only while the
+    // paster lives.
+    Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen, Log log,
+               Toon toon);
+
+    // klaar runs once the outcome is known and reported, possibly before plak returns.
+    void plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
+              std::function<void()> klaar);
+
+  private:
+    void meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
+                      std::optional<Doel::Reden> geweigerd);
+
+    Plakker& plakker_;
+    const Focus& focus_;
+    const Toestemmingen& toestemmingen_;
+    Log log_;
+    Toon toon_;
+};
+
+}  // namespace tolmo
