@@ -5,7 +5,7 @@ set -euo pipefail
 
 pakketten=(
   # build
-  build-essential cmake ninja-build pkg-config git
+  build-essential cmake ninja-build pkg-config git ccache
   clang clang-format clang-tidy libclang-rt-14-dev llvm clang-16 libc++-16-dev libc++abi-16-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev valgrind

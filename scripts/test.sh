@@ -6,6 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/installeer.sh
+# Paths relative to the checkout, so that another clone of the same tree hits ccache as well.
+export CCACHE_BASEDIR="$PWD"
 
 echo "== opmaak"
 scripts/formaat.sh --check
