@@ -54,6 +54,7 @@ std::map<std::string, std::string> eigenschappenVan(const pa_proplist* lijst) {
 struct PulseAudioEngine::Staat {
     pa_threaded_mainloop* lus = nullptr;
     pa_context* ctx = nullptr;
+    std::string appNaam;
     pa_stream* stroom = nullptr;
 
     // The default source as last asked; forgotten on every server or source event.
@@ -97,6 +98,69 @@ struct PulseAudioEngine::Staat {
             pa_context_unref(ctx);
         }
         pa_threaded_mainloop_free(lus);
+    }
+
+    // A new connection to the server, with the lock held and the loop running: at start, and
+    // again whenever the server went away (a restarted daemon, PipeWire's pulse server
+    // restarting), so the next dictation works without restarting the app.
+    void verbind() {
+        sloopStroom();
+        if (ctx != nullptr) {
+            pa_context_set_subscribe_callback(ctx, nullptr, nullptr);
+            pa_context_set_state_callback(ctx, nullptr, nullptr);
+            pa_context_disconnect(ctx);
+            pa_context_unref(ctx);
+        }
+        bronBekend = false;
+        ctx = pa_context_new(pa_threaded_mainloop_get_api(lus), appNaam.c_str());
+        if (ctx == nullptr) {
+            throw std::system_error(PA_ERR_INTERNAL, categorie(), "pa_context_new");
+        }
+        pa_context_set_state_callback(
+            ctx,
+            [](pa_context* c, void* u) {
+                auto* s = static_cast<Staat*>(u);
+                const auto st = pa_context_get_state(c);
+                if (st == PA_CONTEXT_FAILED || st == PA_CONTEXT_TERMINATED) {
+                    s->bronBekend = false;
+                    s->meld();
+                }
+                pa_threaded_mainloop_signal(s->lus, 0);
+            },
+            this);
+        pa_context_set_subscribe_callback(
+            ctx,
+            [](pa_context*, pa_subscription_event_type_t t, std::uint32_t index, void* u) {
+                static_cast<Staat*>(u)->opGebeurtenis(t, index);
+            },
+            this);
+        if (pa_context_connect(ctx, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+            gooi("pa_context_connect");
+        }
+        for (;;) {
+            const auto st = pa_context_get_state(ctx);
+            if (st == PA_CONTEXT_READY) {
+                break;
+            }
+            if (st == PA_CONTEXT_FAILED || st == PA_CONTEXT_TERMINATED) {
+                gooi("pa_context_connect");
+            }
+            pa_threaded_mainloop_wait(lus);
+        }
+        wacht(pa_context_subscribe(
+            ctx,
+            static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER |
+                                                PA_SUBSCRIPTION_MASK_SOURCE),
+            [](pa_context*, int, void* u) {
+                pa_threaded_mainloop_signal(static_cast<Staat*>(u)->lus, 0);
+            },
+            this));
+    }
+
+    void zorgVoorVerbinding() {
+        if (ctx == nullptr || pa_context_get_state(ctx) != PA_CONTEXT_READY) {
+            verbind();
+        }
     }
 
     [[noreturn]] void gooi(const char* wat) const {
@@ -323,59 +387,19 @@ PulseAudioEngine::PulseAudioEngine(const std::string& appNaam) : s_(std::make_un
     if (s_->lus == nullptr) {
         throw std::system_error(PA_ERR_INTERNAL, categorie(), "pa_threaded_mainloop_new");
     }
-    s_->ctx = pa_context_new(pa_threaded_mainloop_get_api(s_->lus), appNaam.c_str());
-    if (s_->ctx == nullptr) {
-        throw std::system_error(PA_ERR_INTERNAL, categorie(), "pa_context_new");
-    }
-    pa_context_set_state_callback(
-        s_->ctx,
-        [](pa_context* c, void* u) {
-            auto* s = static_cast<Staat*>(u);
-            const auto st = pa_context_get_state(c);
-            if (st == PA_CONTEXT_FAILED || st == PA_CONTEXT_TERMINATED) {
-                s->bronBekend = false;
-                s->meld();
-            }
-            pa_threaded_mainloop_signal(s->lus, 0);
-        },
-        s_.get());
-    pa_context_set_subscribe_callback(
-        s_->ctx,
-        [](pa_context*, pa_subscription_event_type_t t, std::uint32_t index, void* u) {
-            static_cast<Staat*>(u)->opGebeurtenis(t, index);
-        },
-        s_.get());
-    if (pa_context_connect(s_->ctx, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
-        s_->gooi("pa_context_connect");
-    }
+    s_->appNaam = appNaam;
     if (pa_threaded_mainloop_start(s_->lus) < 0) {
         throw std::system_error(PA_ERR_INTERNAL, categorie(), "pa_threaded_mainloop_start");
     }
     const Slot slot(s_->lus);
-    for (;;) {
-        const auto st = pa_context_get_state(s_->ctx);
-        if (st == PA_CONTEXT_READY) {
-            break;
-        }
-        if (st == PA_CONTEXT_FAILED || st == PA_CONTEXT_TERMINATED) {
-            s_->gooi("pa_context_connect");
-        }
-        pa_threaded_mainloop_wait(s_->lus);
-    }
-    s_->wacht(pa_context_subscribe(
-        s_->ctx,
-        static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER |
-                                            PA_SUBSCRIPTION_MASK_SOURCE),
-        [](pa_context*, int, void* u) {
-            pa_threaded_mainloop_signal(static_cast<Staat*>(u)->lus, 0);
-        },
-        s_.get()));
+    s_->verbind();
 }
 
 PulseAudioEngine::~PulseAudioEngine() = default;
 
 InvoerFormaat PulseAudioEngine::invoerFormaat() {
     const Slot slot(s_->lus);
+    s_->zorgVoorVerbinding();
     if (!s_->bronBekend) {
         s_->verversBron();
     }
@@ -430,9 +454,7 @@ void PulseAudioEngine::verwijderTap() {
 
 void PulseAudioEngine::start() {
     const Slot slot(s_->lus);
-    if (pa_context_get_state(s_->ctx) != PA_CONTEXT_READY) {
-        s_->gooi("start");
-    }
+    s_->zorgVoorVerbinding();
     s_->gemeld = false;
     if (!s_->bronBekend) {
         s_->verversBron();

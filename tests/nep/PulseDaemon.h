@@ -44,28 +44,7 @@ class PulseDaemon {
         ::setenv("PULSE_STATE_PATH", (map_ / "state").c_str(), 1);
         ::setenv("PULSE_COOKIE", (map_ / "cookie").c_str(), 1);
         ::setenv("PULSE_SERVER", ("unix:" + socket_.string()).c_str(), 1);
-        pid_ =
-            start({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
-                   "--disable-shm=yes", "-F", (map_ / "default.pa").string(),
-                   "--log-target=newfile:" + (map_ / "log").string()});
-        if (pid_ <= 0) {
-            fout_ = "pulseaudio niet te starten";
-            return;
-        }
-        // The daemon is ready once pactl gets an answer through the socket.
-        for (int i = 0; i < 100; ++i) {
-            if (std::filesystem::exists(socket_) && voerUit({"pactl", "info"}) == 0) {
-                return;
-            }
-            int status = 0;
-            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-                pid_ = -1;
-                fout_ = "pulseaudio stopte meteen: " + log();
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        fout_ = "pulseaudio antwoordt niet: " + log();
+        startDaemon();
     }
 
     ~PulseDaemon() {
@@ -83,6 +62,17 @@ class PulseDaemon {
     }
     PulseDaemon(const PulseDaemon&) = delete;
     PulseDaemon& operator=(const PulseDaemon&) = delete;
+
+    // Stops the daemon and starts a new one on the same socket, as a user's session does when
+    // PulseAudio or PipeWire's pulse server restarts.
+    void herstart() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGTERM);
+            int status = 0;
+            ::waitpid(pid_, &status, 0);
+        }
+        startDaemon();
+    }
 
     // Empty when the daemon runs; otherwise why not.
     [[nodiscard]] const std::string& fout() const { return fout_; }
@@ -136,6 +126,31 @@ class PulseDaemon {
         const int r = ::posix_spawnp(&pid, argv[0], &acties, nullptr, argv.data(), environ);
         posix_spawn_file_actions_destroy(&acties);
         return r == 0 ? pid : -1;
+    }
+
+    void startDaemon() {
+        pid_ =
+            start({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
+                   "--disable-shm=yes", "-F", (map_ / "default.pa").string(),
+                   "--log-target=newfile:" + (map_ / "log").string()});
+        if (pid_ <= 0) {
+            fout_ = "pulseaudio niet te starten";
+            return;
+        }
+        // The daemon is ready once pactl gets an answer through the socket.
+        for (int i = 0; i < 100; ++i) {
+            if (std::filesystem::exists(socket_) && voerUit({"pactl", "info"}) == 0) {
+                return;
+            }
+            int status = 0;
+            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                fout_ = "pulseaudio stopte meteen: " + log();
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        fout_ = "pulseaudio antwoordt niet: " + log();
     }
 
     void stopAlles() {

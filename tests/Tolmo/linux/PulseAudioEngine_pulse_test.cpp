@@ -105,6 +105,28 @@ TEST(PulseAudioEngine, RecordsSpeechFromTheDefaultSource) {
     EXPECT_GT(wav->rms(), 0.01);
 }
 
+// A user's sound server restarts now and then (an update, PipeWire's pulse server crashing):
+// the next dictation must work without restarting the app.
+TEST(PulseAudioEngine, TheNextRecordingWorksAfterTheServerRestarted) {
+    PulseOpstelling o;
+    ASSERT_TRUE(o.maak());
+    for (int ronde = 0; ronde < 2; ++ronde) {
+        SCOPED_TRACE(ronde);
+        if (ronde == 1) {
+            o.daemon.herstart();
+            ASSERT_EQ(o.daemon.fout(), "");
+        }
+        o.opnemer->startEngine(false);
+        o.opnemer->start(AudioFormaat::wav);
+        o.neemOp(0.5, 48000);
+        const Opname opname = o.opnemer->rondAf();
+        o.engine->stop();
+        o.engine->verwijderTap();
+        EXPECT_FALSE(opname.onvolledig);
+        EXPECT_NEAR(opname.meting.duur(), 0.5, 0.1);
+    }
+}
+
 TEST(PulseAudioEngine, DeviceChangesDuringARecording) {
     PulseOpstelling o;
     ASSERT_TRUE(o.maak());
