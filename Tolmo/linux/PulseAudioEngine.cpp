@@ -86,31 +86,29 @@ struct PulseAudioEngine::Staat {
         }
         {
             const Slot slot(lus);
-            sloopStroom();
-            if (ctx != nullptr) {
-                pa_context_set_subscribe_callback(ctx, nullptr, nullptr);
-                pa_context_set_state_callback(ctx, nullptr, nullptr);
-                pa_context_disconnect(ctx);
-            }
+            ontkoppel();
         }
         pa_threaded_mainloop_stop(lus);
-        if (ctx != nullptr) {
-            pa_context_unref(ctx);
-        }
         pa_threaded_mainloop_free(lus);
     }
 
-    // A new connection to the server, with the lock held and the loop running: at start, and
-    // again whenever the server went away (a restarted daemon, PipeWire's pulse server
-    // restarting), so the next dictation works without restarting the app.
-    void verbind() {
+    // Drops the stream and the connection, with the lock held; their callbacks go first.
+    void ontkoppel() {
         sloopStroom();
         if (ctx != nullptr) {
             pa_context_set_subscribe_callback(ctx, nullptr, nullptr);
             pa_context_set_state_callback(ctx, nullptr, nullptr);
             pa_context_disconnect(ctx);
             pa_context_unref(ctx);
+            ctx = nullptr;
         }
+    }
+
+    // A new connection to the server, with the lock held and the loop running: at start, and
+    // again whenever the server went away (a restarted daemon, PipeWire's pulse server
+    // restarting), so the next dictation works without restarting the app.
+    void verbind() {
+        ontkoppel();
         bronBekend = false;
         ctx = pa_context_new(pa_threaded_mainloop_get_api(lus), appNaam.c_str());
         if (ctx == nullptr) {
