@@ -22,6 +22,9 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
   find_package(X11 REQUIRED)
 endif()
+if(TOLMO_APP)
+  find_package(Qt6 REQUIRED COMPONENTS Widgets)
+endif()
 if(TOLMO_TESTS AND TOLMO_GTEST_UIT_BRON)
   # Debian's GoogleTest libraries are built against libstdc++; with another standard library the
   # tests need GoogleTest built from its source, which Debian ships in /usr/src/googletest.

@@ -1,0 +1,76 @@
+#include "Tolmo/linux/app/Systeemvak.h"
+
+#include <QPainter>
+#include <QPixmap>
+#include <iostream>
+
+namespace tolmo {
+namespace {
+
+// Grey at rest, red while recording, amber while the text is being made.
+QIcon icoonVoor(MenuStand::Actie actie) {
+    const QColor kleur = actie == MenuStand::Actie::stop       ? QColor(220, 50, 47)
+                         : actie == MenuStand::Actie::annuleer ? QColor(230, 160, 30)
+                                                               : QColor(140, 140, 150);
+    QPixmap beeld(32, 32);
+    beeld.fill(Qt::transparent);
+    QPainter schilder(&beeld);
+    schilder.setRenderHint(QPainter::Antialiasing);
+    schilder.setPen(Qt::NoPen);
+    schilder.setBrush(kleur);
+    schilder.drawEllipse(4, 4, 24, 24);
+    schilder.setBrush(Qt::white);
+    // A microphone: capsule and stand.
+    schilder.drawRoundedRect(13, 8, 6, 11, 3, 3);
+    schilder.drawRect(15, 20, 2, 4);
+    return QIcon(beeld);
+}
+
+}  // namespace
+
+Systeemvak::Systeemvak(Handelingen handelingen) : h_(std::move(handelingen)) {
+    status_ = menu_.addAction(QString());
+    status_->setEnabled(false);
+    actie_ = menu_.addAction(QString());
+    QObject::connect(actie_, &QAction::triggered, &menu_, [this] { h_.actie(huidigeActie_); });
+    menu_.addSeparator();
+    QObject::connect(menu_.addAction(QStringLiteral("Afsluiten")), &QAction::triggered, &menu_,
+                     [this] { h_.afsluiten(); });
+    // The menu is brought up to date as it opens, so it never shows a state already left.
+    QObject::connect(&menu_, &QMenu::aboutToShow, &menu_, [this] { ververs(); });
+    icoon_.setContextMenu(&menu_);
+    QObject::connect(&icoon_, &QSystemTrayIcon::activated, &menu_,
+                     [this](QSystemTrayIcon::ActivationReason reden) {
+                         if (reden == QSystemTrayIcon::Trigger) {
+                             h_.actie(huidigeActie_);
+                         }
+                     });
+    icoon_.setIcon(icoonVoor(huidigeActie_));
+    icoon_.show();
+}
+
+void Systeemvak::toon(const Melding& melding) {
+    std::cerr << "Tolmo: " << melding.tekst << std::endl;
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        icoon_.showMessage(
+            QString::fromStdString(melding.titel.value_or("Tolmo")),
+            QString::fromStdString(melding.tekst),
+            melding.isFout ? QSystemTrayIcon::Warning : QSystemTrayIcon::Information);
+    }
+    ververs();
+}
+
+void Systeemvak::wis() {
+    ververs();
+}
+
+void Systeemvak::ververs() {
+    const MenuStand stand = h_.stand();
+    huidigeActie_ = stand.actie;
+    status_->setText(QString::fromStdString(stand.status));
+    actie_->setText(QString::fromStdString(stand.actieTitel));
+    icoon_.setToolTip(QString::fromStdString("Tolmo — " + stand.status));
+    icoon_.setIcon(icoonVoor(stand.actie));
+}
+
+}  // namespace tolmo

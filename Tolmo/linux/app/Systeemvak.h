@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <functional>
+
+#include "Tolmo/MacVertaling/MenuStand.h"
+#include "Tolmo/Poorten/Meldingen.h"
+
+namespace tolmo {
+
+// The tray icon and its menu: the status line, the one dictation action, quitting. Messages show
+// as tray notices and on standard error, which is where a desktop session without a tray (and a
+// test) sees them.
+class Systeemvak final : public Meldingen {
+  public:
+    struct Handelingen {
+        std::function<MenuStand()> stand;
+        std::function<void(MenuStand::Actie)> actie;
+        std::function<void()> afsluiten;
+    };
+
+    explicit Systeemvak(Handelingen handelingen);
+
+    void toon(const Melding& melding) override;
+    void wis() override;
+    // Redraws the icon and the menu from the controller's state.
+    void ververs();
+
+  private:
+    Handelingen h_;
+    QSystemTrayIcon icoon_;
+    QMenu menu_;
+    QAction* status_;
+    QAction* actie_;
+    MenuStand::Actie huidigeActie_ = MenuStand::Actie::start;
+};
+
+}  // namespace tolmo

@@ -1,0 +1,197 @@
+// tolmo-app: the Linux desktop shell. It composes the X11, PulseAudio and Qt adapters, hands them
+// to the dictation controller and draws what the controller reports.
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QDir>
+#include <QLockFile>
+#include <QSocketNotifier>
+#include <QStandardPaths>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+#include "Tolmo/GolfView/GolfAnimatie.h"
+#include "Tolmo/MacRegelaar/DictaatRegelaar.h"
+#include "Tolmo/MacVertaling/MenuStand.h"
+#include "Tolmo/Poorten/DraadWerker.h"
+#include "Tolmo/linux/BestandsKluis.h"
+#include "Tolmo/linux/LinuxToestemmingen.h"
+#include "Tolmo/linux/LogBestand.h"
+#include "Tolmo/linux/PulseAudioEngine.h"
+#include "Tolmo/linux/SoxrOmzetter.h"
+#include "Tolmo/linux/WavSchrijver.h"
+#include "Tolmo/linux/X11Focus.h"
+#include "Tolmo/linux/X11Klembord.h"
+#include "Tolmo/linux/X11ToetsBron.h"
+#include "Tolmo/linux/X11Verbinding.h"
+#include "Tolmo/linux/XdgOpslag.h"
+#include "Tolmo/linux/app/OpnameVenster.h"
+#include "Tolmo/linux/app/QtHoofdLus.h"
+#include "Tolmo/linux/app/QtToestemmingsVraag.h"
+#include "Tolmo/linux/app/Systeemvak.h"
+#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+
+namespace tolmo {
+namespace {
+
+std::filesystem::path opnameMap() {
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    const std::filesystem::path basis =
+        cache != nullptr && *cache == '/'
+            ? std::filesystem::path(cache)
+            : std::filesystem::path(QDir::homePath().toStdString()) / ".cache";
+    auto map = basis / "tolmo" / "opnames";
+    std::filesystem::create_directories(map);
+    return map;
+}
+
+void meld(const std::string& regel) {
+    std::cerr << "Tolmo: " << regel << std::endl;
+}
+
+// Every adapter of the Linux shell, composed once; the controller gets them as its ports.
+struct Samenstelling {
+    X11Verbinding x11;
+    QtHoofdLus lus;
+    PulseAudioEngine engine{"Tolmo"};
+    LinuxToestemmingen toestemmingen{engine, x11};
+    X11ToetsBron toetsen{x11};
+    X11EscBron esc{x11};
+    SoxrOmzetter::Maker omzetters;
+    WavSchrijver::Maker schrijvers;
+    X11Klembord klembord{x11};
+    X11Focus focus{x11};
+    QtToestemmingsVraag vraag;
+    XdgOpslag groep{XdgOpslag::configMap(), std::string(GedeeldeOpslag::groepSuite), meld};
+    XdgOpslag standaard{XdgOpslag::configMap(), "app.tolmo", meld};
+    LogBestand logOpslag{LogBestand::standaardPad(), Logboek::maximum};
+    DraadWerker werker;
+    BestandsKluis kluis{XdgOpslag::configMap()};
+    GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
+    OpnameVenster indicator{golf};
+    std::unique_ptr<Systeemvak> vak;
+    QSocketNotifier x11Gebeurtenissen{x11.descriptor(), QSocketNotifier::Read};
+    // Last, so it goes first: it holds every port above.
+    std::unique_ptr<DictaatRegelaar> regelaar;
+
+    void bouw() {
+        // Xlib may read events into its queue while it answers a request, so the queue is also
+        // emptied each time the loop is about to sleep, not only when the socket is readable.
+        QObject::connect(&x11Gebeurtenissen, &QSocketNotifier::activated, &indicator,
+                         [this] { x11.verwerk(); });
+        QObject::connect(QAbstractEventDispatcher::instance(),
+                         &QAbstractEventDispatcher::aboutToBlock, &indicator,
+                         [this] { x11.verwerk(); });
+        vak = std::make_unique<Systeemvak>(Systeemvak::Handelingen{
+            [this] {
+                return MenuStand::van(regelaar->toestand(), regelaar->melding(),
+                                      regelaar->instellingen());
+            },
+            [this](MenuStand::Actie actie) {
+                if (actie == MenuStand::Actie::annuleer) {
+                    regelaar->annuleer();
+                } else {
+                    regelaar->wissel(DictaatRegelaar::Bron::menu);
+                }
+            },
+            [] { QApplication::quit(); }});
+        DictaatRegelaar::Opties opties;
+        opties.versie = TOLMO_VERSIE;
+        opties.opnameMap = opnameMap();
+        opties.formaat = AudioFormaat::wav;
+        opties.logBron = "linux";
+        // On Linux the user picks the route (their own key, the EU route, the test engine, or
+        // the relay server); nothing is forced through the relay.
+        opties.altijdViaServer = false;
+        DictaatRegelaar::Poorten poorten{
+            lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
+            vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, kluis};
+        poorten.esc = &esc;
+        regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
+        golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
+        regelaar->luister([this](DictaatRegelaar::Wijziging w) {
+            if (w == DictaatRegelaar::Wijziging::toestand) {
+                golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
+                meld(std::string("toestand ") +
+                     (regelaar->toestand() == DictaatRegelaar::Toestand::klaar     ? "klaar"
+                      : regelaar->toestand() == DictaatRegelaar::Toestand::neemtOp ? "neemt op"
+                                                                                   : "verwerkt"));
+            }
+            vak->ververs();
+        });
+        regelaar->opstarten();
+        vak->ververs();
+    }
+};
+
+// SIGTERM and SIGINT end the app through its event loop, so quitting still cancels a
+// recording and puts a waiting clipboard back.
+int signaalPijp[2] = {-1, -1};
+
+void opSignaal(int /*signaal*/) {
+    const char byte = 1;
+    [[maybe_unused]] const auto n = ::write(signaalPijp[1], &byte, 1);
+}
+
+}  // namespace
+}  // namespace tolmo
+
+int main(int argc, char** argv) {
+    using namespace tolmo;
+    // Keys, clipboard and focus are X11's: under Wayland the app runs through XWayland and sees
+    // only X11 windows.
+    if (std::getenv("DISPLAY") == nullptr) {
+        std::cerr << "tolmo-app: geen X11-sessie (DISPLAY is niet gezet).\n";
+        return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("tolmo-app"));
+    QApplication::setApplicationVersion(QStringLiteral(TOLMO_VERSIE));
+    // The tray icon holds the app; closing the consent box or the indicator does not end it.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QLockFile slot(QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
+                       .filePath(QStringLiteral("tolmo-app.lock")));
+    if (!slot.tryLock(0)) {
+        std::cerr << "tolmo-app: Tolmo draait al in deze sessie.\n";
+        return 1;
+    }
+
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signaalPijp) != 0) {
+        return 1;
+    }
+    struct sigaction actie {};
+    actie.sa_handler = opSignaal;
+    sigemptyset(&actie.sa_mask);
+    actie.sa_flags = SA_RESTART;
+    sigaction(SIGTERM, &actie, nullptr);
+    sigaction(SIGINT, &actie, nullptr);
+    QSocketNotifier signalen(signaalPijp[0], QSocketNotifier::Read);
+    QObject::connect(&signalen, &QSocketNotifier::activated, &app, [] { QApplication::quit(); });
+
+    std::unique_ptr<Samenstelling> s;
+    try {
+        s = std::make_unique<Samenstelling>();
+        s->bouw();
+    } catch (const std::exception& e) {
+        std::cerr << "tolmo-app: " << e.what() << "\n";
+        return 1;
+    }
+    QObject::connect(&app, &QApplication::aboutToQuit, &app, [&s] {
+        // Cancels a running dictation, releases the keys and puts a waiting clipboard back.
+        s->regelaar->afsluiten();
+    });
+    std::cerr << "Tolmo: klaar" << std::endl;
+    const int code = QApplication::exec();
+    s->regelaar.reset();
+    s.reset();
+    return code;
+}
