@@ -26,7 +26,12 @@ Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen
       focus_(focus),
       toestemmingen_(toestemmingen),
       log_(std::move(log)),
-      toon_(std::move(toon)) {}
+      toon_(std::move(toon)) {
+    plakker_.zetOpNietGelezen([this] {
+        log_("Plakken niet gelezen door de app: tekst blijft op het klembord");
+        toon_({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
+    });
+}
 
 void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
                       std::function<void()> klaar) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,13 @@ class KlembordPoort {
     virtual void herstel(const Momentopname& momentopname) = 0;
     // Posts the paste keystroke to the frontmost app.
     virtual void stuurPlakToets() = 0;
+
+    // Whether the platform shows when another app reads what schrijf wrote (X11 does: the reader
+    // asks the owner). Then the paster restores right after the read instead of after a guess.
+    [[nodiscard]] virtual bool toontLezen() const { return false; }
+    // opGelezen runs on the main thread for every read of the text schrijf wrote, until it is
+    // replaced; an empty function stops the reports.
+    virtual void zetOpGelezen(std::function<void()> /*opGelezen*/) {}
 };
 
 }  // namespace tolmo

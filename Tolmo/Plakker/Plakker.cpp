@@ -56,6 +56,13 @@ void Plakker::voerUit(Opdracht opdracht) {
     } else {
         klembord_.zetTekst(opdracht.tekst);
     }
+    if (opdracht.herstel && klembord_.toontLezen()) {
+        // Watch for the read before the keystroke goes out: a fast app reads at once.
+        wachtOpLezen(token, opdracht.tekst);
+        klembord_.stuurPlakToets();
+        opdracht.klaar(Uitkomst::verstuurd);
+        return;
+    }
     klembord_.stuurPlakToets();
     opdracht.klaar(Uitkomst::verstuurd);
     // The next paste waits until the target app has read the clipboard and it is restored.
@@ -72,7 +79,50 @@ void Plakker::voerUit(Opdracht opdracht) {
                 });
 }
 
+void Plakker::wachtOpLezen(std::int64_t token, std::string tekst) {
+    const std::weak_ptr<Plakker*> w(anker_);
+    leesTimer_ = lus_.eenmalig(langsteWachtOpLezen, [w, token, tekst] {
+        if (const auto p = w.lock()) {
+            (**p).sluitLezenAf(token, false, tekst);
+        }
+    });
+    // Every read starts the quiet time again; the restore follows the last one.
+    klembord_.zetOpGelezen([w, token] {
+        if (const auto p = w.lock()) {
+            Plakker& plakker = **p;
+            plakker.leesTimer_ = plakker.lus_.eenmalig(stilteNaLezen, [w, token] {
+                if (const auto q = w.lock()) {
+                    (**q).sluitLezenAf(token, true, {});
+                }
+            });
+        }
+    });
+}
+
+void Plakker::sluitLezenAf(std::int64_t token, bool gelezen, const std::string& tekst) {
+    klembord_.zetOpGelezen({});
+    leesTimer_.annuleer();
+    if (openHerstel_ == token) {
+        openHerstel_.reset();
+        if (gelezen) {
+            transacties_.rondAf(token);
+        } else {
+            // A copy the user made meanwhile is theirs; otherwise the text is written again as
+            // text meant to stay, so clipboard managers keep it too.
+            if (transacties_.laatStaan(token)) {
+                klembord_.zetTekst(tekst);
+                if (opNietGelezen_) {
+                    opNietGelezen_();
+                }
+            }
+        }
+    }
+    volgende();
+}
+
 void Plakker::rondAfNu() {
+    klembord_.zetOpGelezen({});
+    leesTimer_.annuleer();
     wachtrij_.clear();
     if (openHerstel_) {
         const std::int64_t token = *openHerstel_;

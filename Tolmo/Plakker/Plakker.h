@@ -21,8 +21,14 @@ class Plakker {
   public:
     enum class Uitkomst { verstuurd, opKlembord, doelGewijzigd };
 
-    // How long the target app gets to read the clipboard before it is restored.
+    // How long the target app gets to read the clipboard before it is restored, where reads
+    // cannot be seen.
     static constexpr double herstelVertraging = 0.6;
+    // Where reads can be seen: the restore follows the last read after this quiet time (an app
+    // asks for the list of types before the text itself), and a paste that nobody read within
+    // the longest wait is left on the clipboard (the keystroke was swallowed).
+    static constexpr double stilteNaLezen = 0.1;
+    static constexpr double langsteWachtOpLezen = 2.0;
 
     using DoelKlopt = std::function<bool()>;
     using Klaar = std::function<void(Uitkomst)>;
@@ -42,6 +48,11 @@ class Plakker {
 
     [[nodiscard]] bool bezig() const { return bezig_; }
 
+    // Told when a paste was never read and its text stays on the clipboard instead.
+    void zetOpNietGelezen(std::function<void()> opNietGelezen) {
+        opNietGelezen_ = std::move(opNietGelezen);
+    }
+
   private:
     struct Opdracht {
         std::string tekst;
@@ -52,6 +63,9 @@ class Plakker {
 
     void volgende();
     void voerUit(Opdracht opdracht);
+    void wachtOpLezen(std::int64_t token, std::string tekst);
+    // The end of a watched paste: restored after a read, or the text left when nobody read it.
+    void sluitLezenAf(std::int64_t token, bool gelezen, const std::string& tekst);
 
     KlembordPoort& klembord_;
     HoofdLus& lus_;
@@ -60,6 +74,8 @@ class Plakker {
     std::deque<Opdracht> wachtrij_;
     std::optional<std::int64_t> openHerstel_;
     bool bezig_ = false;
+    Timer leesTimer_;
+    std::function<void()> opNietGelezen_;
     // Tasks left on the main loop check this before touching a paster that is gone.
     std::shared_ptr<Plakker*> anker_;
 };

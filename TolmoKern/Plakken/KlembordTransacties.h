@@ -45,6 +45,18 @@ class KlembordTransacties {
         onzeVersie_.reset();
     }
 
+    // The pasted text stays for the user: what was there before is let go, not restored.
+    // Answers whether the clipboard still holds that text (nobody wrote since).
+    bool laatStaan(std::int64_t token) {
+        if (token != laatste_) {
+            return false;
+        }
+        const bool onsNog = onzeVersie_ && klembord_.wijzigingsTeller() == *onzeVersie_;
+        origineel_.reset();
+        onzeVersie_.reset();
+        return onsNog;
+    }
+
     [[nodiscard]] bool houdtOrigineel() const { return origineel_.has_value(); }
 
   private:

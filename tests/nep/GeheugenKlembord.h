@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +42,17 @@ class GeheugenKlembord final : public KlembordPoort {
         ++plakToetsen;
         geplakt.push_back(tekst());
     }
+    // A clipboard whose reads can be seen, like X11's; lees() is the target app reading.
+    bool lezenZichtbaar = false;
+    std::function<void()> opGelezen;
+    bool toontLezen() const override { return lezenZichtbaar; }
+    void zetOpGelezen(std::function<void()> f) override { opGelezen = std::move(f); }
+    void lees() {
+        if (opGelezen) {
+            opGelezen();
+        }
+    }
+
     // The user (or another app) copies something.
     void kopieer(const std::string& tekst) { zetTekst(tekst); }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <optional>
+
 #include "nep/GeheugenKlembord.h"
 #include "nep/NepHoofdLus.h"
 #include "nep/NepToestemmingen.h"
@@ -99,6 +102,68 @@ TEST_F(PlakkerTest, ACopyDuringTheWaitIsKept) {
     lus.verstrijk(0.5);
     EXPECT_EQ(klembord.tekst(), "net gekopieerd");
     EXPECT_EQ(klembord.herstellingen, 0);
+}
+
+TEST_F(PlakkerTest, WhereReadsShowTheRestoreFollowsTheLastRead) {
+    struct Geval {
+        const char* naam;
+        std::vector<double> lezingen;  // seconds after the paste
+        std::optional<double> gebruikerKopieert;
+        double hersteldNa;  // -1: never restored
+        std::string daarna;
+        bool gemeld;
+    };
+    const Geval gevallen[] = {
+        {"een lezing", {0.05}, {}, 0.15, "van de gebruiker", false},
+        {"lijst van typen, dan de tekst", {0.05, 0.12}, {}, 0.22, "van de gebruiker", false},
+        {"nooit gelezen", {}, {}, -1, "dictaat", true},
+        {"nooit gelezen, gebruiker kopieert", {}, 1.0, -1, "net gekopieerd", false},
+    };
+    for (const Geval& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        nep::GeheugenKlembord k;
+        nep::NepHoofdLus l;
+        nep::NepToestemmingen t;
+        Plakker p(k, l, t);
+        int gemeld = 0;
+        p.zetOpNietGelezen([&] { ++gemeld; });
+        k.lezenZichtbaar = true;
+        k.kopieer("van de gebruiker");
+        p.plak(
+            "dictaat", true, [] { return true; }, [](Uitkomst) {});
+        l.draai();
+        const double start = l.uptime();
+        std::vector<std::pair<double, std::function<void()>>> plan;
+        for (double moment : g.lezingen) {
+            plan.emplace_back(moment, [&k] { k.lees(); });
+        }
+        if (g.gebruikerKopieert) {
+            plan.emplace_back(*g.gebruikerKopieert, [&k] { k.kopieer("net gekopieerd"); });
+        }
+        std::optional<double> hersteld;
+        for (double tijd = 0; tijd < 3.0; tijd += 0.01) {
+            for (auto& [moment, actie] : plan) {
+                if (std::abs(moment - tijd) < 0.005) {
+                    actie();
+                }
+            }
+            l.verstrijk(0.01);
+            if (!hersteld && k.herstellingen > 0) {
+                hersteld = l.uptime() - start;
+            }
+        }
+        if (g.hersteldNa < 0) {
+            EXPECT_FALSE(hersteld);
+        } else {
+            ASSERT_TRUE(hersteld);
+            EXPECT_NEAR(*hersteld, g.hersteldNa, 0.015);
+        }
+        EXPECT_EQ(k.tekst(), g.daarna);
+        EXPECT_EQ(gemeld, g.gemeld ? 1 : 0);
+        // Text left for the user is no longer marked as transient.
+        EXPECT_EQ(k.items.front().size(), 1U);
+        EXPECT_FALSE(p.bezig());
+    }
 }
 
 TEST_F(PlakkerTest, NothingRunsAfterThePasterIsGone) {
