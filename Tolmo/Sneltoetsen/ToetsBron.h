@@ -22,7 +22,8 @@ namespace tolmo {
 // the main run loop), NSEvent global and local monitors, Carbon RegisterEventHotKey with one
 // application event handler, CGEventSourceFlagsState of the combined session state.
 // X11: XInput2 raw key events on the root window for the tap, XGrabKey with a handler on the
-// main loop for the toggle combination, XkbGetState for the session flags.
+// main loop for the toggle combination, the keys down (XQueryKeymap) for the session flags, which
+// unlike the modifier state tell left from right.
 class ToetsBron {
   public:
     // The two kinds of key event that are watched (their Quartz event type numbers).

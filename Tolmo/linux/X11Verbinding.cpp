@@ -47,8 +47,11 @@ X11Verbinding::X11Verbinding(const char* naam) {
     int gebeurtenis = 0;
     int fout = 0;
     if (XQueryExtension(display_, "XInputExtension", &opcode, &gebeurtenis, &fout) != 0) {
+        // The server holds a connection to the first version it announces. 2.2, because a 2.0
+        // client gets no raw key events while any client has the keyboard grabbed (a menu, a
+        // hot key being pressed); an older server answers with its own version, still fine.
         int hoofd = 2;
-        int sub = 0;
+        int sub = 2;
         if (XIQueryVersion(display_, &hoofd, &sub) == Success) {
             xinput2_ = opcode;
         }
