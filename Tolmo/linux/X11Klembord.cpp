@@ -1,6 +1,7 @@
 #include "Tolmo/linux/X11Klembord.h"
 
 #include <X11/Xatom.h>
+#include <X11/extensions/XRes.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <poll.h>
@@ -30,6 +31,30 @@ constexpr std::string_view metaDoelen[] = {
 // Bytes per item as Xlib hands them over: 32-bit items come as longs.
 std::size_t xlibBreedte(int formaat) {
     return formaat == 32 ? sizeof(long) : formaat == 16 ? sizeof(short) : 1;
+}
+
+// The client (X connection) that created a window, named by its resource base, from the
+// X-Resource extension. Toolkits convert selections on unmapped helper windows of their own,
+// which carry no _NET_WM_PID; the server still knows whose they are.
+std::optional<XID> clientVan(Display* display, Window venster) {
+    int gebeurtenis = 0;
+    int fout = 0;
+    if (venster == None || XResQueryExtension(display, &gebeurtenis, &fout) == 0) {
+        return std::nullopt;
+    }
+    XResClientIdSpec vraag{venster, XRES_CLIENT_ID_XID_MASK};
+    long aantal = 0;
+    XResClientIdValue* waarden = nullptr;
+    std::optional<XID> client;
+    if (XResQueryClientIds(display, 1, &vraag, &aantal, &waarden) == Success) {
+        for (long i = 0; i < aantal && !client; ++i) {
+            if (XResGetClientIdType(&waarden[i]) == XRES_CLIENT_ID_XID) {
+                client = waarden[i].spec.client;
+            }
+        }
+        XResClientIdsDestroy(aantal, waarden);
+    }
+    return client;
 }
 
 std::string sleutel(const std::string& doel, const std::string& type, int formaat) {
@@ -172,13 +197,24 @@ bool X11Klembord::isTerminal(const WmKlasse& klasse, const std::vector<std::stri
     return past(klasse.instantie) || past(klasse.klasse);
 }
 
+void X11Klembord::zetOpGelezen(std::function<void()> opGelezen) {
+    if (opGelezen) {
+        gelezen_ = [f = std::move(opGelezen)](Window /*lezer*/) { f(); };
+    } else {
+        gelezen_ = nullptr;
+    }
+}
+
 bool X11Klembord::isPlakLezing(const Lezing& lezing) {
-    if (!lezing.dictaat || !lezing.plakTijd || lezing.tijd == CurrentTime) {
+    if (!lezing.dictaat || !lezing.plakTijd) {
         return false;
     }
     const std::string_view d = lezing.doel;
     const bool tekst = d == "UTF8_STRING" || d == "STRING" || d == "TEXT" || d == "COMPOUND_TEXT" ||
                        d.starts_with("text/plain");
+    if (lezing.tijd == CurrentTime) {
+        return tekst && lezing.uitDoelApp;
+    }
     // Server times are milliseconds in 32 bits that wrap after 49 days: compare the difference.
     const auto verschil = static_cast<std::int32_t>(static_cast<std::uint32_t>(lezing.tijd) -
                                                     static_cast<std::uint32_t>(*lezing.plakTijd));
@@ -498,7 +534,9 @@ void X11Klembord::dienVerzoek(const XSelectionRequestEvent& verzoek) {
     XFlush(display_);
     if (antwoord.property != None && gelezen_ && dictaat_ && plakTijd_) {
         const std::string doel = verbinding_.atoomNaam(verzoek.target);
-        if (isPlakLezing({doel, dictaat_, plakTijd_, verzoek.time})) {
+        const bool uitDoelApp = verzoek.time == CurrentTime && plakClient_ &&
+                                clientVan(display_, verzoek.requestor) == plakClient_;
+        if (isPlakLezing({doel, dictaat_, plakTijd_, verzoek.time, uitDoelApp})) {
             plakTijd_.reset();
             // A copy: the handler may replace itself through opGelezen.
             const Gelezen gelezen = gelezen_;
@@ -635,7 +673,9 @@ void X11Klembord::stuurPlakToets() {
     }
     wachtOpLosgelatenModifiers();
     bool terminal = false;
+    plakClient_.reset();
     if (const auto actief = actiefVenster(verbinding_)) {
+        plakClient_ = clientVan(display_, *actief);
         const auto klasse = leesWmKlasse(verbinding_, *actief);
         terminal = klasse && isTerminal(*klasse, terminals_);
     }

@@ -61,6 +61,9 @@ class X11Klembord final : public KlembordPoort {
     // may be restored right away.
     void opGelezen(Gelezen gelezen) { gelezen_ = std::move(gelezen); }
 
+    [[nodiscard]] bool toontLezen() const override { return true; }
+    void zetOpGelezen(std::function<void()> opGelezen) override;
+
     [[nodiscard]] bool bezitKlembord() const { return eigen_.has_value(); }
     [[nodiscard]] Window venster() const { return venster_; }
 
@@ -78,14 +81,16 @@ class X11Klembord final : public KlembordPoort {
         // Server time taken just before the paste keystroke went out; empty until then.
         std::optional<Time> plakTijd;
         Time tijd = CurrentTime;  // the request's time stamp
+        // The requestor belongs to the client that made the active window at the paste.
+        bool uitDoelApp = false;
     };
     // Whether a request is the pasting app fetching the dictation's text. Apps paste on the key
     // event and convert with that event's time, which is at or after plakTijd. Clipboard
     // managers react to the owner change instead: they convert with CurrentTime or with a time
     // from around the change, which stuurPlakToets keeps a few milliseconds before plakTijd.
     // They also ask for targets that are not text (TARGETS, SAVE_TARGETS, the hint) first; only
-    // a text target counts. A paste that converts with CurrentTime is missed: the restore then
-    // waits its fixed delay, which is the safe side.
+    // a text target counts. Some toolkits paste with CurrentTime as well; such a read counts when
+    // the X server says the requestor belongs to the very client we pasted into.
     [[nodiscard]] static bool isPlakLezing(const Lezing& lezing);
 
   private:
@@ -136,6 +141,8 @@ class X11Klembord final : public KlembordPoort {
     bool dictaat_ = false;
     Time eigenaarTijd_ = CurrentTime;
     std::optional<Time> plakTijd_;
+    // The client that made the active window at the paste keystroke, as the X server knows it.
+    std::optional<XID> plakClient_;
     std::vector<Overdracht> overdrachten_;
 
     // The count moves on every owner change; reading it first takes in the changes the server

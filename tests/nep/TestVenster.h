@@ -128,28 +128,53 @@ class TestVenster {
                                   w_, e.xkey.time);
             }
         } else if (e.type == SelectionNotify) {
-            std::string data;
-            if (e.xselection.property != None) {
-                Atom type = None;
-                int formaat = 0;
-                unsigned long n = 0;
-                unsigned long rest = 0;
-                unsigned char* p = nullptr;
-                XGetWindowProperty(d_, w_, e.xselection.property, 0, 1 << 24, True, AnyPropertyType,
-                                   &type, &formaat, &n, &rest, &p);
-                if (p != nullptr) {
-                    data.assign(reinterpret_cast<const char*>(p), n * (formaat / 8));
-                    XFree(p);
-                }
+            Atom type = None;
+            std::string data =
+                e.xselection.property != None ? neemEigenschap(e.xselection.property, type) : "";
+            if (type == atoom("INCR")) {
+                // Large replies come in parts, each announced by a new value of the property.
+                incr_ = std::string();
+                return;
             }
-            if (plakken_) {
-                plakken_ = false;
-                veld += data;
-            } else {
-                gelezen_ = data;
+            lever(std::move(data));
+        } else if (e.type == PropertyNotify && incr_ && e.xproperty.state == PropertyNewValue &&
+                   e.xproperty.atom == atoom("TOLMO_TEST")) {
+            Atom type = None;
+            const std::string deel = neemEigenschap(e.xproperty.atom, type);
+            if (!deel.empty()) {
+                *incr_ += deel;
+                return;
             }
+            std::string heel = std::move(*incr_);
+            incr_.reset();
+            lever(std::move(heel));
         } else if (e.type == SelectionRequest) {
             dien(e.xselectionrequest);
+        }
+    }
+
+    // Reads 8-bit data and deletes the property, which asks an INCR sender for the next part.
+    std::string neemEigenschap(Atom eigenschap, Atom& type) {
+        int formaat = 0;
+        unsigned long n = 0;
+        unsigned long rest = 0;
+        unsigned char* p = nullptr;
+        std::string data;
+        XGetWindowProperty(d_, w_, eigenschap, 0, 1 << 24, True, AnyPropertyType, &type, &formaat,
+                           &n, &rest, &p);
+        if (p != nullptr) {
+            data.assign(reinterpret_cast<const char*>(p), formaat == 8 ? n : 0);
+            XFree(p);
+        }
+        return data;
+    }
+
+    void lever(std::string data) {
+        if (plakken_) {
+            plakken_ = false;
+            veld += data;
+        } else {
+            gelezen_ = std::move(data);
         }
     }
 
@@ -189,6 +214,7 @@ class TestVenster {
     Window w_ = None;
     std::map<std::string, std::string> eigen_;
     std::optional<std::string> gelezen_;
+    std::optional<std::string> incr_;
     bool plakken_ = false;
 };
 

@@ -61,6 +61,10 @@ TEST(X11Klembord, CountsOnlyThePastingAppsReadOfTheText) {
         // A clipboard manager converting with the owner change's time or CurrentTime.
         {{"UTF8_STRING", true, 1000, 995}, false},
         {{"UTF8_STRING", true, 1000, CurrentTime}, false},
+        // A toolkit that pastes with CurrentTime, known by its process.
+        {{"UTF8_STRING", true, 1000, CurrentTime, true}, true},
+        {{"TARGETS", true, 1000, CurrentTime, true}, false},
+        {{"UTF8_STRING", true, std::nullopt, CurrentTime, true}, false},
         {{"TARGETS", true, 1000, 1250}, false},
         {{"SAVE_TARGETS", true, 1000, 1250}, false},
         {{"image/png", true, 1000, 1250}, false},
@@ -130,6 +134,7 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
     X11Verbinding onze;
     X11Klembord klembord(onze);
     nep::X11AndereApp app(onze);
+    nep::X11AndereApp beheerder(onze);  // a clipboard manager
     std::vector<Window> gelezen;
     klembord.opGelezen([&](Window w) { gelezen.push_back(w); });
 
@@ -138,11 +143,13 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
         const char* klasse;
         bool houdShiftVast;  // the user still holds Shift for a moment
         unsigned verwacht;
+        bool zonderTijd;  // the app converts with CurrentTime, not the key's time
     };
     const Geval gevallen[] = {
-        {"gedit", "Gedit", false, ControlMask},
-        {"xterm", "XTerm", false, ControlMask | ShiftMask},
-        {"gedit", "Gedit", true, ControlMask},
+        {"gedit", "Gedit", false, ControlMask, false},
+        {"xterm", "XTerm", false, ControlMask | ShiftMask, false},
+        {"gedit", "Gedit", true, ControlMask, false},
+        {"chrome", "Chrome", false, ControlMask, true},
     };
     for (std::size_t i = 0; i < std::size(gevallen); ++i) {
         SCOPED_TRACE(i);
@@ -169,10 +176,11 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
         const auto toets = app.wachtOpToets(XK_v);
         ASSERT_TRUE(toets);
         EXPECT_EQ(toets->state & (ControlMask | ShiftMask), g.verwacht);
-        // A clipboard manager's read, then the pasting app's on the key's time.
-        EXPECT_EQ(app.lees("UTF8_STRING"), "plak mij");
+        // A clipboard manager's reads, then the pasting app's.
+        EXPECT_EQ(beheerder.lees("UTF8_STRING"), "plak mij");
+        EXPECT_EQ(beheerder.lees("UTF8_STRING", toets->time - 10), "plak mij");
         EXPECT_TRUE(gelezen.empty());
-        EXPECT_EQ(app.lees("UTF8_STRING", toets->time), "plak mij");
+        EXPECT_EQ(app.lees("UTF8_STRING", g.zonderTijd ? CurrentTime : toets->time), "plak mij");
         EXPECT_EQ(gelezen, std::vector<Window>{app.venster()});
         if (houder.joinable()) {
             houder.join();
