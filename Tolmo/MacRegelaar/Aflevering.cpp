@@ -21,15 +21,17 @@ std::string redenTekst(Doel::Reden reden) {
 }  // namespace
 
 Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen,
-                       Log log, Toon toon)
+                       Log log, Toon toon, PlakToets plakToets)
     : plakker_(plakker),
       focus_(focus),
       toestemmingen_(toestemmingen),
       log_(std::move(log)),
-      toon_(std::move(toon)) {
+      toon_(std::move(toon)),
+      plakToets_(std::move(plakToets)) {
     plakker_.zetOpNietGelezen([this] {
         log_("Plakken niet gelezen door de app: tekst blijft op het klembord");
-        toon_({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
+        toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
+               std::nullopt});
     });
 }
 
@@ -61,27 +63,28 @@ void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
                               std::optional<Doel::Reden> geweigerd) {
     switch (uitkomst) {
         case Plakker::Uitkomst::verstuurd:
-            log_(herstel ? "Cmd+V verstuurd, vorig klembord wordt teruggezet"
-                         : "Cmd+V verstuurd, tekst blijft op het klembord");
+            log_(plakToets_.log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
+                                           : " verstuurd, tekst blijft op het klembord"));
             break;
         case Plakker::Uitkomst::opKlembord:
             log_("Geen Toegankelijkheid: tekst op het klembord gezet");
-            toon_({"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
-                   "Tekst staat op het klembord"});
+            toon_({"Plak met " + plakToets_.teken +
+                       ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
+                   false, "Tekst staat op het klembord"});
             break;
         case Plakker::Uitkomst::doelGewijzigd:
             if (geweigerd) {
                 log_("Niet geplakt (" + redenTekst(*geweigerd) +
                      " dan bij de start): tekst op het klembord gezet");
-                toon_(
-                    {"Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V waar je "
-                     "wilt.",
-                     false, "Tekst staat op je klembord"});
+                toon_({"Je wisselde van app of veld tijdens het verwerken. Plak met " +
+                           plakToets_.teken + " waar je wilt.",
+                       false, "Tekst staat op je klembord"});
             } else {
                 log_(
                     "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
                     "gezet");
-                toon_({"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt});
+                toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
+                       std::nullopt});
             }
             break;
     }

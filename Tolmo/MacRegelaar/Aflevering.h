@@ -16,6 +16,12 @@ namespace tolmo {
 // the dictation started, or leaves it on the clipboard when that target is gone or pasting is
 // not allowed, logs which it was and tells the user where the text is. Nothing is ever lost:
 // whatever happens, the text ends up in the target or on the clipboard. Main thread.
+// How messages and the log name the paste shortcut of the platform.
+struct PlakToets {
+    std::string teken = "⌘V";
+    std::string log = "Cmd+V";
+};
+
 class Aflevering {
   public:
     using Log = std::function<void(const std::string&)>;
@@ -24,7 +30,7 @@ class Aflevering {
     // The ports must outlive this object; the paster's callbacks reach it only while the
     // paster lives.
     Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen, Log log,
-               Toon toon);
+               Toon toon, PlakToets plakToets);
 
     // klaar runs once the outcome is known and reported, possibly before plak returns.
     void plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
@@ -39,6 +45,7 @@ class Aflevering {
     const Toestemmingen& toestemmingen_;
     Log log_;
     Toon toon_;
+    PlakToets plakToets_;
 };
 
 }  // namespace tolmo

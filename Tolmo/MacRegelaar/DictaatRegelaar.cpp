@@ -111,7 +111,7 @@ DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
       plakker_(p_.klembord, p_.lus, p_.toestemmingen),
       aflevering_(
           plakker_, p_.focus, p_.toestemmingen, [this](const std::string& t) { log(t); },
-          [this](Melding m) { toonMelding(std::move(m)); }) {}
+          [this](Melding m) { toonMelding(std::move(m)); }, o_.plakToets) {}
 
 DictaatRegelaar::~DictaatRegelaar() {
     anker_.reset();

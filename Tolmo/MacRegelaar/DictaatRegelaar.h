@@ -129,6 +129,7 @@ class DictaatRegelaar {
         // The Mac app dictates through the relay server whatever the stored engine; a shell
         // where the user chooses the engine turns this off.
         bool altijdViaServer = true;
+        PlakToets plakToets;
     };
 
     // A recording stops by itself after ten minutes.

@@ -110,6 +110,7 @@ struct Samenstelling {
         // On Linux the user picks the route (their own key, the EU route, the test engine, or
         // the relay server); nothing is forced through the relay.
         opties.altijdViaServer = false;
+        opties.plakToets = {"Ctrl+V", "Ctrl+V"};
         DictaatRegelaar::Poorten poorten{
             lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
             vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, kluis};
