@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegion>
 #include <QScreen>
 #include <chrono>
 
@@ -17,6 +18,11 @@ OpnameVenster::OpnameVenster(GolfAnimatie& golf)
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
     setFixedSize(breedte, hoogte);
+    // Without a compositor a window cannot be see-through: the X shape extension cuts the
+    // window to the pill instead, so no square corners show around it.
+    QPainterPath pil;
+    pil.addRoundedRect(rect(), hoogte / 2.0, hoogte / 2.0);
+    setMask(QRegion(pil.toFillPolygon().toPolygon()));
     setWindowTitle(QStringLiteral("Tolmo"));
     frames_.setTimerType(Qt::PreciseTimer);
     frames_.setInterval(16);
@@ -42,15 +48,11 @@ void OpnameVenster::paintEvent(QPaintEvent* /*gebeurtenis*/) {
     const double nu =
         std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     beeld_.teken(golf_.beeld(breedte, hoogte, nu));
-    // Without a compositor a window cannot be see-through, so the wave sits on a dark pill.
+    // The wave sits on a dark pill, whose outline the window's mask gives.
     QPainter schilder(this);
-    schilder.setRenderHint(QPainter::Antialiasing);
-    QPainterPath pil;
-    pil.addRoundedRect(rect(), hoogte / 2.0, hoogte / 2.0);
-    schilder.fillPath(pil, QColor(24, 24, 28));
+    schilder.fillRect(rect(), QColor(24, 24, 28));
     const QImage golf(beeld_.pixels().data(), breedte, hoogte, breedte * 4,
                       QImage::Format_RGBA8888_Premultiplied);
-    schilder.setClipPath(pil);
     schilder.drawImage(0, 0, golf);
 }
 

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -166,6 +167,10 @@ TEST_F(TolmoAppTest, TheToggleCombinationStartsAndStops) {
     EXPECT_EQ(focus, v.venster());
     nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
     v.pomp([] { return false; }, 1200ms);
+    // TOLMO_SCHERMAFDRUK=file.png keeps a picture of the screen while the indicator shows.
+    if (const char* pad = std::getenv("TOLMO_SCHERMAFDRUK")) {
+        std::system(("xwd -root -silent | convert xwd:- " + std::string(pad)).c_str());
+    }
     v.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(v.pomp([&] { return v.veld.find(dictaat) != std::string::npos; }, 15s))
         << "veld: " << v.veld;
