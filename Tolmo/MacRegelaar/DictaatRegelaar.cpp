@@ -437,7 +437,10 @@ void DictaatRegelaar::start(Bron bron) {
     d.bron = bron;
     d.instellingen = inst_.instellingen();
     d.plakDoel = p_.focus.huidig();
-    const StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
+    // The user's rows first, then what the platform knows of its common apps.
+    StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
+    bepaling.stijlPerApp.insert(bepaling.stijlPerApp.end(), o_.platformApps.begin(),
+                                o_.platformApps.end());
     d.stijl = stijlVoorApp(d.plakDoel && d.plakDoel->bundleId
                                ? std::optional<std::string_view>(*d.plakDoel->bundleId)
                                : std::nullopt,

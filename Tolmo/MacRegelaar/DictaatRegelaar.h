@@ -130,6 +130,8 @@ class DictaatRegelaar {
         // where the user chooses the engine turns this off.
         bool altijdViaServer = true;
         PlakToets plakToets;
+        // Styles for the platform's common apps, used when the user's rows name none of them.
+        std::vector<AppStijl> platformApps;
     };
 
     // A recording stops by itself after ten minutes.

@@ -57,4 +57,36 @@ std::optional<Doel> X11Focus::huidig() const {
     return doel;
 }
 
+const std::vector<AppStijl>& linuxAppStijlen() {
+    static const std::vector<AppStijl> apps{
+        {"thunderbird", "Thunderbird", Stijl::zakelijk},
+        {"Evolution", "Evolution", Stijl::zakelijk},
+        {"Geary", "Geary", Stijl::zakelijk},
+        {"kmail", "KMail", Stijl::zakelijk},
+        {"TelegramDesktop", "Telegram", Stijl::los},
+        {"Signal", "Signal", Stijl::los},
+        {"discord", "Discord", Stijl::los},
+        {"Slack", "Slack", Stijl::neutraal},
+        {"Element", "Element", Stijl::neutraal},
+        {"Code", "Visual Studio Code", Stijl::letterlijk},
+        {"Cursor", "Cursor", Stijl::letterlijk},
+        {"jetbrains-idea", "IntelliJ IDEA", Stijl::letterlijk},
+        {"jetbrains-pycharm", "PyCharm", Stijl::letterlijk},
+        {"Emacs", "Emacs", Stijl::letterlijk},
+        {"Gedit", "gedit", Stijl::letterlijk},
+        {"kate", "Kate", Stijl::letterlijk},
+        {"Gnome-terminal", "GNOME Terminal", Stijl::letterlijk},
+        {"konsole", "Konsole", Stijl::letterlijk},
+        {"kitty", "kitty", Stijl::letterlijk},
+        {"Alacritty", "Alacritty", Stijl::letterlijk},
+        {"XTerm", "XTerm", Stijl::letterlijk},
+        {"org.wezfurlong.wezterm", "WezTerm", Stijl::letterlijk},
+        {"foot", "foot", Stijl::letterlijk},
+        {"Tilix", "Tilix", Stijl::letterlijk},
+        {"Terminator", "Terminator", Stijl::letterlijk},
+        {"Xfce4-terminal", "Xfce Terminal", Stijl::letterlijk},
+    };
+    return apps;
+}
+
 }  // namespace tolmo

@@ -111,6 +111,7 @@ struct Samenstelling {
         // the relay server); nothing is forced through the relay.
         opties.altijdViaServer = false;
         opties.plakToets = {"Ctrl+V", "Ctrl+V"};
+        opties.platformApps = linuxAppStijlen();
         DictaatRegelaar::Poorten poorten{
             lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
             vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, kluis};
