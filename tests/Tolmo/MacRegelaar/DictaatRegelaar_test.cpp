@@ -44,81 +44,28 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
     const std::string naarKlembord = ": tekst op het klembord gezet";
     const std::string wissel =
         "Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V waar je wilt.";
+    const std::string zin = "We gebruiken ChatGPT op de iPhone.";
+    const Melding gewisseld{wissel, false, "Tekst staat op je klembord"};
     const Geval gevallen[] = {
-        {"geplakt, klembord blijft",
-         true,
-         false,
-         mail,
-         mail,
-         {"Cmd+V verstuurd, tekst blijft op het klembord"},
-         std::nullopt,
-         "We gebruiken ChatGPT op de iPhone.",
-         1},
-        {"geplakt, klembord terug",
-         true,
-         true,
-         mail,
-         mail,
-         {"Cmd+V verstuurd, vorig klembord wordt teruggezet"},
-         std::nullopt,
-         "van de gebruiker",
-         1},
-        {"geen toegankelijkheid",
-         false,
-         true,
-         mail,
-         mail,
-         {"Geen Toegankelijkheid" + naarKlembord},
+        {"geplakt, klembord blijft", true, false, mail, mail,
+         "Cmd+V verstuurd, tekst blijft op het klembord", std::nullopt, zin, 1},
+        {"geplakt, klembord terug", true, true, mail, mail,
+         "Cmd+V verstuurd, vorig klembord wordt teruggezet", std::nullopt, "van de gebruiker", 1},
+        {"geen toegankelijkheid", false, true, mail, mail, "Geen Toegankelijkheid" + naarKlembord,
          Melding{"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
                  "Tekst staat op het klembord"},
-         "We gebruiken ChatGPT op de iPhone.",
-         0},
-        {"andere app",
-         true,
-         true,
-         mail,
-         nep::nepDoel(43, "com.apple.Notes", 7),
-         {"Niet geplakt (andere app dan bij de start)" + naarKlembord},
-         Melding{wissel, false, "Tekst staat op je klembord"},
-         "We gebruiken ChatGPT op de iPhone.",
-         0},
-        {"zelfde app, ander veld",
-         true,
-         true,
-         mail,
-         nep::nepDoel(42, "com.apple.mail", 8),
-         {"Niet geplakt (ander veld dan bij de start)" + naarKlembord},
-         Melding{wissel, false, "Tekst staat op je klembord"},
-         "We gebruiken ChatGPT op de iPhone.",
-         0},
-        {"veld verdwenen",
-         true,
-         true,
-         mail,
-         nep::nepDoel(42, "com.apple.mail", std::nullopt),
-         {"Niet geplakt (ander veld dan bij de start)" + naarKlembord},
-         Melding{wissel, false, "Tekst staat op je klembord"},
-         "We gebruiken ChatGPT op de iPhone.",
-         0},
-        {"geen app meer voorin",
-         true,
-         true,
-         mail,
-         std::nullopt,
-         {"Niet geplakt (doel onbekend dan bij de start)" + naarKlembord},
-         Melding{wissel, false, "Tekst staat op je klembord"},
-         "We gebruiken ChatGPT op de iPhone.",
-         0},
+         zin, 0},
+        {"andere app", true, true, mail, nep::nepDoel(43, "com.apple.Notes", 7),
+         "Niet geplakt (andere app dan bij de start)" + naarKlembord, gewisseld, zin, 0},
+        {"zelfde app, ander veld", true, true, mail, nep::nepDoel(42, "com.apple.mail", 8),
+         "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
+        {"veld verdwenen", true, true, mail, nep::nepDoel(42, "com.apple.mail", std::nullopt),
+         "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
+        {"geen app meer voorin", true, true, mail, std::nullopt,
+         "Niet geplakt (doel onbekend dan bij de start)" + naarKlembord, gewisseld, zin, 0},
         // An app that exposes no focused element: the same app in front is enough.
-        {"geen veld bij de start",
-         true,
-         false,
-         nep::nepDoel(42, "com.apple.mail", std::nullopt),
-         mail,
-         {"Cmd+V verstuurd, tekst blijft op het klembord"},
-         std::nullopt,
-         "We gebruiken ChatGPT op de iPhone.",
-         1},
+        {"geen veld bij de start", true, false, nep::nepDoel(42, "com.apple.mail", std::nullopt),
+         mail, "Cmd+V verstuurd, tekst blijft op het klembord", std::nullopt, zin, 1},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -176,20 +123,13 @@ TEST(DictaatRegelaar, TwoDictationsInQuickSuccession) {
         std::vector<Melding> meldingen;
     };
     const Geval gevallen[] = {
-        {"zelfde veld",
-         false,
-         {"eerste dictaat", "tweede dictaat"},
-         "van de gebruiker",
-         "Cmd+V verstuurd, vorig klembord wordt teruggezet",
-         {}},
+        {"zelfde veld", false, Regels{"eerste dictaat", "tweede dictaat"}, "van de gebruiker",
+         "Cmd+V verstuurd, vorig klembord wordt teruggezet", std::vector<Melding>{}},
         // The target passed the check when the result came, then changed while the second
         // paste waited for the first one's restore.
-        {"ander veld vlak voor plakken",
-         true,
-         {"eerste dictaat"},
-         "tweede dictaat",
+        {"ander veld vlak voor plakken", true, Regels{"eerste dictaat"}, "tweede dictaat",
          "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord gezet",
-         {{"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt}}},
+         std::vector<Melding>{{"Tekst staat op je klembord. Plak met ⌘V.", false, std::nullopt}}},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -253,83 +193,52 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
     const auto startFaalt = [](Opstelling& o) { o.engine.startFaalt = true; };
     const std::optional<Melding> geen;
     const Geval gevallen[] = {
-        {"zelfde formaat",
-         5.0,
-         zelfde,
-         {"Audio-instellingen veranderd, opname loopt door"},
-         Daarna::doorgaan,
-         geen,
-         "Opname 2,6 s, 2 kB"},
-        {"zelfde formaat vlak na de start",
-         0.2,
-         zelfde,
-         {"Audio-instellingen veranderd, opname loopt door"},
-         Daarna::doorgaan,
-         geen,
+        {"zelfde formaat", 5.0, zelfde, Regels{"Audio-instellingen veranderd, opname loopt door"},
+         Daarna::doorgaan, geen, "Opname 2,6 s, 2 kB"},
+        {"zelfde formaat vlak na de start", 0.2, zelfde,
+         Regels{"Audio-instellingen veranderd, opname loopt door"}, Daarna::doorgaan, geen,
          "Opname 2,6 s, 2 kB"},
         // A buffer in a format the converter cannot take ends what the file receives, but the
         // recording is still in progress for the restart; stop reports the broken file.
-        {"opname al afgebroken",
-         5.0,
+        {"opname al afgebroken", 5.0,
          [](Opstelling& o) {
              o.omzetters.weigert = true;
              const nep::NepBuffer b(mono16, 512, 0.1);
              o.engine.lever(b.blok());
          },
-         {"Audio-instellingen veranderd, opname loopt door"},
-         Daarna::doorgaan,
-         geen,
+         Regels{"Audio-instellingen veranderd, opname loopt door"}, Daarna::doorgaan, geen,
          "Schrijven audio mislukt, dictaat gaat niet door: Audio omzetten naar 16 kHz mislukt."},
         // The duration adds up across the two formats: 1.28 s at 48 kHz, then 3.84 s at 16 kHz.
-        {"ander formaat",
-         5.0,
-         bluetooth,
-         {"Audio-instellingen veranderd, andere microfoonformaat: opname loopt door in hetzelfde "
-          "bestand"},
-         Daarna::doorgaan,
-         geen,
-         "Opname 5,1 s, 2 kB"},
-        {"ander formaat vlak na de start",
-         0.2,
-         bluetooth,
-         {"Microfoon schakelde vlak na de start om (bijvoorbeeld Bluetooth), opnieuw gestart met "
-          "het nieuwe formaat"},
-         Daarna::doorgaan,
-         geen,
-         "Opname 5,1 s, 2 kB"},
-        {"herstart mislukt",
-         5.0,
-         startFaalt,
-         {"Microfoon opnieuw starten mislukt, dictaat afgerond met de audio tot nu toe: engine "
-          "start mislukt",
-          opname},
-         Daarna::verwerken,
-         geen,
-         ""},
-        {"herstart mislukt vlak na de start",
-         0.99,
-         startFaalt,
-         {"Microfoon opnieuw starten vlak na de start mislukt, niets verstuurd: engine start "
-          "mislukt"},
-         Daarna::nietsVerstuurd,
-         fout("Opnemen lukte niet. Probeer het opnieuw."),
-         ""},
-        {"microfoon weg",
-         1.0,
-         weg,
-         {"Audio-instellingen veranderd, microfoon niet meer bruikbaar: dictaat afgerond met de "
-          "audio tot nu toe",
-          opname},
-         Daarna::verwerken,
-         geen,
-         ""},
-        {"microfoon weg vlak na de start",
-         0.2,
-         weg,
-         {"Opname onderbroken: de microfoon was vlak na de start niet bruikbaar, niets verstuurd"},
-         Daarna::nietsVerstuurd,
-         fout("Opname starten mislukt. Is er een microfoon?"),
-         ""},
+        {"ander formaat", 5.0, bluetooth,
+         Regels{"Audio-instellingen veranderd, andere microfoonformaat: opname loopt door in "
+                "hetzelfde "
+                "bestand"},
+         Daarna::doorgaan, geen, "Opname 5,1 s, 2 kB"},
+        {"ander formaat vlak na de start", 0.2, bluetooth,
+         Regels{"Microfoon schakelde vlak na de start om (bijvoorbeeld Bluetooth), opnieuw gestart "
+                "met "
+                "het nieuwe formaat"},
+         Daarna::doorgaan, geen, "Opname 5,1 s, 2 kB"},
+        {"herstart mislukt", 5.0, startFaalt,
+         Regels{
+             "Microfoon opnieuw starten mislukt, dictaat afgerond met de audio tot nu toe: engine "
+             "start mislukt",
+             opname},
+         Daarna::verwerken, geen, ""},
+        {"herstart mislukt vlak na de start", 0.99, startFaalt,
+         Regels{"Microfoon opnieuw starten vlak na de start mislukt, niets verstuurd: engine start "
+                "mislukt"},
+         Daarna::nietsVerstuurd, fout("Opnemen lukte niet. Probeer het opnieuw."), ""},
+        {"microfoon weg", 1.0, weg,
+         Regels{
+             "Audio-instellingen veranderd, microfoon niet meer bruikbaar: dictaat afgerond met de "
+             "audio tot nu toe",
+             opname},
+         Daarna::verwerken, geen, ""},
+        {"microfoon weg vlak na de start", 0.2, weg,
+         Regels{"Opname onderbroken: de microfoon was vlak na de start niet bruikbaar, niets "
+                "verstuurd"},
+         Daarna::nietsVerstuurd, fout("Opname starten mislukt. Is er een microfoon?"), ""},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -406,30 +315,29 @@ TEST(DictaatRegelaar, HoldKeyAndCancellation) {
              o.lus.verstrijk(1.0);
              o.toetsen.toets(los);
          },
-         {eerste, ingedrukt, houdGestart, losgelaten, opname},
-         Toestand::verwerken},
+         Regels{eerste, ingedrukt, houdGestart, losgelaten, opname}, Toestand::verwerken},
         {"korte tik",
          [&](Opstelling& o) {
              o.lus.verstrijk(0.2);
              o.toetsen.toets(los);
          },
-         {eerste, ingedrukt, houdGestart, losgelaten,
-          "Opname geannuleerd (korte tik of toetscombinatie)"},
+         Regels{eerste, ingedrukt, houdGestart, losgelaten,
+                "Opname geannuleerd (korte tik of toetscombinatie)"},
          Toestand::klaar},
         {"toetscombinatie",
          [&](Opstelling& o) {
              o.lus.verstrijk(1.0);
              o.toetsen.toets(e);
          },
-         {eerste, ingedrukt, houdGestart, "Opname geannuleerd (korte tik of toetscombinatie)"},
+         Regels{eerste, ingedrukt, houdGestart,
+                "Opname geannuleerd (korte tik of toetscombinatie)"},
          Toestand::klaar},
         {"Esc",
          [&](Opstelling& o) {
              o.lus.verstrijk(1.0);
              o.regelaar->annuleer();
          },
-         {eerste, ingedrukt, houdGestart, "Opname geannuleerd"},
-         Toestand::klaar},
+         Regels{eerste, ingedrukt, houdGestart, "Opname geannuleerd"}, Toestand::klaar},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -503,21 +411,12 @@ TEST(DictaatRegelaar, ConsentIsAskedOnceAndThePressThatAskedRecordsNothing) {
         bool opgeslagen;
     };
     const Geval gevallen[] = {
-        {"akkoord",
-         0,
-         {"Toestemming gegeven voor de spraakdienst (versie 1)"},
-         {"Toestemming gegeven. Druk opnieuw om te dicteren.", false, std::nullopt},
-         true},
-        {"niet nu",
-         1,
-         {"Toestemming voor de spraakdienst: niet nu"},
-         fout("Zonder toestemming kan Tolmo niet dicteren."),
-         false},
-        {"venster gesloten",
-         -1,
-         {"Toestemming voor de spraakdienst: niet nu"},
-         fout("Zonder toestemming kan Tolmo niet dicteren."),
-         false},
+        {"akkoord", 0, Regels{"Toestemming gegeven voor de spraakdienst (versie 1)"},
+         Melding{"Toestemming gegeven. Druk opnieuw om te dicteren.", false, std::nullopt}, true},
+        {"niet nu", 1, Regels{"Toestemming voor de spraakdienst: niet nu"},
+         fout("Zonder toestemming kan Tolmo niet dicteren."), false},
+        {"venster gesloten", -1, Regels{"Toestemming voor de spraakdienst: niet nu"},
+         fout("Zonder toestemming kan Tolmo niet dicteren."), false},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -642,22 +541,22 @@ TEST(DictaatRegelaar, ChainErrorsAndCancellation) {
         {"engine faalt",
          [&](Opstelling& o) { o.motorFout = timeout; },
          {},
-         {gestart, opname, "Fout: " + timeout.melding() + " (na 3,50 s)"},
-         {fout(timeout.melding())}},
+         Regels{gestart, opname, "Fout: " + timeout.melding() + " (na 3,50 s)"},
+         std::vector<Melding>{fout(timeout.melding())}},
         {"keten niet te bouwen",
          [&](Opstelling& o) { o.bouwFout = geenCode; },
          {},
-         {gestart, opname, "Fout: " + geenCode.melding() + " (na 2,00 s)"},
-         {fout(geenCode.melding())}},
+         Regels{gestart, opname, "Fout: " + geenCode.melding() + " (na 2,00 s)"},
+         std::vector<Melding>{fout(geenCode.melding())}},
         {"Esc voor de keten begint",
          [](Opstelling&) {},
          [](Opstelling& o) { o.regelaar->annuleer(); },
-         {gestart, opname, "Verwerking geannuleerd"},
+         Regels{gestart, opname, "Verwerking geannuleerd"},
          {}},
         {"Esc tijdens de transcriptie",
          [](Opstelling& o) { o.tijdensTranscriptie = [&o] { o.regelaar->annuleer(); }; },
          {},
-         {gestart, opname, "Verwerking geannuleerd"},
+         Regels{gestart, opname, "Verwerking geannuleerd"},
          {}},
         // The cleaner sees the stop at its checkpoint and the chain ends in a cancellation.
         {"Esc tijdens het opschonen",
@@ -667,7 +566,7 @@ TEST(DictaatRegelaar, ChainErrorsAndCancellation) {
              o.opschoonScript->strak.push_back(OpschoonUitkomst{"Schoon.", {}, {}});
          },
          {},
-         {gestart, opname, "Verwerking geannuleerd"},
+         Regels{gestart, opname, "Verwerking geannuleerd"},
          {}},
     };
     for (const Geval& g : gevallen) {
