@@ -7,12 +7,14 @@
 #include <thread>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Opschonen/ChatOpschoner.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/MistralTranscriptie.h"
 #include "TolmoKern/Transcriptie/OpenAITranscriptie.h"
 #include "TolmoKern/Transcriptie/TestTranscriptie.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
+#include "TolmoKern/Transcriptie/TransportFout.h"
 #include "nep/LoopbackServer.h"
 #include "nep/TijdelijkeOpname.h"
 
@@ -74,25 +76,21 @@ TEST(Transcriptie, RequestBytesForBothProvidersWithAndWithoutTerms) {
         AudioFormaat formaat;
         std::vector<std::pair<std::string, std::string>> velden;
     };
+    using Velden = std::vector<std::pair<std::string, std::string>>;
+    const std::vector<std::string> geen;
     const Geval gevallen[] = {
-        {Aanbieder::openAI,
-         {},
-         AudioFormaat::wav,
-         {{"model", "gpt-transcribe"}, {"prompt", basis}}},
-        {Aanbieder::openAI,
-         termen,
-         AudioFormaat::m4a,
-         {{"model", "gpt-transcribe"},
-          {"prompt", basis + " Namen en termen die kunnen voorkomen, alleen als ze echt gezegd "
-                             "worden: Jan de Vries, A, B,   Zoë\t van  Dijk ,."}}},
-        {Aanbieder::mistral, {}, AudioFormaat::wav, {{"model", "voxtral-mini-2602"}}},
-        {Aanbieder::mistral,
-         termen,
-         AudioFormaat::m4a,
-         {{"model", "voxtral-mini-2602"},
-          {"context_bias", "Jan_de_Vries"},
-          {"context_bias", "A_B"},
-          {"context_bias", "Zoë_van_Dijk"}}},
+        {Aanbieder::openAI, geen, AudioFormaat::wav,
+         Velden{{"model", "gpt-transcribe"}, {"prompt", basis}}},
+        {Aanbieder::openAI, termen, AudioFormaat::m4a,
+         Velden{{"model", "gpt-transcribe"},
+                {"prompt", basis + " Namen en termen die kunnen voorkomen, alleen als ze echt "
+                                   "gezegd worden: Jan de Vries, A, B,   Zoë\t van  Dijk ,."}}},
+        {Aanbieder::mistral, geen, AudioFormaat::wav, Velden{{"model", "voxtral-mini-2602"}}},
+        {Aanbieder::mistral, termen, AudioFormaat::m4a,
+         Velden{{"model", "voxtral-mini-2602"},
+                {"context_bias", "Jan_de_Vries"},
+                {"context_bias", "A_B"},
+                {"context_bias", "Zoë_van_Dijk"}}},
     };
     for (Route route : {Route::direct, Route::relay}) {
         for (const Geval& g : gevallen) {
@@ -287,6 +285,64 @@ TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
             }
         }
     }
+}
+
+// Keeps the requests and answers each with a transcript and a cleanup, or fails below HTTP.
+struct VastTransport final : HTTPTransport {
+    std::optional<UrlFout> fout;
+    std::vector<HTTPVerzoek> verzoeken;
+    HTTPAntwoord verstuur(HTTPVerzoek v, StopToken) override {
+        verzoeken.push_back(std::move(v));
+        if (fout) {
+            throw TransportFout(*fout, "nep");
+        }
+        return {200, {}, R"({"text":"ja","choices":[{"message":{"content":"Ja."}}]})"};
+    }
+};
+
+// Through the relay, failing to reach it is the relay's problem, whatever the provider; other
+// failures below HTTP keep the meaning they have on the direct route.
+TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
+    const auto onbereikbaar = HerkenningsFout::van(Soort::serverNietBereikbaar);
+    const std::pair<UrlFout, HerkenningsFout> gevallen[] = {
+        {UrlFout::cannotFindHost, onbereikbaar},
+        {UrlFout::cannotConnectToHost, onbereikbaar},
+        {UrlFout::dnsLookupFailed, onbereikbaar},
+        {UrlFout::timedOut, onbereikbaar},
+        {UrlFout::secureConnectionFailed, onbereikbaar},
+        {UrlFout::notConnectedToInternet, HerkenningsFout::van(Soort::geenNetwerk)},
+        {UrlFout::overig, HerkenningsFout::van(Soort::geenNetwerk)},
+        {UrlFout::badServerResponse, HerkenningsFout::ongeldigAntwoord(Motor::mistral)},
+    };
+    Opstelling o;
+    for (const auto& [code, verwacht] : gevallen) {
+        SCOPED_TRACE(static_cast<int>(code));
+        const auto vast = std::make_shared<VastTransport>();
+        vast->fout = code;
+        MistralTranscriptie m("code",
+                              std::make_shared<TolmoServerTransport>(vast, Aanbieder::mistral),
+                              "http://relay.invalid/" + pad);
+        try {
+            (void)m.transcribeer(o.opname, {}, {});
+            ADD_FAILURE() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f, verwacht) << f.code();
+        }
+    }
+}
+
+TEST(Transcriptie, RequestsWithoutATimeOutGetTheDefault) {
+    Opstelling o;
+    const auto vast = std::make_shared<VastTransport>();
+    (void)OpenAITranscriptie("sk", vast, o.server.url()).transcribeer(o.opname, {}, {});
+    (void)MistralTranscriptie("sk", vast, o.server.url()).transcribeer(o.opname, {}, {});
+    (void)ChatOpschoner(ChatOpschoner::Model::voor(Motor::openAI), {}, Opschoonniveau::licht, "sk",
+                        vast)
+        .schoonOp("ja", {}, Stijl::neutraal, false, {});
+    ASSERT_EQ(vast->verzoeken.size(), 3U);
+    EXPECT_EQ(vast->verzoeken[0].timeout, 30s) << "OpenAI";
+    EXPECT_EQ(vast->verzoeken[1].timeout, 30s) << "Mistral";
+    EXPECT_EQ(vast->verzoeken[2].timeout, 15s) << "opschonen";
 }
 
 TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
