@@ -161,19 +161,6 @@ TEST(DictaatRegelaar, TwoDictationsInQuickSuccession) {
     }
 }
 
-TEST(DictaatRegelaar, WhatTheUserCopiesAfterThePasteStays) {
-    Opstelling o;
-    o.klembord.kopieer("oud");
-    o.maak();
-    o.dicteer();
-    ASSERT_EQ(o.klembord.geplakt, std::vector<std::string>{"dit is een korte test"});
-    o.lus.verstrijk(0.4);
-    o.klembord.kopieer("net gekopieerd");
-    o.lus.verstrijk(1.0);
-    EXPECT_EQ(o.klembord.tekst(), "net gekopieerd");
-    EXPECT_EQ(o.klembord.herstellingen, 0);
-}
-
 // Every way the microphone can change under a running recording, early and late.
 TEST(DictaatRegelaar, AudioConfigurationChanges) {
     enum class Daarna { doorgaan, verwerken, nietsVerstuurd };

@@ -143,41 +143,26 @@ TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
 
 TEST(TolmoKeten, StrictCleaningThatLosesANumberIsRetriedOnceAtLight) {
     const std::string tekst = "ik wil 3 appels en 12 peren kopen bij de markt vandaag";
+    using Rij = std::deque<NepOpschoner::Antwoord>;
     struct Geval {
         const char* naam;
-        std::deque<NepOpschoner::Antwoord> licht;
+        Rij licht;
         bool heeftLicht;
         std::string verwacht;
         std::optional<std::string> probleem;
         std::size_t aanroepen;
     };
     const Geval gevallen[] = {
-        {"licht houdt de getallen",
-         {schoon("Ik wil 3 appels en 12 peren kopen.")},
-         true,
-         "Ik wil 3 appels en 12 peren kopen.",
-         std::nullopt,
-         2},
+        {"licht houdt de getallen", Rij{schoon("Ik wil 3 appels en 12 peren kopen.")}, true,
+         "Ik wil 3 appels en 12 peren kopen.", std::nullopt, 2},
         // The light result is taken even when it too lost a number: no second guard.
-        {"licht verliest ook een getal",
-         {schoon("Ik wil appels en 12 peren.")},
-         true,
-         "Ik wil appels en 12 peren.",
-         std::nullopt,
-         2},
-        {"licht faalt",
-         {HerkenningsFout::api(Motor::openAI, 500)},
-         true,
-         tekst,
-         "OpenAI gaf een fout (code 500).",
-         2},
-        {"licht te lang",
-         {schoon(std::string(200, 'x'))},
-         true,
-         tekst,
-         "opgeschoonde tekst leek niet op het dictaat",
-         2},
-        {"geen licht", {}, false, tekst, "Strak gaf minder getallen, Licht niet beschikbaar", 1},
+        {"licht verliest ook een getal", Rij{schoon("Ik wil appels en 12 peren.")}, true,
+         "Ik wil appels en 12 peren.", std::nullopt, 2},
+        {"licht faalt", Rij{HerkenningsFout::api(Motor::openAI, 500)}, true, tekst,
+         "OpenAI gaf een fout (code 500).", 2},
+        {"licht te lang", Rij{schoon(std::string(200, 'x'))}, true, tekst,
+         "opgeschoonde tekst leek niet op het dictaat", 2},
+        {"geen licht", Rij{}, false, tekst, "Strak gaf minder getallen, Licht niet beschikbaar", 1},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);

@@ -362,21 +362,6 @@ TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
     }
 }
 
-TEST(Transcriptie, ConsecutiveDictationsReuseOneConnection) {
-    Opstelling o;
-    o.server.zetAntwoorden(
-        {Antwoord::json(200, R"({"text":"een"})"), Antwoord::json(200, R"({"text":"twee"})")});
-    // Engines are made per dictation; the connection outlives them.
-    EXPECT_EQ(
-        motor(Aanbieder::openAI, Route::direct, o.server.url())->transcribeer(o.opname, {}, {}),
-        "een");
-    EXPECT_EQ(
-        motor(Aanbieder::openAI, Route::relay, o.server.url())->transcribeer(o.opname, {}, {}),
-        "twee");
-    EXPECT_EQ(o.server.aantalVerzoeken(), 2U);
-    EXPECT_EQ(o.server.aantalVerbindingen(), 1U);
-}
-
 TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
     Opstelling o;
     // A recording large enough that the upload hangs once the server stops reading.
