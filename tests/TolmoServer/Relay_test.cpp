@@ -23,7 +23,6 @@ extern "C" {
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
-#include "nep/Proces.h"
 
 namespace tolmo {
 namespace {

@@ -17,7 +17,6 @@
 #include "TolmoKern/Tekst/Tekst.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
-#include "nep/Proces.h"
 #include "nep/WavLezer.h"
 
 namespace tolmo {

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "nep/Proces.h"
+#include "nep/LopendProces.h"
 
 namespace tolmo {
 namespace {

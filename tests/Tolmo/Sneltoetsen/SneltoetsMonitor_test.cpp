@@ -394,11 +394,12 @@ TEST_F(SneltoetsMonitorTest, TapSwitchedOffBySystemIsSwitchedOnAgain) {
 }
 
 TEST_F(SneltoetsMonitorTest, ModifierLogging) {
+    using Gebeurtenissen = std::vector<Gebeurtenis>;
     struct Geval {
         const char* naam;
         HoudToets toets;
         bool viaTap;
-        std::vector<Gebeurtenis> gebeurtenissen;
+        Gebeurtenissen gebeurtenissen;
         Regels regels;
     };
     const std::string eersteTap =
@@ -406,27 +407,23 @@ TEST_F(SneltoetsMonitorTest, ModifierLogging) {
     const std::string eersteNs =
         "Eerste modificatietoets ontvangen via NSEvent-monitor (Toegankelijkheid)";
     const Geval gevallen[] = {
-        {"andere kandidaten een keer gemeld",
-         HoudToets::rechterOption,
-         true,
-         {mod(fnCode, V::fn), mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, 0),
-          mod(rechterCommandCode, rCmd), mod(rechterCommandCode, 0), mod(linkerOptionCode, lOpt),
-          mod(linkerOptionCode, 0)},
-         {eersteTap, "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)",
-          "Rechter Command (⌘) gezien, maar de houdtoets is Rechter Option (⌥)"}},
-        {"houdtoets alleen bij een wissel van stand",
-         HoudToets::fn,
-         false,
-         {mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, V::fn), omlaag(pijlLinks), mod(fnCode, 0),
-          mod(rechterOptionCode, rOpt)},
-         {eersteNs, "Houdtoets ingedrukt", "Houdtoets losgelaten",
-          "Rechter Option (⌥) gezien, maar de houdtoets is Fn (wereldbol)"}},
-        {"uit",
-         HoudToets::uit,
-         true,
-         {mod(rechterOptionCode, rOpt), mod(rechterOptionCode, 0), mod(rechterOptionCode, rOpt)},
-         {eersteTap, "Rechter Option (⌥) gezien, maar de houdtoets is Uit"}},
-        {"alleen toetsomlaag: niets", HoudToets::fn, true, {omlaag(pijlLinks)}, {}},
+        {"andere kandidaten een keer gemeld", HoudToets::rechterOption, true,
+         Gebeurtenissen{mod(fnCode, V::fn), mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, 0),
+                        mod(rechterCommandCode, rCmd), mod(rechterCommandCode, 0),
+                        mod(linkerOptionCode, lOpt), mod(linkerOptionCode, 0)},
+         Regels{eersteTap, "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)",
+                "Rechter Command (⌘) gezien, maar de houdtoets is Rechter Option (⌥)"}},
+        {"houdtoets alleen bij een wissel van stand", HoudToets::fn, false,
+         Gebeurtenissen{mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, V::fn), omlaag(pijlLinks),
+                        mod(fnCode, 0), mod(rechterOptionCode, rOpt)},
+         Regels{eersteNs, "Houdtoets ingedrukt", "Houdtoets losgelaten",
+                "Rechter Option (⌥) gezien, maar de houdtoets is Fn (wereldbol)"}},
+        {"uit", HoudToets::uit, true,
+         Gebeurtenissen{mod(rechterOptionCode, rOpt), mod(rechterOptionCode, 0),
+                        mod(rechterOptionCode, rOpt)},
+         Regels{eersteTap, "Rechter Option (⌥) gezien, maar de houdtoets is Uit"}},
+        {"alleen toetsomlaag: niets", HoudToets::fn, true, Gebeurtenissen{omlaag(pijlLinks)},
+         Regels{}},
     };
     for (const Geval& g : gevallen) {
         monitor.reset();

@@ -311,7 +311,6 @@ TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
         {UrlFout::timedOut, onbereikbaar},
         {UrlFout::secureConnectionFailed, onbereikbaar},
         {UrlFout::notConnectedToInternet, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::overig, HerkenningsFout::van(Soort::geenNetwerk)},
         {UrlFout::badServerResponse, HerkenningsFout::ongeldigAntwoord(Motor::mistral)},
     };
     Opstelling o;
