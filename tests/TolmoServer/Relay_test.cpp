@@ -35,12 +35,6 @@ using nep::LoopbackServer;
 const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
 const std::string zin = "Dit is een lange zin die de nepaanbieder teruggeeft als transcriptie.";
 
-std::uint16_t vrijePoort() {
-    net::io_context io;
-    net::ip::tcp::acceptor a(io, {net::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
-}
-
 // A WAV file of this many seconds of a 500 Hz square wave at 16 kHz mono.
 std::string wav(std::uint32_t seconden) {
     const std::uint32_t data = seconden * 32000;
@@ -130,7 +124,7 @@ class RelayTest : public ::testing::Test {
             }
             return LoopbackServer::Antwoord::json(200, R"({"text":")" + zin + R"("})");
         });
-        url_ = "http://127.0.0.1:" + std::to_string(vrijePoort());
+        url_ = "http://127.0.0.1:" + std::to_string(nep::vrijePoort());
         omgeving_ = {{"XDG_STATE_HOME", (map_ / "staat").string()},
                      {"XDG_CONFIG_HOME", (map_ / "config").string()},
                      {"TMPDIR", map_.string()},

@@ -27,6 +27,13 @@
 
 namespace tolmo::nep {
 
+// A port on 127.0.0.1 where nothing listens (until someone takes it).
+inline std::uint16_t vrijePoort() {
+    boost::asio::io_context io;
+    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
+    return a.local_endpoint().port();
+}
+
 // An HTTP/1.1 server on 127.0.0.1 (a free port) for tests and benchmarks that talk to a real
 // socket. It records every request (raw bytes, method, target, headers, body, when its last
 // byte arrived) and how many TCP connections it accepted, and answers from a script: each

@@ -80,8 +80,9 @@ class NepToetsBron final : public ToetsBron {
     ToetsVlaggen sessieVlaggen() const override { return sessie; }
 
     // One real key event: the session state follows it, the tap sees it first (when it exists,
-    // is enabled and delivers), then the global monitor.
-    void toets(const Gebeurtenis& g) {
+    // is enabled and delivers), then the global monitor, or the local one when the event is
+    // aimed at the app itself.
+    void toets(const Gebeurtenis& g, bool inApp = false) {
         if (g.soort == Soort::modificatie) {
             sessie = g.vlaggen;
         }
@@ -89,19 +90,7 @@ class NepToetsBron final : public ToetsBron {
         if (auto h = tapHandler; h && tapAan && tapLevert) {
             h(g);
         }
-        if (auto h = globaleHandler) {
-            h(g);
-        }
-    }
-    // An event aimed at the app itself reaches the local monitor instead of the global one.
-    void toetsInApp(const Gebeurtenis& g) {
-        if (g.soort == Soort::modificatie) {
-            sessie = g.vlaggen;
-        }
-        if (auto h = tapHandler; h && tapAan && tapLevert) {
-            h(g);
-        }
-        if (auto h = lokaleHandler) {
+        if (auto h = inApp ? lokaleHandler : globaleHandler) {
             h(g);
         }
     }

@@ -119,7 +119,7 @@ TEST_F(SneltoetsMonitorTest, WithAWorkingTapTheMonitorsOnlyWitness) {
     lus.draai();
     EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
     lus.verstrijk(0.4);
-    bron.toetsInApp(mod(rechterOptionCode, 0));
+    bron.toets(mod(rechterOptionCode, 0), true);
     lus.verstrijk(2.0);
     EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
     EXPECT_EQ(monitor->tapGemist(), 0);

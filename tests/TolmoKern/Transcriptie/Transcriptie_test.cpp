@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <cmath>
 #include <future>
@@ -45,12 +44,6 @@ std::unique_ptr<NetwerkTranscriptie> motor(Aanbieder aanbieder, Route route,
         return std::make_unique<MistralTranscriptie>(sleutel, t, basis + pad, timeout);
     }
     return std::make_unique<OpenAITranscriptie>(sleutel, t, basis + pad, timeout);
-}
-
-std::uint16_t geslotenPoort() {
-    boost::asio::io_context io;
-    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
 }
 
 struct Opstelling {
@@ -240,7 +233,7 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
 }
 
 TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
-    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
+    const std::string gesloten = "http://127.0.0.1:" + std::to_string(nep::vrijePoort()) + "/";
     Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
     traag.vertraging = 5s;
     struct Geval {
