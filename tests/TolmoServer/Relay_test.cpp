@@ -23,6 +23,7 @@ extern "C" {
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -105,11 +106,6 @@ std::string multipart(const std::string& audio) {
 class RelayTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-server-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
-        fs::create_directories(map_);
         nep_.zetBehandelaar([this](const LoopbackServer::Verzoek& v) {
             if (kapot_) {
                 return LoopbackServer::Antwoord::json(500, R"({"error":"weg"})");
@@ -153,7 +149,6 @@ class RelayTest : public ::testing::Test {
         for (const auto& c : codes_) {
             EXPECT_EQ(r.fout.find(c), std::string::npos);
         }
-        fs::remove_all(map_);
     }
 
     std::string maakCode(const std::string& naam, int minuten) {
@@ -175,7 +170,8 @@ class RelayTest : public ::testing::Test {
         return r;
     }
 
-    fs::path map_;
+    nep::TijdelijkeMap tijdelijk_;
+    const fs::path map_ = tijdelijk_.pad();
     LoopbackServer nep_;
     std::atomic<bool> kapot_{false};
     std::string url_;

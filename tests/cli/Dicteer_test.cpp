@@ -2,7 +2,6 @@
 // files made by sox, each test in its own config and temporary directory.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cmath>
@@ -17,6 +16,7 @@
 #include "TolmoKern/Tekst/Tekst.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
+#include "nep/TijdelijkeOpname.h"
 #include "nep/WavLezer.h"
 
 namespace tolmo {
@@ -52,14 +52,9 @@ std::string bestandsdeel(const LoopbackServer::Verzoek& v) {
 class DicteerTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-dicteer-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
         fs::create_directories(map_ / "tmp");
         fs::create_directories(map_ / "audio");
     }
-    void TearDown() override { fs::remove_all(map_); }
 
     Omgeving omgeving(const Omgeving& extra = {}) const {
         Omgeving o{{"XDG_CONFIG_HOME", (map_ / "config").string()},
@@ -97,7 +92,8 @@ class DicteerTest : public ::testing::Test {
         EXPECT_TRUE(fs::is_empty(map_ / "tmp")) << fs::directory_iterator(map_ / "tmp")->path();
     }
 
-    fs::path map_;
+    nep::TijdelijkeMap tijdelijk_;
+    const fs::path map_ = tijdelijk_.pad();
 };
 
 TEST_F(DicteerTest, InputFormatsKeepTheirDurationAndLevel) {

@@ -1,20 +1,14 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "nep/LopendProces.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
-    const fs::path map = fs::temp_directory_path() / ("tolmo-tekst-" + std::to_string(::getpid()));
-    fs::remove_all(map);
-    fs::create_directories(map);
-    const std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map.string()}};
+    const nep::TijdelijkeMap map;
+    const std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map.pad().string()}};
     using Args = std::vector<std::string>;
     struct Geval {
         Args args;
@@ -63,7 +57,6 @@ TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
               "letterlijk\n");
     EXPECT_EQ(nep::voerProcesUit(TOLMO_CLI_PAD, {"opschonen"}, omgeving, "ls -la.").uit,
               "ls -la\n");
-    fs::remove_all(map);
 }
 
 }  // namespace
