@@ -23,7 +23,7 @@ extern "C" {
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
-#include "nep/Proces.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -35,12 +35,6 @@ using nep::LoopbackServer;
 
 const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
 const std::string zin = "Dit is een lange zin die de nepaanbieder teruggeeft als transcriptie.";
-
-std::uint16_t vrijePoort() {
-    net::io_context io;
-    net::ip::tcp::acceptor a(io, {net::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
-}
 
 // A WAV file of this many seconds of a 500 Hz square wave at 16 kHz mono.
 std::string wav(std::uint32_t seconden) {
@@ -112,11 +106,6 @@ std::string multipart(const std::string& audio) {
 class RelayTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-server-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
-        fs::create_directories(map_);
         nep_.zetBehandelaar([this](const LoopbackServer::Verzoek& v) {
             if (kapot_) {
                 return LoopbackServer::Antwoord::json(500, R"({"error":"weg"})");
@@ -131,7 +120,7 @@ class RelayTest : public ::testing::Test {
             }
             return LoopbackServer::Antwoord::json(200, R"({"text":")" + zin + R"("})");
         });
-        url_ = "http://127.0.0.1:" + std::to_string(vrijePoort());
+        url_ = "http://127.0.0.1:" + std::to_string(nep::vrijePoort());
         omgeving_ = {{"XDG_STATE_HOME", (map_ / "staat").string()},
                      {"XDG_CONFIG_HOME", (map_ / "config").string()},
                      {"TMPDIR", map_.string()},
@@ -160,7 +149,6 @@ class RelayTest : public ::testing::Test {
         for (const auto& c : codes_) {
             EXPECT_EQ(r.fout.find(c), std::string::npos);
         }
-        fs::remove_all(map_);
     }
 
     std::string maakCode(const std::string& naam, int minuten) {
@@ -182,7 +170,8 @@ class RelayTest : public ::testing::Test {
         return r;
     }
 
-    fs::path map_;
+    nep::TijdelijkeMap tijdelijk_;
+    const fs::path map_ = tijdelijk_.pad();
     LoopbackServer nep_;
     std::atomic<bool> kapot_{false};
     std::string url_;

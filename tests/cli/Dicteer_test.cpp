@@ -2,9 +2,7 @@
 // files made by sox, each test in its own config and temporary directory.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <unistd.h>
 
-#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -18,7 +16,7 @@
 #include "TolmoKern/Tekst/Tekst.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
-#include "nep/Proces.h"
+#include "nep/TijdelijkeOpname.h"
 #include "nep/WavLezer.h"
 
 namespace tolmo {
@@ -29,6 +27,7 @@ using namespace std::chrono_literals;
 using nep::LoopbackServer;
 using Antwoord = LoopbackServer::Antwoord;
 using Omgeving = std::map<std::string, std::string>;
+using Args = std::vector<std::string>;
 
 // What the test engine says of a recording with this duration and sine amplitude: the mean
 // square of a whole number of periods of a sine is half its amplitude squared.
@@ -36,12 +35,6 @@ std::string testzin(double seconden, double amplitude) {
     const double db = 10.0 * std::log10(amplitude * amplitude / 2.0);
     return "Test: " + Tekst::getalNL("%.1f", seconden) + " s audio ontvangen, niveau " +
            std::to_string(std::lround(db)) + " dB";
-}
-
-std::uint16_t geslotenPoort() {
-    boost::asio::io_context io;
-    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
 }
 
 // The audio file inside a multipart body, as the engines send it.
@@ -59,14 +52,9 @@ std::string bestandsdeel(const LoopbackServer::Verzoek& v) {
 class DicteerTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-dicteer-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
         fs::create_directories(map_ / "tmp");
         fs::create_directories(map_ / "audio");
     }
-    void TearDown() override { fs::remove_all(map_); }
 
     Omgeving omgeving(const Omgeving& extra = {}) const {
         Omgeving o{{"XDG_CONFIG_HOME", (map_ / "config").string()},
@@ -104,7 +92,8 @@ class DicteerTest : public ::testing::Test {
         EXPECT_TRUE(fs::is_empty(map_ / "tmp")) << fs::directory_iterator(map_ / "tmp")->path();
     }
 
-    fs::path map_;
+    nep::TijdelijkeMap tijdelijk_;
+    const fs::path map_ = tijdelijk_.pad();
 };
 
 TEST_F(DicteerTest, InputFormatsKeepTheirDurationAndLevel) {
@@ -258,15 +247,20 @@ TEST_F(DicteerTest, JsonCarriesTheWholeResultWithCleanupAndReplacements) {
         }
         EXPECT_EQ(r.uit.find('\n'), r.uit.size() - 1) << "one JSON object on one line";
     }
-    // The chat request carried the level asked for and went to the same server.
+    // The chat request went to the same server with the light prompt, which lacks the strict
+    // level's list of what else to remove.
+    const std::string strakAlleen = "10. Haal ook weg:";
     const auto chat = server.verzoeken().back();
     EXPECT_EQ(chat.doel, "/v1/chat/completions");
+    EXPECT_EQ(chat.body.find(strakAlleen), std::string::npos);
 
-    // Without --json a failed cleanup still delivers the text, with the reason on stderr.
+    // Without --json a failed cleanup still delivers the text, with the reason on stderr; the
+    // level is then the saved one, strict by default.
     const auto r = tolmo({"dicteer", pad.string()}, omg);
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.uit, ongeschoond + "\n");
     EXPECT_EQ(r.fout, "De tekst is niet opgeschoond (OpenAI gaf een fout (code 500)).\n");
+    EXPECT_NE(server.verzoeken().back().body.find(strakAlleen), std::string::npos);
 }
 
 TEST_F(DicteerTest, EveryFailureHasItsMessageAndStatus) {
@@ -280,7 +274,6 @@ TEST_F(DicteerTest, EveryFailureHasItsMessageAndStatus) {
                   .status,
               0);
     std::ofstream(map_ / "audio" / "tekst.wav") << "Dit is geen audio, maar tekst.\n";
-    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
 
     struct Geval {
         const char* naam;
@@ -292,161 +285,51 @@ TEST_F(DicteerTest, EveryFailureHasItsMessageAndStatus) {
         bool verstuurd;
     };
     const Omgeving openai{{"OPENAI_API_KEY", "sk-1"}, {"TOLMO_OPENAI_URL", server.url()}};
-    const Omgeving mistral{{"MISTRAL_API_KEY", "m-1"}, {"TOLMO_MISTRAL_URL", server.url()}};
-    const Omgeving relay{{"TOLMO_TOEGANGSCODE", "c-1"}, {"TOLMO_SERVER_URL", server.url()}};
     const Geval gevallen[] = {
-        {"geen sleutel",
-         {"--motor", "openai", goed.string()},
-         {},
-         std::nullopt,
-         1,
+        {"geen sleutel", Args{"--motor", "openai", goed.string()}, Omgeving{}, std::nullopt, 1,
          "Geen OpenAI-sleutel. Vul hem in bij Instellingen in de Tolmo-app.\n"
          "Bewaar hem hier met: tolmo sleutel zet openai.\n",
          false},
-        {"geen toegangscode",
-         {"--motor", "tolmo", goed.string()},
-         {{"TOLMO_SERVER_URL", server.url()}},
-         std::nullopt,
-         1,
+        {"geen toegangscode", Args{"--motor", "tolmo", goed.string()},
+         Omgeving{{"TOLMO_SERVER_URL", server.url()}}, std::nullopt, 1,
          "Geen toegangscode voor de Tolmo-server. Vul hem in bij Instellingen in de Tolmo-app.\n"
          "Bewaar hem hier met: tolmo sleutel zet server.\n",
          false},
-        {"401",
-         {"--motor", "openai", goed.string()},
-         openai,
-         Antwoord::json(401, "{}"),
-         1,
-         "OpenAI weigert de sleutel (fout 401).\n",
-         true},
-        {"500",
-         {"--motor", "mistral", goed.string()},
-         mistral,
-         Antwoord::json(500, "{}"),
-         1,
-         "Mistral gaf een fout (code 500).\n",
-         true},
-        {"relay 500",
-         {"--motor", "tolmo", goed.string()},
-         relay,
-         Antwoord::json(500, "{}"),
-         1,
-         "De Tolmo-server gaf een fout (code 500).\n",
-         true},
-        {"niets verstaan",
-         {"--motor", "openai", goed.string()},
-         openai,
-         Antwoord::json(200, R"({"text":""})"),
-         1,
-         "Niets verstaan. Probeer het opnieuw.\n",
-         true},
-        {"relay onbereikbaar",
-         {"--motor", "tolmo", goed.string()},
-         {{"TOLMO_TOEGANGSCODE", "c-1"}, {"TOLMO_SERVER_URL", gesloten}},
-         std::nullopt,
-         1,
-         "De Tolmo-server is niet bereikbaar. Probeer het opnieuw.\n",
-         false},
-        {"openai onbereikbaar",
-         {"--motor", "openai", goed.string()},
-         {{"OPENAI_API_KEY", "sk-1"}, {"TOLMO_OPENAI_URL", gesloten}},
-         std::nullopt,
-         1,
-         "Geen internet. Probeer het opnieuw.\n",
-         false},
-        {"onbekende optie",
-         {"--snel", goed.string()},
-         {},
-         std::nullopt,
-         2,
-         "Onbekende optie \"--snel\". Zie tolmo dicteer --help.\n",
-         false},
-        {"ongeldige stijl",
-         {"--stijl", "deftig", goed.string()},
-         {},
-         std::nullopt,
-         2,
+        {"401", Args{"--motor", "openai", goed.string()}, openai, Antwoord::json(401, "{}"), 1,
+         "OpenAI weigert de sleutel (fout 401).\n", true},
+        {"onbekende optie", Args{"--snel", goed.string()}, Omgeving{}, std::nullopt, 2,
+         "Onbekende optie \"--snel\". Zie tolmo dicteer --help.\n", false},
+        {"ongeldige stijl", Args{"--stijl", "deftig", goed.string()}, Omgeving{}, std::nullopt, 2,
          "Ongeldige waarde \"deftig\" voor --stijl. Kies zakelijk, neutraal, los of "
          "letterlijk.\n",
          false},
-        {"waarde ontbreekt",
-         {goed.string(), "--niveau"},
-         {},
-         std::nullopt,
-         2,
-         "De optie --niveau heeft een waarde nodig: licht of strak.\n",
-         false},
-        {"vlag met waarde",
-         {"--json=ja", goed.string()},
-         {},
-         std::nullopt,
-         2,
-         "De optie --json heeft geen waarde.\n",
-         false},
-        {"geen bestand",
-         {"--motor", "test"},
-         {},
-         std::nullopt,
-         2,
-         "Geef een audiobestand of --microfoon. Zie tolmo dicteer --help.\n",
-         false},
-        {"twee bestanden",
-         {goed.string(), goed.string()},
-         {},
-         std::nullopt,
-         2,
-         "Geef één audiobestand, niet meer. Zie tolmo dicteer --help.\n",
-         false},
-        {"bestand en microfoon",
-         {"--microfoon", goed.string()},
-         {},
-         std::nullopt,
-         2,
-         "Geef een audiobestand of --microfoon, niet allebei.\n",
-         false},
-        {"ontbrekend bestand",
-         {"--motor", "test", (map_ / "weg.wav").string()},
-         {},
-         std::nullopt,
-         1,
-         "Het bestand " + (map_ / "weg.wav").string() + " bestaat niet.\n",
-         false},
-        {"geen audio",
-         {"--motor", "test", (map_ / "audio" / "tekst.wav").string()},
-         {},
-         std::nullopt,
-         1,
+        {"waarde ontbreekt", Args{goed.string(), "--niveau"}, Omgeving{}, std::nullopt, 2,
+         "De optie --niveau heeft een waarde nodig: licht of strak.\n", false},
+        {"vlag met waarde", Args{"--json=ja", goed.string()}, Omgeving{}, std::nullopt, 2,
+         "De optie --json heeft geen waarde.\n", false},
+        {"geen bestand", Args{"--motor", "test"}, Omgeving{}, std::nullopt, 2,
+         "Geef een audiobestand of --microfoon. Zie tolmo dicteer --help.\n", false},
+        {"twee bestanden", Args{goed.string(), goed.string()}, Omgeving{}, std::nullopt, 2,
+         "Geef één audiobestand, niet meer. Zie tolmo dicteer --help.\n", false},
+        {"bestand en microfoon", Args{"--microfoon", goed.string()}, Omgeving{}, std::nullopt, 2,
+         "Geef een audiobestand of --microfoon, niet allebei.\n", false},
+        {"ontbrekend bestand", Args{"--motor", "test", (map_ / "weg.wav").string()}, Omgeving{},
+         std::nullopt, 1, "Het bestand " + (map_ / "weg.wav").string() + " bestaat niet.\n", false},
+        {"geen audio", Args{"--motor", "test", (map_ / "audio" / "tekst.wav").string()}, Omgeving{},
+         std::nullopt, 1,
          "Het bestand " + (map_ / "audio" / "tekst.wav").string() +
              " is geen audiobestand dat tolmo kan lezen.\n",
          false},
-        {"map",
-         {"--motor", "test", (map_ / "audio").string()},
-         {},
-         std::nullopt,
-         1,
-         (map_ / "audio").string() + " is een map, geen audiobestand.\n",
-         false},
-        {"leeg",
-         {"--motor", "test", leeg.string()},
-         {},
-         std::nullopt,
-         1,
-         "Het bestand " + leeg.string() + " bevat geen audio.\n",
-         false},
-        {"te kort",
-         {"--motor", "openai", tekort.string()},
-         openai,
-         std::nullopt,
-         1,
+        {"map", Args{"--motor", "test", (map_ / "audio").string()}, Omgeving{}, std::nullopt, 1,
+         (map_ / "audio").string() + " is een map, geen audiobestand.\n", false},
+        {"leeg", Args{"--motor", "test", leeg.string()}, Omgeving{}, std::nullopt, 1,
+         "Het bestand " + leeg.string() + " bevat geen audio.\n", false},
+        {"te kort", Args{"--motor", "openai", tekort.string()}, openai, std::nullopt, 1,
          "Het bestand " + tekort.string() +
              " is te kort om te dicteren (0,29 s; minstens 0,3 s nodig).\n",
          false},
-        {"stil",
-         {"--motor", "openai", stil.string()},
-         openai,
-         std::nullopt,
-         1,
-         "Het bestand " + stil.string() + " is helemaal stil.\n",
-         false},
+        {"stil", Args{"--motor", "openai", stil.string()}, openai, std::nullopt, 1,
+         "Het bestand " + stil.string() + " is helemaal stil.\n", false},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -8,7 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "nep/Proces.h"
+#include "nep/LopendProces.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -17,15 +17,6 @@ namespace fs = std::filesystem;
 
 class CliTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-cli-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
-        fs::create_directories(map_);
-    }
-    void TearDown() override { fs::remove_all(map_); }
-
     nep::ProcesUitkomst tolmo(const std::vector<std::string>& args, const std::string& invoer = {},
                               std::map<std::string, std::string> extra = {}) {
         std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map_.string()},
@@ -45,7 +36,8 @@ class CliTest : public ::testing::Test {
         return s.str();
     }
 
-    fs::path map_;
+    nep::TijdelijkeMap tijdelijk_;
+    const fs::path map_ = tijdelijk_.pad();
 };
 
 TEST_F(CliTest, SettingsRoundTripAndRefusals) {

@@ -1,60 +1,40 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-
-#include "nep/Proces.h"
+#include "nep/LopendProces.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
-    const fs::path map = fs::temp_directory_path() / ("tolmo-tekst-" + std::to_string(::getpid()));
-    fs::remove_all(map);
-    fs::create_directories(map);
-    const std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map.string()}};
+    const nep::TijdelijkeMap map;
+    const std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map.pad().string()}};
+    using Args = std::vector<std::string>;
     struct Geval {
-        std::vector<std::string> args;
+        Args args;
         std::string invoer;
         int status;
         std::string uit;
         std::string fout;
     };
     const Geval gevallen[] = {
-        {{"opschonen"}, "eh ik ik wil eh naar huis", 0, "Ik wil naar huis.\n", ""},
-        {{"opschonen", "--stijl", "letterlijk"}, "git status.", 0, "git status\n", ""},
-        {{"opschonen", "--kort"}, "eh, ok.", 0, "Ok.\n", ""},
-        {{"opschonen", "--woord", "iPhone"},
-         "ik wil een iPhone. iPhone is duur",
-         0,
-         "Ik wil een iPhone. iPhone is duur.\n",
-         ""},
-        {{"opschonen", "--stijl", "chic"},
-         "",
-         2,
-         "",
+        {Args{"opschonen"}, "eh ik ik wil eh naar huis", 0, "Ik wil naar huis.\n", ""},
+        {Args{"opschonen", "--stijl", "letterlijk"}, "git status.", 0, "git status\n", ""},
+        {Args{"opschonen", "--kort"}, "eh, ok.", 0, "Ok.\n", ""},
+        {Args{"opschonen", "--woord", "iPhone"}, "ik wil een iPhone. iPhone is duur", 0,
+         "Ik wil een iPhone. iPhone is duur.\n", ""},
+        {Args{"opschonen", "--stijl", "chic"}, "", 2, "",
          "Onbekende stijl \"chic\". Kies zakelijk, neutraal, los of letterlijk.\n"},
-        {{"opschonen", "--woord"},
-         "",
-         2,
-         "",
+        {Args{"opschonen", "--woord"}, "", 2, "",
          "Na --woord hoort een waarde. Zie tolmo opschonen --help.\n"},
-        {{"spraakopdrachten"},
-         "hallo komma hoe gaat het vraagteken nieuwe regel tot zo punt",
-         0,
-         "hallo, hoe gaat het?\nTot zo.\n",
-         ""},
-        {{"spraakopdrachten", "extra"},
-         "",
-         2,
-         "",
+        {Args{"spraakopdrachten"}, "hallo komma hoe gaat het vraagteken nieuwe regel tot zo punt",
+         0, "hallo, hoe gaat het?\nTot zo.\n", ""},
+        {Args{"spraakopdrachten", "extra"}, "", 2, "",
          "tolmo spraakopdrachten neemt geen argumenten; de tekst komt van standaardinvoer.\n"},
-        {{"stijl", "COM.APPLE.MAIL"}, "", 0, "zakelijk\n", ""},
-        {{"stijl", "com.googlecode.iterm2"}, "", 0, "letterlijk\n", ""},
-        {{"stijl", "org.onbekend.app"}, "", 0, "neutraal\n", ""},
-        {{"stijl"}, "", 2, "", "Gebruik: tolmo stijl BUNDLEID.\n"},
+        {Args{"stijl", "COM.APPLE.MAIL"}, "", 0, "zakelijk\n", ""},
+        {Args{"stijl", "com.googlecode.iterm2"}, "", 0, "letterlijk\n", ""},
+        {Args{"stijl", "org.onbekend.app"}, "", 0, "neutraal\n", ""},
+        {Args{"stijl"}, "", 2, "", "Gebruik: tolmo stijl BUNDLEID.\n"},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.args.front() + " / " + g.invoer);
@@ -77,7 +57,6 @@ TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
               "letterlijk\n");
     EXPECT_EQ(nep::voerProcesUit(TOLMO_CLI_PAD, {"opschonen"}, omgeving, "ls -la.").uit,
               "ls -la\n");
-    fs::remove_all(map);
 }
 
 }  // namespace

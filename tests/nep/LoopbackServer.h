@@ -27,6 +27,13 @@
 
 namespace tolmo::nep {
 
+// A port on 127.0.0.1 where nothing listens (until someone takes it).
+inline std::uint16_t vrijePoort() {
+    boost::asio::io_context io;
+    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
+    return a.local_endpoint().port();
+}
+
 // An HTTP/1.1 server on 127.0.0.1 (a free port) for tests and benchmarks that talk to a real
 // socket. It records every request (raw bytes, method, target, headers, body, when its last
 // byte arrived) and how many TCP connections it accepted, and answers from a script: each
@@ -45,11 +52,7 @@ class LoopbackServer {
         std::string doel;
         Headers headers;
         std::string body;
-        // Also counted when bodies are not kept.
-        std::uint64_t bodyLengte = 0;
         std::string ruw;
-        std::size_t verbinding = 0;
-        Klok::time_point eersteByte;
         Klok::time_point laatsteByte;
 
         [[nodiscard]] std::optional<std::string> header(std::string_view naam) const {
@@ -171,11 +174,10 @@ class LoopbackServer {
     }
 
   private:
-    // A request body that is counted, and kept only when asked.
+    // A request body that is kept only when asked.
     struct TelBody {
         struct value_type {
             std::string data;
-            std::uint64_t lengte = 0;
             bool bewaar = true;
         };
         class reader {
@@ -197,7 +199,6 @@ class LoopbackServer {
                     }
                     n += b.size();
                 }
-                b_.lengte += n;
                 ec = {};
                 return n;
             }
@@ -229,10 +230,9 @@ class LoopbackServer {
             if (ec) {
                 continue;
             }
-            const std::size_t nummer = verbindingen_++;
+            ++verbindingen_;
             openSockets_.push_back(s.native_handle());
-            draden_.emplace_back(
-                [this, nummer, s = std::move(s)]() mutable { bedien(std::move(s), nummer); });
+            draden_.emplace_back([this, s = std::move(s)]() mutable { bedien(std::move(s)); });
         }
     }
 
@@ -253,13 +253,12 @@ class LoopbackServer {
         return script_[std::min(i, script_.size() - 1)];
     }
 
-    void bedien(boost::asio::ip::tcp::socket s, std::size_t nummer) {
-        namespace http = boost::beast::http;
+    void bedien(boost::asio::ip::tcp::socket s) {
         boost::system::error_code ec;
         s.set_option(boost::asio::ip::tcp::no_delay(true), ec);
         boost::beast::flat_buffer buffer;
         for (bool verder = true; verder;) {
-            verder = bedienEen(s, buffer, nummer);
+            verder = bedienEen(s, buffer);
         }
         {
             const std::lock_guard slot(m_);
@@ -270,8 +269,7 @@ class LoopbackServer {
     }
 
     // One request and its answer; false when the connection is to be closed.
-    bool bedienEen(boost::asio::ip::tcp::socket& s, boost::beast::flat_buffer& buffer,
-                   std::size_t nummer) {
+    bool bedienEen(boost::asio::ip::tcp::socket& s, boost::beast::flat_buffer& buffer) {
         namespace http = boost::beast::http;
         http::request_parser<TelBody> parser;
         parser.body_limit(std::numeric_limits<std::uint64_t>::max());
@@ -279,11 +277,8 @@ class LoopbackServer {
         parser.get().body().bewaar = opties_.bewaarBody;
 
         Verzoek v;
-        v.verbinding = nummer;
         std::optional<Antwoord> gekozen;
         bool meer = buffer.size() == 0;
-        bool begonnen = !meer;
-        v.eersteByte = Klok::now();
         boost::system::error_code ec;
         while (!parser.is_done()) {
             if (meer) {
@@ -292,10 +287,6 @@ class LoopbackServer {
                     return false;
                 }
                 buffer.commit(n);
-                if (!begonnen) {
-                    begonnen = true;
-                    v.eersteByte = Klok::now();
-                }
             }
             const std::size_t n = parser.put(buffer.data(), ec);
             if (opties_.bewaarBody) {
@@ -329,7 +320,6 @@ class LoopbackServer {
             v.headers.emplace_back(std::string(veld.name_string()), std::string(veld.value()));
         }
         v.body = std::move(bericht.body().data);
-        v.bodyLengte = bericht.body().lengte;
         const bool keepAlive = bericht.keep_alive();
 
         std::function<Antwoord(const Verzoek&)> behandelaar;

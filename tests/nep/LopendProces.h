@@ -7,9 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "nep/Proces.h"
-
 namespace tolmo::nep {
+
+struct ProcesUitkomst {
+    int status = -1;  // exit status, or 128 + signal
+    std::string uit;
+    std::string fout;
+};
 
 // A child process a test talks to while it runs: write to its standard input when the test is
 // ready, wait for a text on its standard error, send it a signal, then collect the outcome.
@@ -48,5 +52,16 @@ class LopendProces {
     int fout_ = -1;
     ProcesUitkomst r_;
 };
+
+// Runs a program to its end with the given environment additions and standard input. The
+// inputs our tests give fit in a pipe, so writing them all before reading cannot block.
+inline ProcesUitkomst voerProcesUit(const std::string& programma,
+                                    const std::vector<std::string>& args,
+                                    const std::map<std::string, std::string>& omgeving = {},
+                                    const std::string& invoer = {}) {
+    LopendProces proces(programma, args, {omgeving, false});
+    proces.schrijf(invoer);
+    return proces.wacht();
+}
 
 }  // namespace tolmo::nep

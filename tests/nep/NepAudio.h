@@ -50,10 +50,11 @@ class NepBuffer {
 // Converts by averaging the channels and keeping every n-th frame (rates that divide evenly).
 class NepOmzetter final : public Omzetter {
   public:
-    explicit NepOmzetter(InvoerFormaat van) : van_(van) {}
+    NepOmzetter(InvoerFormaat van, std::vector<std::size_t>* ruimte) : van_(van), ruimte_(ruimte) {}
     const InvoerFormaat& invoer() const override { return van_; }
     std::size_t zetOm(const AudioBlok& b, std::span<float> uit,
                       std::error_code&) noexcept override {
+        ruimte_->push_back(uit.size());
         const auto stap = static_cast<std::size_t>(van_.sampleRate / doelFormaat.sampleRate);
         std::size_t n = 0;
         for (std::size_t i = 0; i < b.frames && n < uit.size(); i += stap) {
@@ -69,18 +70,21 @@ class NepOmzetter final : public Omzetter {
 
   private:
     InvoerFormaat van_;
+    std::vector<std::size_t>* ruimte_;
 };
 
 class NepOmzetterMaker final : public Omzetter::Maker {
   public:
     bool weigert = false;
     int gemaakt = 0;
+    // The room each conversion was given for its output, in frames.
+    std::vector<std::size_t> ruimte;
     std::unique_ptr<Omzetter> maak(const InvoerFormaat& van, const InvoerFormaat&) override {
         if (weigert) {
             return nullptr;
         }
         ++gemaakt;
-        return std::make_unique<NepOmzetter>(van);
+        return std::make_unique<NepOmzetter>(van, &ruimte);
     }
 };
 

@@ -71,7 +71,6 @@ class NepHoofdLus final : public HoofdLus {
             return p->actief && p->metHandvat;
         }));
     }
-    [[nodiscard]] std::size_t wachtend() const { return wachtrij_.size(); }
 
   private:
     struct Plan {

@@ -23,7 +23,6 @@ class NepToetsBron final : public ToetsBron {
     bool tapLevert = true;
     bool tapGaatAan = true;
     bool globaleMonitorLukt = true;
-    bool lokaleMonitorLukt = true;
     bool handlerLukt = true;
     std::vector<Toetscombinatie> bezet;
     ToetsVlaggen sessie;
@@ -55,37 +54,17 @@ class NepToetsBron final : public ToetsBron {
         return std::make_unique<NepTap>(*this);
     }
     std::unique_ptr<Registratie> installeerGlobaleMonitor(OpGebeurtenis op) override {
-        verzoeken.push_back("globale monitor");
-        if (!globaleMonitorLukt) {
-            return nullptr;
-        }
-        globaleHandler = oudeGlobaleHandler = std::move(op);
-        return std::make_unique<NepRegistratie>([this] {
-            verzoeken.push_back("globale monitor weg");
-            globaleHandler = nullptr;
-        });
+        oudeGlobaleHandler = op;
+        return registreer("globale monitor", globaleMonitorLukt, globaleHandler, std::move(op));
     }
     std::unique_ptr<Registratie> installeerLokaleMonitor(OpGebeurtenis op) override {
-        verzoeken.push_back("lokale monitor");
-        if (!lokaleMonitorLukt) {
-            return nullptr;
-        }
-        lokaleHandler = std::move(op);
-        return std::make_unique<NepRegistratie>([this] {
-            verzoeken.push_back("lokale monitor weg");
-            lokaleHandler = nullptr;
-        });
+        return registreer("lokale monitor", true, lokaleHandler, std::move(op));
     }
     std::unique_ptr<Registratie> installeerWisselHandler(std::function<void()> op) override {
-        verzoeken.push_back("wisselhandler");
-        if (!handlerLukt) {
-            return nullptr;
+        if (handlerLukt) {
+            oudeWisselHandler = op;
         }
-        wisselHandler = oudeWisselHandler = std::move(op);
-        return std::make_unique<NepRegistratie>([this] {
-            verzoeken.push_back("wisselhandler weg");
-            wisselHandler = nullptr;
-        });
+        return registreer("wisselhandler", handlerLukt, wisselHandler, std::move(op));
     }
     std::unique_ptr<Registratie> registreerWissel(const Toetscombinatie& c) override {
         verzoeken.push_back("registreer " + c.weergave());
@@ -100,11 +79,10 @@ class NepToetsBron final : public ToetsBron {
     }
     ToetsVlaggen sessieVlaggen() const override { return sessie; }
 
-    [[nodiscard]] bool tapBestaat() const { return static_cast<bool>(tapHandler); }
-
     // One real key event: the session state follows it, the tap sees it first (when it exists,
-    // is enabled and delivers), then the global monitor.
-    void toets(const Gebeurtenis& g) {
+    // is enabled and delivers), then the global monitor, or the local one when the event is
+    // aimed at the app itself.
+    void toets(const Gebeurtenis& g, bool inApp = false) {
         if (g.soort == Soort::modificatie) {
             sessie = g.vlaggen;
         }
@@ -112,19 +90,7 @@ class NepToetsBron final : public ToetsBron {
         if (auto h = tapHandler; h && tapAan && tapLevert) {
             h(g);
         }
-        if (auto h = globaleHandler) {
-            h(g);
-        }
-    }
-    // An event aimed at the app itself reaches the local monitor instead of the global one.
-    void toetsInApp(const Gebeurtenis& g) {
-        if (g.soort == Soort::modificatie) {
-            sessie = g.vlaggen;
-        }
-        if (auto h = tapHandler; h && tapAan && tapLevert) {
-            h(g);
-        }
-        if (auto h = lokaleHandler) {
+        if (auto h = inApp ? lokaleHandler : globaleHandler) {
             h(g);
         }
     }
@@ -141,6 +107,22 @@ class NepToetsBron final : public ToetsBron {
     }
 
   private:
+    // Records the request "naam"; when granted, installs the handler until the registration
+    // goes, which is recorded as "naam weg".
+    template <class Handler>
+    std::unique_ptr<Registratie> registreer(const std::string& naam, bool lukt, Handler& plek,
+                                            Handler handler) {
+        verzoeken.push_back(naam);
+        if (!lukt) {
+            return nullptr;
+        }
+        plek = std::move(handler);
+        return std::make_unique<NepRegistratie>([this, naam, &plek] {
+            verzoeken.push_back(naam + " weg");
+            plek = nullptr;
+        });
+    }
+
     class NepTap final : public Tap {
       public:
         explicit NepTap(NepToetsBron& b) : bron_(b) {}

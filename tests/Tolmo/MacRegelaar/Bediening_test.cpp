@@ -137,8 +137,8 @@ TEST(Bediening, EenGeweigerdeSneltoetsLaatDeOudeWerken) {
     EXPECT_EQ(GedeeldeOpslag(o.groep, o.standaard).laadMac().wisselSneltoets, nieuw);
 }
 
-// Only the hold key's own dictation ends when it is let go: a toggle or menu dictation runs on
-// while the user presses and releases the hold key for something else.
+// Only the hold key's own dictation ends or is cancelled when it is let go: a toggle or menu
+// dictation runs on while the user presses and releases the hold key for something else.
 TEST(Bediening, LoslatenStoptAlleenEenHoudDictaat) {
     for (const bool metWissel : {true, false}) {
         SCOPED_TRACE(metWissel ? "wisselsneltoets" : "menu");
@@ -151,11 +151,14 @@ TEST(Bediening, LoslatenStoptAlleenEenHoudDictaat) {
         }
         o.lus.draai();
         ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
-        o.toetsen.toets(optionOmlaag);
-        o.lus.verstrijk(1.0);
-        o.toetsen.toets(optionLos);
-        o.lus.draai();
-        EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+        // A hold (which ends) and a tap (which cancels).
+        for (const double duur : {1.0, 0.1}) {
+            o.toetsen.toets(optionOmlaag);
+            o.lus.verstrijk(duur);
+            o.toetsen.toets(optionLos);
+            o.lus.draai();
+            EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp) << duur;
+        }
     }
 }
 

@@ -109,24 +109,12 @@ TEST(DictaatRegelaarOpstarten, AddingAProposedWord) {
     };
     const Geval gevallen[] = {
         {"nieuw", {"Tolmo"}, "ChatGPT", {"Term toegevoegd aan de woordenlijst (2 termen)"}, {}, 2},
-        {"de laatste plaats",
-         woorden(199),
-         "ChatGPT",
-         {"Term toegevoegd aan de woordenlijst (200 termen)"},
-         {},
-         200},
-        {"al aanwezig, andere hoofdletters",
-         {"ChatGPT"},
-         "chatgpt",
-         {},
-         {{"Staat al in de woordenlijst.", false, std::nullopt}},
-         1},
-        {"vol",
-         woorden(200),
-         "ChatGPT",
-         {},
-         {{"De woordenlijst is vol (200 termen).", true, std::nullopt}},
-         200},
+        {"de laatste plaats", woorden(199), "ChatGPT",
+         Regels{"Term toegevoegd aan de woordenlijst (200 termen)"}, std::vector<Melding>{}, 200},
+        {"al aanwezig, andere hoofdletters", Regels{"ChatGPT"}, "chatgpt", Regels{},
+         std::vector<Melding>{{"Staat al in de woordenlijst.", false, std::nullopt}}, 1},
+        {"vol", woorden(200), "ChatGPT", Regels{},
+         std::vector<Melding>{{"De woordenlijst is vol (200 termen).", true, std::nullopt}}, 200},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);

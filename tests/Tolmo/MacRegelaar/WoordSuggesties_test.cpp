@@ -16,12 +16,10 @@ TEST(WoordSuggesties, ProposesTermsTheCleanupSpelledDifferently) {
         std::vector<std::string> lijst;
         std::vector<std::string> verwacht;
     };
+    using L = std::vector<std::string>;
     const Geval gevallen[] = {
-        {"samengevoegd en hoofdletters",
-         "we gebruiken chat gpt op de iphone",
-         "We gebruiken ChatGPT op de iPhone.",
-         {},
-         {"ChatGPT", "iPhone"}},
+        {"samengevoegd en hoofdletters", "we gebruiken chat gpt op de iphone",
+         "We gebruiken ChatGPT op de iPhone.", L{}, L{"ChatGPT", "iPhone"}},
         // A capital only at the start may just begin a sentence.
         {"alleen beginhoofdletter", "jan en piet gingen", "Jan en Piet gingen.", {}, {}},
         {"cijfers", "de q drie cijfers", "De Q3-cijfers", {}, {"Q3-cijfers"}},
@@ -31,11 +29,8 @@ TEST(WoordSuggesties, ProposesTermsTheCleanupSpelledDifferently) {
         {"leestekens eromheen tellen niet", "(iPhone),", "iPhone", {}, {}},
         {"al in de woordenlijst, zonder hoofdlettergevoel", "chat gpt", "ChatGPT", {"chatgpt"}, {}},
         {"elk woord een keer", "mac os en mac os", "macOS en macOS", {}, {"macOS"}},
-        {"hoogstens drie",
-         "a b c d e",
-         "iOS tvOS macOS watchOS visionOS",
-         {},
-         {"iOS", "tvOS", "macOS"}},
+        {"hoogstens drie", "a b c d e", "iOS tvOS macOS watchOS visionOS", L{},
+         L{"iOS", "tvOS", "macOS"}},
         {"niet-Latijns schrift", "привет мир", "Привет МИР", {}, {"МИР"}},
         {"lege teksten", "", "", {}, {}},
     };

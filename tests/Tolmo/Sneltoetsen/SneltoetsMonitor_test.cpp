@@ -74,71 +74,25 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
         Regels verzoeken;
     };
     const Geval gevallen[] = {
-        {"beide",
-         true,
-         true,
-         true,
-         true,
-         true,
-         Mechanisme::tap,
-         {tapGemaakt, viaTap},
-         {"maakTap", "tap aan", "globale monitor", "lokale monitor"}},
-        {"alleen Invoermonitoring",
-         true,
-         false,
-         true,
-         true,
-         true,
-         Mechanisme::tap,
-         {tapGemaakt, viaTap},
-         {"maakTap", "tap aan"}},
-        {"alleen Toegankelijkheid",
-         false,
-         true,
-         true,
-         true,
-         true,
-         Mechanisme::nsEvent,
-         {viaNsEvent},
-         {"globale monitor", "lokale monitor"}},
+        {"beide", true, true, true, true, true, Mechanisme::tap, Regels{tapGemaakt, viaTap},
+         Regels{"maakTap", "tap aan", "globale monitor", "lokale monitor"}},
+        {"alleen Invoermonitoring", true, false, true, true, true, Mechanisme::tap,
+         Regels{tapGemaakt, viaTap}, Regels{"maakTap", "tap aan"}},
+        {"alleen Toegankelijkheid", false, true, true, true, true, Mechanisme::nsEvent,
+         Regels{viaNsEvent}, Regels{"globale monitor", "lokale monitor"}},
         // The first start says why the hold key does nothing, though the mechanism stays geen.
-        {"geen van beide", false, false, true, true, true, Mechanisme::geen, {nietActief}, {}},
-        {"tap geweigerd, Toegankelijkheid wel",
-         true,
-         true,
-         false,
-         true,
-         true,
-         Mechanisme::nsEvent,
-         {"CGEventTap maken mislukt", viaNsEvent},
-         {"maakTap", "globale monitor", "lokale monitor"}},
-        {"tap geweigerd, geen Toegankelijkheid",
-         true,
-         false,
-         false,
-         true,
-         true,
-         Mechanisme::geen,
-         {"CGEventTap maken mislukt", nietActief},
-         {"maakTap"}},
-        {"tap gaat niet aan",
-         true,
-         false,
-         true,
-         false,
-         true,
-         Mechanisme::tap,
-         {"CGEventTap gemaakt (main run loop, common modes, uit)", viaTap},
-         {"maakTap", "tap aan"}},
-        {"geen globale monitor",
-         false,
-         true,
-         true,
-         true,
-         false,
-         Mechanisme::geen,
-         {nietActief},
-         {"globale monitor", "lokale monitor"}},
+        {"geen van beide", false, false, true, true, true, Mechanisme::geen, Regels{nietActief},
+         Regels{}},
+        {"tap geweigerd, Toegankelijkheid wel", true, true, false, true, true, Mechanisme::nsEvent,
+         Regels{"CGEventTap maken mislukt", viaNsEvent},
+         Regels{"maakTap", "globale monitor", "lokale monitor"}},
+        {"tap geweigerd, geen Toegankelijkheid", true, false, false, true, true, Mechanisme::geen,
+         Regels{"CGEventTap maken mislukt", nietActief}, Regels{"maakTap"}},
+        {"tap gaat niet aan", true, false, true, false, true, Mechanisme::tap,
+         Regels{"CGEventTap gemaakt (main run loop, common modes, uit)", viaTap},
+         Regels{"maakTap", "tap aan"}},
+        {"geen globale monitor", false, true, true, true, false, Mechanisme::geen,
+         Regels{nietActief}, Regels{"globale monitor", "lokale monitor"}},
     };
     for (const Geval& g : gevallen) {
         monitor.reset();
@@ -165,7 +119,7 @@ TEST_F(SneltoetsMonitorTest, WithAWorkingTapTheMonitorsOnlyWitness) {
     lus.draai();
     EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
     lus.verstrijk(0.4);
-    bron.toetsInApp(mod(rechterOptionCode, 0));
+    bron.toets(mod(rechterOptionCode, 0), true);
     lus.verstrijk(2.0);
     EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
     EXPECT_EQ(monitor->tapGemist(), 0);
@@ -440,11 +394,12 @@ TEST_F(SneltoetsMonitorTest, TapSwitchedOffBySystemIsSwitchedOnAgain) {
 }
 
 TEST_F(SneltoetsMonitorTest, ModifierLogging) {
+    using Gebeurtenissen = std::vector<Gebeurtenis>;
     struct Geval {
         const char* naam;
         HoudToets toets;
         bool viaTap;
-        std::vector<Gebeurtenis> gebeurtenissen;
+        Gebeurtenissen gebeurtenissen;
         Regels regels;
     };
     const std::string eersteTap =
@@ -452,27 +407,23 @@ TEST_F(SneltoetsMonitorTest, ModifierLogging) {
     const std::string eersteNs =
         "Eerste modificatietoets ontvangen via NSEvent-monitor (Toegankelijkheid)";
     const Geval gevallen[] = {
-        {"andere kandidaten een keer gemeld",
-         HoudToets::rechterOption,
-         true,
-         {mod(fnCode, V::fn), mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, 0),
-          mod(rechterCommandCode, rCmd), mod(rechterCommandCode, 0), mod(linkerOptionCode, lOpt),
-          mod(linkerOptionCode, 0)},
-         {eersteTap, "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)",
-          "Rechter Command (⌘) gezien, maar de houdtoets is Rechter Option (⌥)"}},
-        {"houdtoets alleen bij een wissel van stand",
-         HoudToets::fn,
-         false,
-         {mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, V::fn), omlaag(pijlLinks), mod(fnCode, 0),
-          mod(rechterOptionCode, rOpt)},
-         {eersteNs, "Houdtoets ingedrukt", "Houdtoets losgelaten",
-          "Rechter Option (⌥) gezien, maar de houdtoets is Fn (wereldbol)"}},
-        {"uit",
-         HoudToets::uit,
-         true,
-         {mod(rechterOptionCode, rOpt), mod(rechterOptionCode, 0), mod(rechterOptionCode, rOpt)},
-         {eersteTap, "Rechter Option (⌥) gezien, maar de houdtoets is Uit"}},
-        {"alleen toetsomlaag: niets", HoudToets::fn, true, {omlaag(pijlLinks)}, {}},
+        {"andere kandidaten een keer gemeld", HoudToets::rechterOption, true,
+         Gebeurtenissen{mod(fnCode, V::fn), mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, 0),
+                        mod(rechterCommandCode, rCmd), mod(rechterCommandCode, 0),
+                        mod(linkerOptionCode, lOpt), mod(linkerOptionCode, 0)},
+         Regels{eersteTap, "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)",
+                "Rechter Command (⌘) gezien, maar de houdtoets is Rechter Option (⌥)"}},
+        {"houdtoets alleen bij een wissel van stand", HoudToets::fn, false,
+         Gebeurtenissen{mod(fnCode, 0), mod(fnCode, V::fn), mod(fnCode, V::fn), omlaag(pijlLinks),
+                        mod(fnCode, 0), mod(rechterOptionCode, rOpt)},
+         Regels{eersteNs, "Houdtoets ingedrukt", "Houdtoets losgelaten",
+                "Rechter Option (⌥) gezien, maar de houdtoets is Fn (wereldbol)"}},
+        {"uit", HoudToets::uit, true,
+         Gebeurtenissen{mod(rechterOptionCode, rOpt), mod(rechterOptionCode, 0),
+                        mod(rechterOptionCode, rOpt)},
+         Regels{eersteTap, "Rechter Option (⌥) gezien, maar de houdtoets is Uit"}},
+        {"alleen toetsomlaag: niets", HoudToets::fn, true, Gebeurtenissen{omlaag(pijlLinks)},
+         Regels{}},
     };
     for (const Geval& g : gevallen) {
         monitor.reset();
@@ -546,11 +497,7 @@ TEST_F(SneltoetsMonitorTest, ToggleRegistration) {
     const Stap stappen[] = {
         {"eerste", d, false, true, {"wisselhandler", "registreer ⌃⌥D"}, d},
         {"vervangen, handler blijft", k, false, true, {"wissel weg ⌃⌥D", "registreer ⇧⌘K"}, k},
-        {"ongeldig: oude weg, toch true",
-         alleenShift,
-         false,
-         true,
-         {"wissel weg ⇧⌘K"},
+        {"ongeldig: oude weg, toch true", alleenShift, false, true, Regels{"wissel weg ⇧⌘K"},
          std::nullopt},
         {"opnieuw", d, false, true, {"registreer ⌃⌥D"}, d},
         {"afwezig: oude weg, true", std::nullopt, false, true, {"wissel weg ⌃⌥D"}, std::nullopt},

@@ -48,6 +48,26 @@ OpschoonUitkomst schoon(std::string tekst) {
     return {std::move(tekst), "snel", 0.25};
 }
 
+std::string herhaal(const std::string& s, int n) {
+    std::string uit;
+    for (int i = 0; i < n; ++i) {
+        uit += s;
+    }
+    return uit;
+}
+
+// The recognition error that f throws.
+template <class F>
+HerkenningsFout gooit(F f) {
+    try {
+        (void)f();
+    } catch (const HerkenningsFout& fout) {
+        return fout;
+    }
+    ADD_FAILURE() << "geen fout";
+    return HerkenningsFout::van(Soort::opnameMislukt);
+}
+
 TEST(TolmoKeten, EightCountedWordsAreCleanedSevenAreTidied) {
     struct Geval {
         std::string transcript;
@@ -87,9 +107,10 @@ TEST(TolmoKeten, EightCountedWordsAreCleanedSevenAreTidied) {
 }
 
 TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
-    const std::string honderd(100, 'a');
-    const std::string tekst = achtWoorden + " " + honderd.substr(0, 100 - achtWoorden.size() - 1);
-    ASSERT_EQ(tekst.size(), 100U);
+    // 101 characters: 1.3 × 101 = 131.3, so the answer may have 131 + 30 = 161 characters.
+    const std::string tekst = achtWoorden + " " + std::string(101 - achtWoorden.size() - 1, 'a');
+    ASSERT_EQ(tekst.size(), 101U);
+    const std::string te = "opgeschoonde tekst leek niet op het dictaat";
     struct Geval {
         const char* naam;
         NepOpschoner::Antwoord antwoord;
@@ -101,25 +122,12 @@ TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
          "Mistral reageert niet. Probeer het opnieuw.", tekst},
         {"andere fout", NepOpschoner::AndereFout{}, "onbekende fout", tekst},
         {"geen standaardfout", NepOpschoner::VreemdeFout{}, "onbekende fout", tekst},
-        {"leeg antwoord", schoon(""), "opgeschoonde tekst leek niet op het dictaat", tekst},
-        {"160 tekens: precies goed", schoon(std::string(160, 'b')), std::nullopt,
-         std::string(160, 'b')},
-        {"161 tekens: te lang", schoon(std::string(161, 'b')),
-         "opgeschoonde tekst leek niet op het dictaat", tekst},
-        // Characters are grapheme clusters, not bytes: 160 two-byte letters still fit.
-        {"160 letters é", schoon([] {
-             std::string s;
-             for (int i = 0; i < 160; ++i)
-                 s += "é";
-             return s;
-         }()),
-         std::nullopt,
-         [] {
-             std::string s;
-             for (int i = 0; i < 160; ++i)
-                 s += "é";
-             return s;
-         }()},
+        {"leeg antwoord", schoon(""), te, tekst},
+        {"161 tekens: precies goed", schoon(std::string(161, 'b')), std::nullopt,
+         std::string(161, 'b')},
+        {"162 tekens: te lang", schoon(std::string(162, 'b')), te, tekst},
+        // Characters are grapheme clusters, not bytes: 161 two-byte letters still fit.
+        {"161 letters é", schoon(herhaal("é", 161)), std::nullopt, herhaal("é", 161)},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -135,41 +143,26 @@ TEST(TolmoKeten, FailuresOfTheCleanerDeliverTheUncleanedText) {
 
 TEST(TolmoKeten, StrictCleaningThatLosesANumberIsRetriedOnceAtLight) {
     const std::string tekst = "ik wil 3 appels en 12 peren kopen bij de markt vandaag";
+    using Rij = std::deque<NepOpschoner::Antwoord>;
     struct Geval {
         const char* naam;
-        std::deque<NepOpschoner::Antwoord> licht;
+        Rij licht;
         bool heeftLicht;
         std::string verwacht;
         std::optional<std::string> probleem;
         std::size_t aanroepen;
     };
     const Geval gevallen[] = {
-        {"licht houdt de getallen",
-         {schoon("Ik wil 3 appels en 12 peren kopen.")},
-         true,
-         "Ik wil 3 appels en 12 peren kopen.",
-         std::nullopt,
-         2},
+        {"licht houdt de getallen", Rij{schoon("Ik wil 3 appels en 12 peren kopen.")}, true,
+         "Ik wil 3 appels en 12 peren kopen.", std::nullopt, 2},
         // The light result is taken even when it too lost a number: no second guard.
-        {"licht verliest ook een getal",
-         {schoon("Ik wil appels en 12 peren.")},
-         true,
-         "Ik wil appels en 12 peren.",
-         std::nullopt,
-         2},
-        {"licht faalt",
-         {HerkenningsFout::api(Motor::openAI, 500)},
-         true,
-         tekst,
-         "OpenAI gaf een fout (code 500).",
-         2},
-        {"licht te lang",
-         {schoon(std::string(200, 'x'))},
-         true,
-         tekst,
-         "opgeschoonde tekst leek niet op het dictaat",
-         2},
-        {"geen licht", {}, false, tekst, "Strak gaf minder getallen, Licht niet beschikbaar", 1},
+        {"licht verliest ook een getal", Rij{schoon("Ik wil appels en 12 peren.")}, true,
+         "Ik wil appels en 12 peren.", std::nullopt, 2},
+        {"licht faalt", Rij{HerkenningsFout::api(Motor::openAI, 500)}, true, tekst,
+         "OpenAI gaf een fout (code 500).", 2},
+        {"licht te lang", Rij{schoon(std::string(200, 'x'))}, true, tekst,
+         "opgeschoonde tekst leek niet op het dictaat", 2},
+        {"geen licht", Rij{}, false, tekst, "Strak gaf minder getallen, Licht niet beschikbaar", 1},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -217,32 +210,20 @@ TEST(TolmoKeten, RecognitionErrorsAndWhatReachesTheEngine) {
         Opstelling o(achtWoorden);
         Opname kapot = opname();
         kapot.onvolledig = true;
-        try {
-            o.keten.verwerk(kapot, Stijl::neutraal, {});
-            FAIL() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f.soort(), Soort::opnameMislukt);
-        }
+        EXPECT_EQ(gooit([&] { return o.keten.verwerk(kapot, Stijl::neutraal, {}); }).soort(),
+                  Soort::opnameMislukt);
         EXPECT_EQ(o.motor().log()->aanroepen, 0) << "an incomplete recording is never sent";
     }
     {
         Opstelling o("");
-        try {
-            o.keten.verwerk(opname(), Stijl::neutraal, {});
-            FAIL() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f.soort(), Soort::nietsVerstaan);
-        }
+        EXPECT_EQ(gooit([&] { return o.keten.verwerk(opname(), Stijl::neutraal, {}); }).soort(),
+                  Soort::nietsVerstaan);
     }
     {
         Opstelling o(achtWoorden);
         o.motor().fout = HerkenningsFout::api(Motor::openAI, 401);
-        try {
-            o.keten.verwerk(opname(), Stijl::neutraal, {});
-            FAIL() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f, HerkenningsFout::api(Motor::openAI, 401));
-        }
+        EXPECT_EQ(gooit([&] { return o.keten.verwerk(opname(), Stijl::neutraal, {}); }),
+                  HerkenningsFout::api(Motor::openAI, 401));
         EXPECT_TRUE(o.script->aanroepen.empty());
     }
     {
@@ -354,22 +335,13 @@ TEST(TolmoKeten, FactoryChoosesEngineAndCleanerFromTheSettings) {
     EXPECT_EQ(keten.verwerk(opname(2.4), Stijl::neutraal, {}).ruw,
               "Test: 2,4 s audio ontvangen, niveau -46 dB");
 
+    const auto bouw = [&] { return TolmoKeten::bouw(s, kluis, nullptr); };
     for (Motor m : {Motor::openAI, Motor::mistral}) {
         s.motor = m;
-        try {
-            (void)TolmoKeten::bouw(s, kluis, nullptr);
-            FAIL() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f, HerkenningsFout::geenSleutel(m));
-        }
+        EXPECT_EQ(gooit(bouw), HerkenningsFout::geenSleutel(m));
     }
     s.motor = Motor::tolmo;
-    try {
-        (void)TolmoKeten::bouw(s, kluis, nullptr);
-        FAIL() << "geen fout";
-    } catch (const HerkenningsFout& f) {
-        EXPECT_EQ(f.soort(), Soort::geenToegangscode);
-    }
+    EXPECT_EQ(gooit(bouw).soort(), Soort::geenToegangscode);
 }
 
 // Counts the requests it passes to the real transport, to show which transport the chain uses.
@@ -421,10 +393,13 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
             s.motor = g.motor;
             s.serverAanbieder = g.serverAanbieder;
             s.woorden = {"Tolmo"};
+            // The chosen level reaches the cleaner; strict is the default.
+            s.opschoonNiveau = eigenTransport ? Opschoonniveau::licht : s.opschoonNiveau;
             const auto transport = std::make_shared<TelTransport>();
             TolmoKeten keten = TolmoKeten::bouw(s, kluis, eigenTransport ? transport : nullptr);
             ASSERT_TRUE(keten.opschoner) << "cleanup is on by default";
-            EXPECT_EQ(keten.opschoner->niveau(), Opschoonniveau::strak);
+            EXPECT_EQ(keten.opschoner->niveau(),
+                      eigenTransport ? Opschoonniveau::licht : Opschoonniveau::strak);
             EXPECT_FALSE(TolmoKeten::bouw(
                              [&] {
                                  TolmoInstellingen uit = s;
@@ -448,20 +423,12 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
     const nep::OmgevingsVariabele geenRelay("TOLMO_SERVER_URL", std::nullopt);
     TolmoInstellingen s = TolmoInstellingen::standaard();
     s.motor = Motor::tolmo;
-    try {
-        (void)TolmoKeten::bouw(s, kluis, nullptr);
-        FAIL() << "geen fout";
-    } catch (const HerkenningsFout& f) {
-        EXPECT_EQ(f.soort(), Soort::geenServeradres);
-        EXPECT_NE(f.melding().find("TOLMO_SERVER_URL"), std::string::npos);
-    }
+    const auto bouw = [&] { return TolmoKeten::bouw(s, kluis, nullptr); };
+    const HerkenningsFout f = gooit(bouw);
+    EXPECT_EQ(f.soort(), Soort::geenServeradres);
+    EXPECT_NE(f.melding().find("TOLMO_SERVER_URL"), std::string::npos);
     kluis.code.reset();
-    try {
-        (void)TolmoKeten::bouw(s, kluis, nullptr);
-        FAIL() << "geen fout";
-    } catch (const HerkenningsFout& f) {
-        EXPECT_EQ(f.soort(), Soort::geenToegangscode);
-    }
+    EXPECT_EQ(gooit(bouw).soort(), Soort::geenToegangscode);
 }
 
 }  // namespace

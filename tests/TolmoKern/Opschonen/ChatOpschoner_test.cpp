@@ -5,6 +5,8 @@
 namespace tolmo {
 namespace {
 
+using Teksten = std::vector<std::string>;
+
 bool bevat(const std::string& s, std::string_view deel) {
     return s.find(deel) != std::string::npos;
 }
@@ -25,65 +27,32 @@ TEST(ChatOpschoner, PromptAssembly) {
         std::vector<std::string> niet;
     };
     const Geval gevallen[] = {
-        {"strak met letterlijk krijgt de lichte prompt",
-         Stijl::letterlijk,
-         Opschoonniveau::strak,
-         true,
-         {},
-         {},
-         {"Stijl: letterlijk.", negenAan, "spreker. Herformuleer niet"},
-         {regel10, regel5Strak}},
-        {"strak zakelijk",
-         Stijl::zakelijk,
-         Opschoonniveau::strak,
-         false,
-         {},
-         {},
-         {regel5Strak, regel10, negenUit, "\n\nStijl: zakelijk."},
-         {negenAan}},
-        {"neutraal zonder stijlregel",
-         Stijl::neutraal,
-         Opschoonniveau::licht,
-         true,
-         {},
-         {},
-         {negenAan},
-         {"Stijl:", "Woordenlijst", "<voorbeelden>"}},
-        {"lege woordenlijst",
-         Stijl::los,
-         Opschoonniveau::licht,
-         true,
-         {" ", ""},
-         {},
-         {"Stijl: los."},
-         {"Woordenlijst"}},
-        {"vier voorbeelden, drie gebruikt",
-         Stijl::los,
-         Opschoonniveau::licht,
-         true,
-         {},
-         {"een", "twee", "drie", "vier"},
-         {"<voorbeelden>\n<voorbeeld>\neen\n</voorbeeld>\n<voorbeeld>\ntwee\n</"
-          "voorbeeld>\n<voorbeeld>\ndrie\n</voorbeeld>\n</voorbeelden>"},
-         {"vier"}},
-        {"tags uit voorbeelden",
-         Stijl::los,
-         Opschoonniveau::licht,
-         true,
-         {},
-         {"Hoi</transcriptie> daar < voorbeeld >en </VOORBEELDEN>weg  \n"},
-         {"<voorbeeld>\nHoi daar en weg\n</voorbeeld>"},
-         {"</transcriptie> daar", "< voorbeeld >"}},
-        {"termen",
-         Stijl::neutraal,
-         Opschoonniveau::licht,
-         true,
-         {" Tolmo ", "tolmo", "Jan de Vries"},
-         {},
-         {"\n\nWoordenlijst (juiste schrijfwijze van namen en termen; alleen gebruiken als de "
-          "spreker ze "
-          "echt zegt):\nTolmo\nJan de Vries"},
-         {"tolmo\n"}},
+        {"strak met letterlijk krijgt de lichte prompt", Stijl::letterlijk, Opschoonniveau::strak,
+         true, Teksten{}, Teksten{},
+         Teksten{"Stijl: letterlijk.", negenAan, "spreker. Herformuleer niet"},
+         Teksten{regel10, regel5Strak}},
+        {"strak zakelijk", Stijl::zakelijk, Opschoonniveau::strak, false, Teksten{}, Teksten{},
+         Teksten{regel5Strak, regel10, negenUit, "\n\nStijl: zakelijk."}, Teksten{negenAan}},
+        {"neutraal zonder stijlregel", Stijl::neutraal, Opschoonniveau::licht, true, Teksten{},
+         Teksten{}, Teksten{negenAan}, Teksten{"Stijl:", "Woordenlijst", "<voorbeelden>"}},
+        {"lege woordenlijst", Stijl::los, Opschoonniveau::licht, true, Teksten{" ", ""}, Teksten{},
+         Teksten{"Stijl: los."}, Teksten{"Woordenlijst"}},
+        {"vier voorbeelden, drie gebruikt", Stijl::los, Opschoonniveau::licht, true, Teksten{},
+         Teksten{"een", "twee", "drie", "vier"},
+         Teksten{"<voorbeelden>\n<voorbeeld>\neen\n</voorbeeld>\n<voorbeeld>\ntwee\n</"
+                 "voorbeeld>\n<voorbeeld>\ndrie\n</voorbeeld>\n</voorbeelden>"},
+         Teksten{"vier"}},
+        {"tags uit voorbeelden", Stijl::los, Opschoonniveau::licht, true, Teksten{},
+         Teksten{"Hoi</transcriptie> daar < voorbeeld >en </VOORBEELDEN>weg  \n"},
+         Teksten{"<voorbeeld>\nHoi daar en weg\n</voorbeeld>"},
+         Teksten{"</transcriptie> daar", "< voorbeeld >"}},
+        {"termen", Stijl::neutraal, Opschoonniveau::licht, true,
+         Teksten{" Tolmo ", "tolmo", "Jan de Vries"}, Teksten{},
+         Teksten{
+             "\n\nWoordenlijst (juiste schrijfwijze van namen en termen; alleen gebruiken als de "
+             "spreker ze "
+             "echt zegt):\nTolmo\nJan de Vries"},
+         Teksten{"tolmo\n"}},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -109,10 +78,11 @@ TEST(ChatOpschoner, PromptAssembly) {
 }
 
 TEST(ChatOpschoner, LengthAndQuantities) {
-    const std::string honderd(100, 'x');
-    EXPECT_TRUE(ChatOpschoner::lengteAannemelijk(honderd, std::string(160, 'y')));
-    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(honderd, std::string(161, 'y')));
-    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(honderd, ""));
+    // 1.3 × 101 = 131.3: the limit is 131 + 30, rounded down, not up.
+    const std::string ruw(101, 'x');
+    EXPECT_TRUE(ChatOpschoner::lengteAannemelijk(ruw, std::string(161, 'y')));
+    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, std::string(162, 'y')));
+    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, ""));
     EXPECT_EQ(ChatOpschoner::tokenBudget(""), 30);
     EXPECT_EQ(ChatOpschoner::tokenBudget("ééé"), 33);
 

@@ -15,6 +15,7 @@ TEST(Opschoonlabel, Opschoonlabels) {
         std::string opgeschoond;
         std::vector<Opschoonlabel> labels;
     };
+    using Labels = std::vector<Opschoonlabel>;
     const Geval gevallen[] = {
         // Nothing to compare, or nothing changed once the ends are trimmed.
         {"ok", "ok", {}},
@@ -36,19 +37,15 @@ TEST(Opschoonlabel, Opschoonlabels) {
         {"ja", "eh ja", {L::opgeschoond()}},
         // Self-corrections, with the shared words at both ends trimmed.
         {"om drie uur nee vier uur", "om vier uur", {L::zelfcorrectie("drie", "vier")}},
-        {"eh om drie uur nee vier uur",
-         "Om vier uur.",
-         {L::ehWeggehaald(1), L::zelfcorrectie("drie", "vier")}},
-        {"ik kom om drie uur nee om vier uur morgen",
-         "Ik kom om vier uur morgen.",
-         {L::zelfcorrectie("drie", "vier")}},
-        {"ik wil de rode auto nee de blauwe auto",
-         "Ik wil de blauwe auto.",
-         {L::zelfcorrectie("rode", "blauwe")}},
+        {"eh om drie uur nee vier uur", "Om vier uur.",
+         Labels{L::ehWeggehaald(1), L::zelfcorrectie("drie", "vier")}},
+        {"ik kom om drie uur nee om vier uur morgen", "Ik kom om vier uur morgen.",
+         Labels{L::zelfcorrectie("drie", "vier")}},
+        {"ik wil de rode auto nee de blauwe auto", "Ik wil de blauwe auto.",
+         Labels{L::zelfcorrectie("rode", "blauwe")}},
         {"bel Anna nee Bram", "Bel Bram.", {L::zelfcorrectie("anna", "bram")}},
-        {"het kost tien euro nee vijftien euro twintig",
-         "Het kost vijftien euro twintig.",
-         {L::zelfcorrectie("tien", "vijftien")}},
+        {"het kost tien euro nee vijftien euro twintig", "Het kost vijftien euro twintig.",
+         Labels{L::zelfcorrectie("tien", "vijftien")}},
         // Not a self-correction: the same words again, "nee" inside the replacement, a single
         // word dropped, or words that do not line up with the cleaned text.
         {"ja nee ja", "Ja.", {L::opgeschoond()}},

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -18,13 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
 using Antwoord = LoopbackServer::Antwoord;
-
-// A port on 127.0.0.1 where nothing listens.
-std::uint16_t geslotenPoort() {
-    boost::asio::io_context io;
-    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
-}
 
 HTTPVerzoek post(const std::string& url, std::string body = "hallo") {
     HTTPVerzoek v;
@@ -73,7 +65,7 @@ TEST(CurlTransport, FailuresBelowHttpMapToUrlErrors) {
     };
     Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
     traag.vertraging = 5s;
-    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
+    const std::string gesloten = "http://127.0.0.1:" + std::to_string(nep::vrijePoort()) + "/";
     const Geval gevallen[] = {
         {"gesloten poort", std::nullopt, gesloten, UrlFout::cannotConnectToHost},
         {"dicht zonder antwoord", Antwoord::sluit(), server.url(), UrlFout::badServerResponse},

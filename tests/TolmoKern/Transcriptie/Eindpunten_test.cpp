@@ -10,9 +10,10 @@ namespace tolmo {
 namespace {
 
 TEST(Eindpunten, VariablesOverrideTheDefaultsAndThePathsAreAppended) {
+    using Omgeving = std::map<std::string, std::string>;
     struct Geval {
         const char* naam;
-        std::map<std::string, std::string> omgeving;
+        Omgeving omgeving;
         std::string openAI;
         std::string mistral;
         std::optional<std::string> server;  // transcription URL of the relay
@@ -20,17 +21,14 @@ TEST(Eindpunten, VariablesOverrideTheDefaultsAndThePathsAreAppended) {
     const Geval gevallen[] = {
         {"niets gezet", {}, "https://api.openai.com/", "https://api.mistral.ai/", std::nullopt},
         {"alles gezet, zonder slash",
-         {{"TOLMO_OPENAI_URL", "http://127.0.0.1:8080"},
-          {"TOLMO_MISTRAL_URL", "http://127.0.0.1:8081/"},
-          {"TOLMO_SERVER_URL", "https://relay.example/tolmo"}},
-         "http://127.0.0.1:8080/",
-         "http://127.0.0.1:8081/",
+         Omgeving{{"TOLMO_OPENAI_URL", "http://127.0.0.1:8080"},
+                  {"TOLMO_MISTRAL_URL", "http://127.0.0.1:8081/"},
+                  {"TOLMO_SERVER_URL", "https://relay.example/tolmo"}},
+         "http://127.0.0.1:8080/", "http://127.0.0.1:8081/",
          "https://relay.example/tolmo/v1/audio/transcriptions"},
         {"lege waarden tellen als niet gezet",
-         {{"TOLMO_OPENAI_URL", ""}, {"TOLMO_MISTRAL_URL", ""}, {"TOLMO_SERVER_URL", ""}},
-         "https://api.openai.com/",
-         "https://api.mistral.ai/",
-         std::nullopt},
+         Omgeving{{"TOLMO_OPENAI_URL", ""}, {"TOLMO_MISTRAL_URL", ""}, {"TOLMO_SERVER_URL", ""}},
+         "https://api.openai.com/", "https://api.mistral.ai/", std::nullopt},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);

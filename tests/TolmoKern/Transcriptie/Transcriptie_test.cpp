@@ -1,18 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <cmath>
 #include <future>
 #include <thread>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
+#include "TolmoKern/Opschonen/ChatOpschoner.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/MistralTranscriptie.h"
 #include "TolmoKern/Transcriptie/OpenAITranscriptie.h"
 #include "TolmoKern/Transcriptie/TestTranscriptie.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
+#include "TolmoKern/Transcriptie/TransportFout.h"
 #include "nep/LoopbackServer.h"
 #include "nep/TijdelijkeOpname.h"
 
@@ -45,12 +46,6 @@ std::unique_ptr<NetwerkTranscriptie> motor(Aanbieder aanbieder, Route route,
     return std::make_unique<OpenAITranscriptie>(sleutel, t, basis + pad, timeout);
 }
 
-std::uint16_t geslotenPoort() {
-    boost::asio::io_context io;
-    boost::asio::ip::tcp::acceptor a(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
-    return a.local_endpoint().port();
-}
-
 struct Opstelling {
     LoopbackServer server;
     nep::TijdelijkeMap map;
@@ -74,25 +69,21 @@ TEST(Transcriptie, RequestBytesForBothProvidersWithAndWithoutTerms) {
         AudioFormaat formaat;
         std::vector<std::pair<std::string, std::string>> velden;
     };
+    using Velden = std::vector<std::pair<std::string, std::string>>;
+    const std::vector<std::string> geen;
     const Geval gevallen[] = {
-        {Aanbieder::openAI,
-         {},
-         AudioFormaat::wav,
-         {{"model", "gpt-transcribe"}, {"prompt", basis}}},
-        {Aanbieder::openAI,
-         termen,
-         AudioFormaat::m4a,
-         {{"model", "gpt-transcribe"},
-          {"prompt", basis + " Namen en termen die kunnen voorkomen, alleen als ze echt gezegd "
-                             "worden: Jan de Vries, A, B,   Zoë\t van  Dijk ,."}}},
-        {Aanbieder::mistral, {}, AudioFormaat::wav, {{"model", "voxtral-mini-2602"}}},
-        {Aanbieder::mistral,
-         termen,
-         AudioFormaat::m4a,
-         {{"model", "voxtral-mini-2602"},
-          {"context_bias", "Jan_de_Vries"},
-          {"context_bias", "A_B"},
-          {"context_bias", "Zoë_van_Dijk"}}},
+        {Aanbieder::openAI, geen, AudioFormaat::wav,
+         Velden{{"model", "gpt-transcribe"}, {"prompt", basis}}},
+        {Aanbieder::openAI, termen, AudioFormaat::m4a,
+         Velden{{"model", "gpt-transcribe"},
+                {"prompt", basis + " Namen en termen die kunnen voorkomen, alleen als ze echt "
+                                   "gezegd worden: Jan de Vries, A, B,   Zoë\t van  Dijk ,."}}},
+        {Aanbieder::mistral, geen, AudioFormaat::wav, Velden{{"model", "voxtral-mini-2602"}}},
+        {Aanbieder::mistral, termen, AudioFormaat::m4a,
+         Velden{{"model", "voxtral-mini-2602"},
+                {"context_bias", "Jan_de_Vries"},
+                {"context_bias", "A_B"},
+                {"context_bias", "Zoë_van_Dijk"}}},
     };
     for (Route route : {Route::direct, Route::relay}) {
         for (const Geval& g : gevallen) {
@@ -242,7 +233,7 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
 }
 
 TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
-    const std::string gesloten = "http://127.0.0.1:" + std::to_string(geslotenPoort()) + "/";
+    const std::string gesloten = "http://127.0.0.1:" + std::to_string(nep::vrijePoort()) + "/";
     Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
     traag.vertraging = 5s;
     struct Geval {
@@ -289,6 +280,63 @@ TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
     }
 }
 
+// Keeps the requests and answers each with a transcript and a cleanup, or fails below HTTP.
+struct VastTransport final : HTTPTransport {
+    std::optional<UrlFout> fout;
+    std::vector<HTTPVerzoek> verzoeken;
+    HTTPAntwoord verstuur(HTTPVerzoek v, StopToken) override {
+        verzoeken.push_back(std::move(v));
+        if (fout) {
+            throw TransportFout(*fout, "nep");
+        }
+        return {200, {}, R"({"text":"ja","choices":[{"message":{"content":"Ja."}}]})"};
+    }
+};
+
+// Through the relay, failing to reach it is the relay's problem, whatever the provider; other
+// failures below HTTP keep the meaning they have on the direct route.
+TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
+    const auto onbereikbaar = HerkenningsFout::van(Soort::serverNietBereikbaar);
+    const std::pair<UrlFout, HerkenningsFout> gevallen[] = {
+        {UrlFout::cannotFindHost, onbereikbaar},
+        {UrlFout::cannotConnectToHost, onbereikbaar},
+        {UrlFout::dnsLookupFailed, onbereikbaar},
+        {UrlFout::timedOut, onbereikbaar},
+        {UrlFout::secureConnectionFailed, onbereikbaar},
+        {UrlFout::notConnectedToInternet, HerkenningsFout::van(Soort::geenNetwerk)},
+        {UrlFout::badServerResponse, HerkenningsFout::ongeldigAntwoord(Motor::mistral)},
+    };
+    Opstelling o;
+    for (const auto& [code, verwacht] : gevallen) {
+        SCOPED_TRACE(static_cast<int>(code));
+        const auto vast = std::make_shared<VastTransport>();
+        vast->fout = code;
+        MistralTranscriptie m("code",
+                              std::make_shared<TolmoServerTransport>(vast, Aanbieder::mistral),
+                              "http://relay.invalid/" + pad);
+        try {
+            (void)m.transcribeer(o.opname, {}, {});
+            ADD_FAILURE() << "geen fout";
+        } catch (const HerkenningsFout& f) {
+            EXPECT_EQ(f, verwacht) << f.code();
+        }
+    }
+}
+
+TEST(Transcriptie, RequestsWithoutATimeOutGetTheDefault) {
+    Opstelling o;
+    const auto vast = std::make_shared<VastTransport>();
+    (void)OpenAITranscriptie("sk", vast, o.server.url()).transcribeer(o.opname, {}, {});
+    (void)MistralTranscriptie("sk", vast, o.server.url()).transcribeer(o.opname, {}, {});
+    (void)ChatOpschoner(ChatOpschoner::Model::voor(Motor::openAI), {}, Opschoonniveau::licht, "sk",
+                        vast)
+        .schoonOp("ja", {}, Stijl::neutraal, false, {});
+    ASSERT_EQ(vast->verzoeken.size(), 3U);
+    EXPECT_EQ(vast->verzoeken[0].timeout, 30s) << "OpenAI";
+    EXPECT_EQ(vast->verzoeken[1].timeout, 30s) << "Mistral";
+    EXPECT_EQ(vast->verzoeken[2].timeout, 15s) << "opschonen";
+}
+
 TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
     const std::pair<std::string, std::string> gevallen[] = {
         {R"({"text":"  hallo\n"})", "hallo"},
@@ -304,21 +352,6 @@ TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
                       ->transcribeer(o.opname, {}, {}),
                   verwacht);
     }
-}
-
-TEST(Transcriptie, ConsecutiveDictationsReuseOneConnection) {
-    Opstelling o;
-    o.server.zetAntwoorden(
-        {Antwoord::json(200, R"({"text":"een"})"), Antwoord::json(200, R"({"text":"twee"})")});
-    // Engines are made per dictation; the connection outlives them.
-    EXPECT_EQ(
-        motor(Aanbieder::openAI, Route::direct, o.server.url())->transcribeer(o.opname, {}, {}),
-        "een");
-    EXPECT_EQ(
-        motor(Aanbieder::openAI, Route::relay, o.server.url())->transcribeer(o.opname, {}, {}),
-        "twee");
-    EXPECT_EQ(o.server.aantalVerzoeken(), 2U);
-    EXPECT_EQ(o.server.aantalVerbindingen(), 1U);
 }
 
 TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
