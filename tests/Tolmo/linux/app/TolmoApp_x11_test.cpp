@@ -20,7 +20,6 @@
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
-#include "nep/Proces.h"
 #include "nep/PulseDaemon.h"
 #include "nep/TestVenster.h"
 #include "nep/XvfbServer.h"
