@@ -17,6 +17,8 @@ enum class Vorm { keuze, boolean, tekstlijst, jsonWaarde };
 struct Sleutel {
     Vorm vorm;
     std::vector<std::string> keuzes;
+    // Kept with the desktop app's own settings rather than the shared ones.
+    bool bureau = false;
 };
 
 template <typename E, std::size_t N>
@@ -51,6 +53,8 @@ const std::map<std::string, Sleutel>& sleutels() {
         {"opschoonNiveau", {Vorm::keuze, namen(opschoonniveauWaarden)}},
         {"langeDictatenBekijken", {Vorm::boolean, {}}},
         {"serverAanbieder", {Vorm::keuze, namen(aanbiederWaarden)}},
+        {"houdToets", {Vorm::keuze, namen(houdToetsWaarden), true}},
+        {"wisselSneltoets", {Vorm::jsonWaarde, {}, true}},
     };
     return s;
 }
@@ -150,19 +154,26 @@ int InstellingenOpdracht::voerUit(const std::vector<std::string>& args, CliOmgev
     }
 
     CliOpslag o(omgeving);
-    json document = o.gedeeld().laad().naarJson();
-    document[naam] = *waarde;
-    const TolmoInstellingen nieuw = TolmoInstellingen::uitJson(document);
     // The value counts only when the settings read it back as given; otherwise it would be
     // silently dropped at the next load.
-    const json terug = nieuw.naarJson();
-    const auto it = terug.find(naam);
-    if (it == terug.end() || *it != *waarde) {
-        throw InvoerFout("Ongeldige waarde \"" + args[2] + "\" voor " + naam + ". " +
-                         toegestaan(naam, sleutel));
+    const auto zet = [&](auto huidig) {
+        json document = huidig.naarJson();
+        document[naam] = *waarde;
+        auto nieuw = decltype(huidig)::uitJson(document);
+        const json terug = nieuw.naarJson();
+        const auto it = terug.find(naam);
+        if (it == terug.end() || *it != *waarde) {
+            throw InvoerFout("Ongeldige waarde \"" + args[2] + "\" voor " + naam + ". " +
+                             toegestaan(naam, sleutel));
+        }
+        return nieuw;
+    };
+    if (sleutel.bureau) {
+        o.gedeeld().bewaarMac(zet(o.gedeeld().laadMac()));
+    } else {
+        o.gedeeld().bewaar(zet(o.gedeeld().laad()));
     }
-    o.gedeeld().bewaar(nieuw);
-    omgeving.uit << naam << " is nu " << it->dump() << ".\n";
+    omgeving.uit << naam << " is nu " << waarde->dump() << ".\n";
     return 0;
 }
 

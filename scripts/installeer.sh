@@ -14,7 +14,7 @@ pakketten=(
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
   # real parts the tests run against
-  pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac
+  pulseaudio pulseaudio-utils espeak-ng sox xvfb openbox curl flac
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
 )

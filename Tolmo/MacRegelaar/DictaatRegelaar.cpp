@@ -195,7 +195,7 @@ void DictaatRegelaar::opstarten() {
     cloudToestemming_ = CloudToestemming::laad(p_.groep);
     toestemmingen_ = leesToestemmingen();
 
-    log("Mac-app gestart (" + o_.versie + ")");
+    log(o_.appNaam + " gestart (" + o_.versie + ")");
     log("Toestemmingen bij start: " + toestemmingen_.tekst());
     log(std::string("Klembord na plakken herstellen: ") +
         (inst_.klembordHerstellen() ? "aan" : "uit"));

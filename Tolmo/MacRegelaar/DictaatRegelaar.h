@@ -121,6 +121,8 @@ class DictaatRegelaar {
         std::filesystem::path opnameMap = std::filesystem::temp_directory_path();
         AudioFormaat formaat = AudioFormaat::wav;
         std::string logBron = "mac";
+        // How the start line names the app: "<appNaam> gestart (<versie>)".
+        std::string appNaam = "Mac-app";
         // Empty: TolmoKeten::bouw with the key vault and the shared transport.
         KetenMaker ketenMaker;
         // Wall-clock milliseconds since 1970 for the log and stored dates; empty: the system's.

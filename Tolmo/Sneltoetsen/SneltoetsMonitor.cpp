@@ -9,7 +9,7 @@ namespace {
 
 // The keys that may serve as hold key, for reporting one pressed while another is configured.
 constexpr HoudToets kandidaten[] = {HoudToets::fn, HoudToets::rechterOption,
-                                    HoudToets::rechterCommand};
+                                    HoudToets::rechterCommand, HoudToets::rechterControl};
 
 }  // namespace
 
@@ -22,14 +22,14 @@ std::function<void(Args...)> SneltoetsMonitor::zwak(F f) {
     };
 }
 
-std::string_view SneltoetsMonitor::tekst(Mechanisme m) {
+std::string_view SneltoetsMonitor::tekst(Mechanisme m, const ToetsBron::Teksten& teksten) {
     switch (m) {
         case Mechanisme::geen:
-            return "niets (geen Invoermonitoring en geen Toegankelijkheid)";
+            return teksten.geen;
         case Mechanisme::tap:
-            return "CGEventTap (Invoermonitoring)";
+            return teksten.viaTap;
         case Mechanisme::nsEvent:
-            return "NSEvent-monitor (Toegankelijkheid)";
+            return teksten.viaMonitor;
     }
     return {};
 }
@@ -64,7 +64,7 @@ void SneltoetsMonitor::start(bool invoermonitoring, bool toegankelijkheid) {
     // The monitor begins without a mechanism, so a first start without permissions changes
     // nothing; the user still needs to read in the log why the hold key does not work.
     if (!gestart_ && nieuw == Mechanisme::geen) {
-        log("Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid");
+        log(std::string(bron_.teksten().nietActief));
     }
     gestart_ = true;
     zetMechanisme(nieuw);
@@ -79,12 +79,11 @@ void SneltoetsMonitor::maakTap() {
     if (!tap_) {
         // Not retried: a refused tap stays refused until the app is restarted.
         tapMislukt_ = true;
-        log("CGEventTap maken mislukt");
+        log(std::string(bron_.teksten().tap) + " maken mislukt");
         return;
     }
     tap_->zetAan();
-    log(std::string("CGEventTap gemaakt (main run loop, common modes, ") +
-        (tap_->isAan() ? "aan" : "uit") + ")");
+    log(std::string(bron_.teksten().tapGemaakt) + (tap_->isAan() ? "aan" : "uit") + ")");
 }
 
 void SneltoetsMonitor::installeerMonitors(bool ook) {
@@ -118,7 +117,7 @@ void SneltoetsMonitor::zetMechanisme(Mechanisme nieuw) {
         opMechanisme();
     }
     if (nieuw == Mechanisme::geen) {
-        log("Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid");
+        log(std::string(bron_.teksten().nietActief));
     } else {
         log("Houdtoets actief via " + std::string(tekst(nieuw)));
     }
@@ -129,7 +128,7 @@ void SneltoetsMonitor::tapUitgezet(ToetsBron::TapUit reden) {
         return;
     }
     tap_->zetAan();
-    log(std::string("CGEventTap stond uit (") +
+    log(std::string(bron_.teksten().tap) + " stond uit (" +
         (reden == ToetsBron::TapUit::timeOut ? "time-out" : "gebruikersinvoer") +
         "), weer aangezet");
 }
@@ -173,8 +172,7 @@ void SneltoetsMonitor::getuigeControle(double gezienOp) {
         return;
     }
     tapLevertNiets_ = true;
-    log("CGEventTap ontvangt geen toetsen terwijl de NSEvent-monitor ze wel ziet: "
-        "Invoermonitoring werkt niet voor deze versie");
+    log(std::string(bron_.teksten().tapLevertNiets));
     zetMechanisme(Mechanisme::nsEvent);
 }
 

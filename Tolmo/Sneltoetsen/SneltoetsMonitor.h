@@ -30,8 +30,9 @@ class SneltoetsMonitor {
     enum class Mechanisme { geen, tap, nsEvent };
     using Actie = HoudToetsHerkenner::Actie;
 
-    // The mechanism as it appears in log lines.
-    static std::string_view tekst(Mechanisme m);
+    // The mechanism as it appears in log lines, in the words of the key source's platform.
+    [[nodiscard]] static std::string_view tekst(Mechanisme m, const ToetsBron::Teksten& teksten);
+    [[nodiscard]] std::string_view tekst(Mechanisme m) const { return tekst(m, bron_.teksten()); }
 
     // The sources must outlive the monitor.
     SneltoetsMonitor(ToetsBron& bron, HoofdLus& lus, HoudToets houdToets);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string_view>
 
 #include "TolmoKern/Sneltoetsen/ToetsVlaggen.h"
 #include "TolmoKern/Sneltoetsen/Toetscombinatie.h"
@@ -65,7 +66,27 @@ class ToetsBron {
     static constexpr std::uint32_t hotKeySignatuur = 0x544F4C4D;
     static constexpr std::uint32_t hotKeyId = 1;
 
+    // How the platform's means appear in log lines. The defaults name the macOS ones.
+    struct Teksten {
+        std::string_view tap = "CGEventTap";
+        // Followed by "aan)" or "uit)".
+        std::string_view tapGemaakt = "CGEventTap gemaakt (main run loop, common modes, ";
+        std::string_view viaTap = "CGEventTap (Invoermonitoring)";
+        std::string_view viaMonitor = "NSEvent-monitor (Toegankelijkheid)";
+        std::string_view geen = "niets (geen Invoermonitoring en geen Toegankelijkheid)";
+        std::string_view nietActief =
+            "Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid";
+        std::string_view tapLevertNiets =
+            "CGEventTap ontvangt geen toetsen terwijl de NSEvent-monitor ze wel ziet: "
+            "Invoermonitoring werkt niet voor deze versie";
+    };
+
     virtual ~ToetsBron() = default;
+
+    [[nodiscard]] virtual const Teksten& teksten() const {
+        static const Teksten mac;
+        return mac;
+    }
 
     // Creates a listen-only tap for gebeurtenisMasker that passes every event on untouched,
     // with its source on the main loop but not yet enabled. Empty when the system refuses (on

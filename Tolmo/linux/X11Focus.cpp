@@ -50,11 +50,38 @@ std::optional<Doel> X11Focus::huidig() const {
     Window focus = None;
     int terugval = 0;
     XGetInputFocus(verbinding_.display(), &focus, &terugval);
-    // None and PointerRoot name no window: there is no field to compare.
-    if (focus != None && focus != PointerRoot) {
+    // None and PointerRoot name no window: there is no field to compare. Neither is a focus
+    // outside the active window: while a window manager hands the focus over it parks it on a
+    // window of its own for a moment, and a start taken then would refuse the paste later.
+    if (focus != None && focus != PointerRoot && binnen(focus, *actief)) {
         doel.veld = FocusVeld(std::make_shared<X11VensterIdentiteit>(focus));
     }
     return doel;
+}
+
+bool X11Focus::binnen(Window venster, Window voorouder) const {
+    Display* d = verbinding_.display();
+    // Bounded: a tree deeper than this is no toolkit's.
+    for (int diepte = 0; diepte < 64 && venster != None; ++diepte) {
+        if (venster == voorouder) {
+            return true;
+        }
+        Window wortel = None;
+        Window ouder = None;
+        Window* kinderen = nullptr;
+        unsigned int aantal = 0;
+        if (XQueryTree(d, venster, &wortel, &ouder, &kinderen, &aantal) == 0) {
+            return false;
+        }
+        if (kinderen != nullptr) {
+            XFree(kinderen);
+        }
+        if (ouder == wortel) {
+            return false;
+        }
+        venster = ouder;
+    }
+    return false;
 }
 
 const std::vector<AppStijl>& linuxAppStijlen() {

@@ -41,9 +41,10 @@ class X11VensterIdentiteit final : public FocusVeld::Identiteit {
 };
 
 // The frontmost app from the active window: its _NET_WM_PID (0 without one) and the class part
-// of its WM_CLASS as the app's id. The field is the input focus window. Most toolkits keep the X
-// focus on their top-level window and track the text field inside themselves, so on X11 a change
-// of field within one window goes unnoticed; a change of window or app does not.
+// of its WM_CLASS as the app's id. The field is the input focus window when it lies inside the
+// active window. Most toolkits keep the X focus on their top-level window and track the text
+// field inside themselves, so on X11 a change of field within one window goes unnoticed; a
+// change of window or app does not.
 class X11Focus final : public Focus {
   public:
     explicit X11Focus(const X11Verbinding& verbinding) : verbinding_(verbinding) {}
@@ -51,6 +52,9 @@ class X11Focus final : public Focus {
     [[nodiscard]] std::optional<Doel> huidig() const override;
 
   private:
+    // Whether venster is voorouder or lies inside it.
+    [[nodiscard]] bool binnen(Window venster, Window voorouder) const;
+
     const X11Verbinding& verbinding_;
 };
 

@@ -65,6 +65,12 @@ class X11Klembord final : public KlembordPoort {
     void zetOpGelezen(std::function<void()> opGelezen) override;
 
     [[nodiscard]] bool bezitKlembord() const { return eigen_.has_value(); }
+
+    // Before the app quits: X11 keeps no copy of a selection whose owner has gone, so what we
+    // own is handed to a running clipboard manager (SAVE_TARGETS on CLIPBOARD_MANAGER), which
+    // reads every target and takes the clipboard over. True once the manager reports it done;
+    // false without a manager, without ownership, or when termijn runs out.
+    bool geefAanBeheerder(std::chrono::milliseconds termijn);
     [[nodiscard]] Window venster() const { return venster_; }
 
     // The terminals known without being told; their names are compared without case, with
@@ -123,6 +129,8 @@ class X11Klembord final : public KlembordPoort {
     bool dienMultiple(Window aanvrager, Atom eigenschap);
     bool stuurVolgendDeel(const XPropertyEvent& gebeurtenis);
     void wachtOpLosgelatenModifiers() const;
+    static std::size_t xlibBreedte(int formaat);
+    static std::optional<XID> clientVan(Display* display, Window venster);
 
     X11Verbinding& verbinding_;
     Display* display_;
@@ -134,7 +142,7 @@ class X11Klembord final : public KlembordPoort {
     std::size_t maxDeel_ = 0;
 
     Atom klembord_, targets_, multiple_, timestamp_, incr_, atomPaar_, utf8_, tekstPlain_, tekst_,
-        hint_, ontvang_, tijd_;
+        hint_, ontvang_, tijd_, beheerder_;
 
     // What we serve while we own CLIPBOARD.
     std::optional<std::vector<Doel>> eigen_;
@@ -144,6 +152,7 @@ class X11Klembord final : public KlembordPoort {
     // The client that made the active window at the paste keystroke, as the X server knows it.
     std::optional<XID> plakClient_;
     std::vector<Overdracht> overdrachten_;
+    bool doorBeheerderBewaard_ = false;
 
     // The count moves on every owner change; reading it first takes in the changes the server
     // has reported, hence mutable.

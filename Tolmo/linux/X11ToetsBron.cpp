@@ -172,6 +172,20 @@ class X11Tap final : public ToetsBron::Tap {
 
 X11ToetsBron::X11ToetsBron(X11Verbinding& verbinding) : x_(verbinding) {}
 
+// The only way to see keys here is XInput2: without it on the X server the hold key cannot work.
+const ToetsBron::Teksten& X11ToetsBron::teksten() const {
+    static const Teksten x11{
+        .tap = "XInput2",
+        .tapGemaakt = "XInput2: ruwe toetsen van het rootvenster (",
+        .viaTap = "XInput2 (ruwe toetsen)",
+        .viaMonitor = "XInput2 (ruwe toetsen)",
+        .geen = "niets (XInput2 ontbreekt op deze X-server)",
+        .nietActief = "Houdtoets niet actief: XInput2 ontbreekt op deze X-server",
+        .tapLevertNiets = "XInput2 levert geen toetsen",
+    };
+    return x11;
+}
+
 std::unique_ptr<ToetsBron::Tap> X11ToetsBron::maakTap(OpGebeurtenis opGebeurtenis,
                                                       std::function<void(TapUit)> /*opUitgezet*/) {
     const auto opcode = x_.xinput2();

@@ -34,6 +34,7 @@ class X11ToetsBron final : public ToetsBron {
     [[nodiscard]] std::unique_ptr<Registratie> registreerWissel(
         const Toetscombinatie& combinatie) override;
     [[nodiscard]] ToetsVlaggen sessieVlaggen() const override;
+    [[nodiscard]] const Teksten& teksten() const override;
 
   private:
     bool wisselGebeurtenis(const XEvent& e);

@@ -7,12 +7,10 @@
 namespace tolmo {
 namespace {
 
-// The device bits macOS sets for Shift and Control. Nothing reads them, but the flags word is
-// meant to be the one a Mac would give for the same keys.
-constexpr std::uint64_t linkerControl = 0x1;
+// The device bits macOS sets for Shift. Nothing reads them, but the flags word is meant to be the
+// one a Mac would give for the same keys.
 constexpr std::uint64_t linkerShift = 0x2;
 constexpr std::uint64_t rechterShift = 0x4;
-constexpr std::uint64_t rechterControl = 0x2000;
 
 struct Paar {
     KeySym keysym;
@@ -135,9 +133,9 @@ std::uint64_t modificatieVlaggen(KeySym keysym) {
         case XK_Shift_R:
             return ToetsVlaggen::shift | rechterShift;
         case XK_Control_L:
-            return ToetsVlaggen::control | linkerControl;
+            return ToetsVlaggen::control | ToetsVlaggen::linkerControl;
         case XK_Control_R:
-            return ToetsVlaggen::control | rechterControl;
+            return ToetsVlaggen::control | ToetsVlaggen::rechterControl;
         case XK_Alt_L:
             return ToetsVlaggen::option | ToetsVlaggen::linkerOption;
         case XK_Alt_R:

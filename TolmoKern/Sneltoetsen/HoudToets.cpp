@@ -12,6 +12,8 @@ std::string_view label(HoudToets t) {
             return "Rechter Option (⌥)";
         case HoudToets::rechterCommand:
             return "Rechter Command (⌘)";
+        case HoudToets::rechterControl:
+            return "Rechter Control (⌃)";
         case HoudToets::uit:
             return "Uit";
     }
@@ -26,6 +28,8 @@ std::optional<std::uint16_t> toetscode(HoudToets t) {
             return 61;
         case HoudToets::rechterCommand:
             return 54;
+        case HoudToets::rechterControl:
+            return 62;
         case HoudToets::uit:
             return std::nullopt;
     }
@@ -40,6 +44,8 @@ std::uint64_t apparaatVlag(HoudToets t) {
             return ToetsVlaggen::rechterOption;
         case HoudToets::rechterCommand:
             return ToetsVlaggen::rechterCommand;
+        case HoudToets::rechterControl:
+            return ToetsVlaggen::rechterControl;
         case HoudToets::uit:
             return 0;
     }
@@ -54,6 +60,8 @@ std::uint64_t algemeneVlag(HoudToets t) {
             return ToetsVlaggen::option;
         case HoudToets::rechterCommand:
             return ToetsVlaggen::command;
+        case HoudToets::rechterControl:
+            return ToetsVlaggen::control;
         case HoudToets::uit:
             return 0;
     }

@@ -9,15 +9,18 @@
 
 namespace tolmo {
 
-// The key held while speaking; uit switches holding off.
-enum class HoudToets { fn, rechterOption, rechterCommand, uit };
+// The key held while speaking; uit switches holding off. Right Control comes last because it was
+// added for keyboards without a right Super key (many laptops), where Linux has no right Command.
+enum class HoudToets { fn, rechterOption, rechterCommand, uit, rechterControl };
 
-inline constexpr RuweWaarden<HoudToets, 4> houdToetsWaarden{
+inline constexpr RuweWaarden<HoudToets, 5> houdToetsWaarden{
     {{{HoudToets::fn, "fn"},
       {HoudToets::rechterOption, "rechterOption"},
       {HoudToets::rechterCommand, "rechterCommand"},
-      {HoudToets::uit, "uit"}}}};
+      {HoudToets::uit, "uit"},
+      {HoudToets::rechterControl, "rechterControl"}}}};
 
+// What the Mac offers.
 inline constexpr std::array<HoudToets, 4> alleHoudToetsen{
     HoudToets::fn, HoudToets::rechterOption, HoudToets::rechterCommand, HoudToets::uit};
 

@@ -13,6 +13,20 @@ constexpr std::uint64_t shiftControlCommand =
     ToetsVlaggen::shift | ToetsVlaggen::control | ToetsVlaggen::command;
 constexpr std::uint64_t shiftControlOption =
     ToetsVlaggen::shift | ToetsVlaggen::control | ToetsVlaggen::option;
+constexpr std::uint64_t shiftOptionCommand =
+    ToetsVlaggen::shift | ToetsVlaggen::option | ToetsVlaggen::command;
+
+// A right-hand modifier is alone when its left twin is up and, while its generic bit is set,
+// no other kind of modifier is down. Without the generic bit (a flags word that only carries
+// the device bit) any main modifier means another key.
+bool andereNaast(ToetsVlaggen vlaggen, std::uint64_t linkerTwin, std::uint64_t algemeen,
+                 std::uint64_t anderen) {
+    if (vlaggen.bevatEen(linkerTwin)) {
+        return true;
+    }
+    return vlaggen.bevatEen(algemeen) ? vlaggen.bevatEen(anderen)
+                                      : vlaggen.bevatEen(ToetsVlaggen::hoofdModificaties);
+}
 
 }  // namespace
 
@@ -28,19 +42,14 @@ bool HoudToetsHerkenner::andereModificatie(ToetsVlaggen vlaggen, HoudToets toets
         case HoudToets::uit:
             return vlaggen.bevatEen(ToetsVlaggen::hoofdModificaties);
         case HoudToets::rechterOption:
-            if (vlaggen.bevatEen(ToetsVlaggen::linkerOption)) {
-                return true;
-            }
-            return vlaggen.bevatEen(ToetsVlaggen::option)
-                       ? vlaggen.bevatEen(shiftControlCommand)
-                       : vlaggen.bevatEen(ToetsVlaggen::hoofdModificaties);
+            return andereNaast(vlaggen, ToetsVlaggen::linkerOption, ToetsVlaggen::option,
+                               shiftControlCommand);
         case HoudToets::rechterCommand:
-            if (vlaggen.bevatEen(ToetsVlaggen::linkerCommand)) {
-                return true;
-            }
-            return vlaggen.bevatEen(ToetsVlaggen::command)
-                       ? vlaggen.bevatEen(shiftControlOption)
-                       : vlaggen.bevatEen(ToetsVlaggen::hoofdModificaties);
+            return andereNaast(vlaggen, ToetsVlaggen::linkerCommand, ToetsVlaggen::command,
+                               shiftControlOption);
+        case HoudToets::rechterControl:
+            return andereNaast(vlaggen, ToetsVlaggen::linkerControl, ToetsVlaggen::control,
+                               shiftOptionCommand);
     }
     return false;
 }

@@ -16,6 +16,8 @@ struct ToetsVlaggen {
     static constexpr std::uint64_t option = 0x80000;
     static constexpr std::uint64_t command = 0x100000;
     static constexpr std::uint64_t fn = 0x800000;
+    static constexpr std::uint64_t linkerControl = 0x1;
+    static constexpr std::uint64_t rechterControl = 0x2000;
     static constexpr std::uint64_t linkerCommand = 0x8;
     static constexpr std::uint64_t rechterCommand = 0x10;
     static constexpr std::uint64_t linkerOption = 0x20;

@@ -59,6 +59,7 @@ TEST_F(CliTest, SettingsRoundTripAndRefusals) {
          "Ongeldige waarde \"whisper\" voor motor. Toegestaan voor motor: openai, mistral, test, "
          "tolmo.\n"},
         {{"instellingen", "zet", "kleur", "rood"}, 1, "Onbekende instelling \"kleur\"."},
+        {{"instellingen", "zet", "houdToets", "hyper"}, 1, "rechterCommand, uit, rechterControl."},
         {{"instellingen", "zet", "woorden", "[1,2]"},
          1,
          "Ongeldige waarde \"[1,2]\" voor woorden."},

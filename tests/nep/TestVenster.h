@@ -17,8 +17,9 @@
 namespace tolmo::nep {
 
 // Another app on the private X server: a window with a text field that takes what Control-V (or
-// Control-Shift-V) pastes from the CLIPBOARD, and that can own the clipboard itself. With no
-// window manager under Xvfb, it publishes itself as the active window. Its keys go through XTest.
+// Control-Shift-V) pastes from the CLIPBOARD, and that can own the clipboard itself. It asks the
+// window manager to put it in front, or without one publishes itself as the active window. Its
+// keys go through XTest.
 class TestVenster {
   public:
     explicit TestVenster(const std::string& klasse) {
@@ -34,14 +35,24 @@ class TestVenster {
         XChangeProperty(d_, w_, atoom("_NET_WM_PID"), XA_CARDINAL, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(&pid), 1);
         XSelectInput(d_, w_, KeyPressMask | PropertyChangeMask);
+        XSelectInput(d_, DefaultRootWindow(d_), PropertyChangeMask);
         XMapWindow(d_, w_);
         XSync(d_, False);
         activeer();
     }
+    // The next window may get the same id: the manager must be done with this one first, or it
+    // takes the new window for the old one.
     ~TestVenster() {
-        if (d_ != nullptr) {
-            XCloseDisplay(d_);
+        if (d_ == nullptr) {
+            return;
         }
+        const bool wm = vensterbeheer();
+        XDestroyWindow(d_, w_);
+        XSync(d_, False);
+        if (wm) {
+            pomp([this] { return !beheerd(); }, std::chrono::seconds(3));
+        }
+        XCloseDisplay(d_);
     }
     TestVenster(const TestVenster&) = delete;
     TestVenster& operator=(const TestVenster&) = delete;
@@ -49,14 +60,38 @@ class TestVenster {
     [[nodiscard]] bool ok() const { return d_ != nullptr; }
     [[nodiscard]] Window venster() const { return w_; }
 
-    // What a window manager does when the user clicks a window.
-    void activeer() { publiceerActief(w_); }
-    void publiceerActief(Window w) {
-        XChangeProperty(d_, DefaultRootWindow(d_), atoom("_NET_ACTIVE_WINDOW"), XA_WINDOW, 32,
-                        PropModeReplace, reinterpret_cast<const unsigned char*>(&w), 1);
-        XSetInputFocus(d_, w, RevertToParent, CurrentTime);
+    // What the user's click does; answers whether this window is the active one, holding the
+    // input focus, afterwards.
+    bool activeer() {
+        const Window wortel = DefaultRootWindow(d_);
+        if (vensterbeheer()) {
+            // Source 2, a pager: the manager's focus-stealing prevention lets it through.
+            XEvent e{};
+            e.xclient.type = ClientMessage;
+            e.xclient.window = w_;
+            e.xclient.message_type = atoom("_NET_ACTIVE_WINDOW");
+            e.xclient.format = 32;
+            e.xclient.data.l[0] = 2;
+            e.xclient.data.l[1] = CurrentTime;
+            XSendEvent(d_, wortel, False, SubstructureRedirectMask | SubstructureNotifyMask, &e);
+        } else {
+            XChangeProperty(d_, wortel, atoom("_NET_ACTIVE_WINDOW"), XA_WINDOW, 32, PropModeReplace,
+                            reinterpret_cast<const unsigned char*>(&w_), 1);
+            XSetInputFocus(d_, w_, RevertToParent, CurrentTime);
+        }
         XSync(d_, False);
+        return pomp(
+            [&] {
+                Window focus = None;
+                int terugval = 0;
+                XGetInputFocus(d_, &focus, &terugval);
+                return actief() == w_ && focus == w_;
+            },
+            std::chrono::seconds(3));
     }
+
+    // The root's _NET_ACTIVE_WINDOW.
+    Window actief() { return venster(DefaultRootWindow(d_), "_NET_ACTIVE_WINDOW"); }
 
     // Owns the clipboard with these targets (name to bytes) until someone else takes it.
     void kopieer(std::map<std::string, std::string> doelen) {
@@ -117,6 +152,44 @@ class TestVenster {
 
   private:
     Atom atoom(const char* naam) { return XInternAtom(d_, naam, False); }
+
+    bool vensterbeheer() {
+        return venster(DefaultRootWindow(d_), "_NET_SUPPORTING_WM_CHECK") != None;
+    }
+    bool beheerd() {
+        Atom type = None;
+        int formaat = 0;
+        unsigned long n = 0;
+        unsigned long rest = 0;
+        unsigned char* p = nullptr;
+        XGetWindowProperty(d_, DefaultRootWindow(d_), atoom("_NET_CLIENT_LIST"), 0, 1024, False,
+                           XA_WINDOW, &type, &formaat, &n, &rest, &p);
+        bool gevonden = false;
+        for (unsigned long i = 0; p != nullptr && i < n; ++i) {
+            gevonden = gevonden || reinterpret_cast<const unsigned long*>(p)[i] == w_;
+        }
+        if (p != nullptr) {
+            XFree(p);
+        }
+        return gevonden;
+    }
+    Window venster(Window van, const char* eigenschap) {
+        Atom type = None;
+        int formaat = 0;
+        unsigned long n = 0;
+        unsigned long rest = 0;
+        unsigned char* p = nullptr;
+        Window w = None;
+        XGetWindowProperty(d_, van, atoom(eigenschap), 0, 1, False, XA_WINDOW, &type, &formaat, &n,
+                           &rest, &p);
+        if (p != nullptr) {
+            if (n == 1 && formaat == 32) {
+                w = static_cast<Window>(*reinterpret_cast<const unsigned long*>(p));
+            }
+            XFree(p);
+        }
+        return w;
+    }
 
     void verwerk(XEvent& e) {
         if (e.type == KeyPress) {

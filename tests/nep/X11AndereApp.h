@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <future>
 #include <map>
@@ -86,34 +87,20 @@ class X11AndereApp {
 
     // Reads a target with the time stamp given; empty when the owner refuses.
     std::optional<std::string> lees(const std::string& doel, Time tijd = CurrentTime) {
-        return doe([=, this]() -> std::optional<std::string> {
-            const Atom eigenschap = x_.atoom("LEES");
-            XConvertSelection(d_, x_.atoom("CLIPBOARD"), x_.atoom(doel.c_str()), eigenschap,
-                              vensters_[0], tijd);
-            XEvent e;
-            if (!wacht(e, [](const XEvent& g) { return g.type == SelectionNotify; }) ||
-                e.xselection.property == None) {
-                return std::nullopt;
-            }
-            auto antwoord = x_.leesEigenschap(vensters_[0], eigenschap, true);
-            if (!antwoord || antwoord->type != x_.atoom("INCR")) {
-                return antwoord ? std::optional(antwoord->bytes) : std::nullopt;
-            }
-            std::string heel;
-            while (wacht(e, [&](const XEvent& g) {
-                return g.type == PropertyNotify && g.xproperty.atom == eigenschap &&
-                       g.xproperty.state == PropertyNewValue;
-            })) {
-                // A report without a value is the one of the INCR marker, read already.
-                if (const auto stuk = x_.leesEigenschap(vensters_[0], eigenschap, true)) {
-                    if (stuk->bytes.empty()) {
-                        return heel;
-                    }
-                    heel += stuk->bytes;
-                }
-            }
-            return std::nullopt;
+        return doe([=, this] { return leesHier(doel, tijd); });
+    }
+
+    // Acts as a clipboard manager: asked to save the clipboard, it reads every target and
+    // takes the clipboard over with them.
+    void wordBeheerder() {
+        doe([this] {
+            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD_MANAGER"), vensters_[1], CurrentTime);
+            XSync(d_, False);
         });
+    }
+    // What the app owns now (as manager: what it saved).
+    std::map<std::string, std::string> bezit() {
+        return doe([this] { return bezit_; });
     }
 
     // Waits (our side answering) for the key press of symbool; it and the keys before it are
@@ -141,6 +128,51 @@ class X11AndereApp {
         std::size_t positie = 0;
     };
 
+    std::optional<std::string> leesHier(const std::string& doel, Time tijd) {
+        const Atom eigenschap = x_.atoom("LEES");
+        XConvertSelection(d_, x_.atoom("CLIPBOARD"), x_.atoom(doel.c_str()), eigenschap,
+                          vensters_[0], tijd);
+        XEvent e;
+        if (!wacht(e, [](const XEvent& g) { return g.type == SelectionNotify; }) ||
+            e.xselection.property == None) {
+            return std::nullopt;
+        }
+        auto antwoord = x_.leesEigenschap(vensters_[0], eigenschap, true);
+        if (!antwoord || antwoord->type != x_.atoom("INCR")) {
+            return antwoord ? std::optional(antwoord->bytes) : std::nullopt;
+        }
+        std::string heel;
+        while (wacht(e, [&](const XEvent& g) {
+            return g.type == PropertyNotify && g.xproperty.atom == eigenschap &&
+                   g.xproperty.state == PropertyNewValue;
+        })) {
+            // A report without a value is the one of the INCR marker, read already.
+            if (const auto stuk = x_.leesEigenschap(vensters_[0], eigenschap, true)) {
+                if (stuk->bytes.empty()) {
+                    return heel;
+                }
+                heel += stuk->bytes;
+            }
+        }
+        return std::nullopt;
+    }
+
+    // The saving a manager does: every target but the ones about the selection itself.
+    void bewaar() {
+        const std::string doelen = leesHier("TARGETS", CurrentTime).value_or("");
+        std::map<std::string, std::string> bewaard;
+        for (std::size_t i = 0; i + sizeof(long) <= doelen.size(); i += sizeof(long)) {
+            long atoom = 0;
+            std::memcpy(&atoom, doelen.data() + i, sizeof(long));
+            const std::string naam = x_.atoomNaam(static_cast<Atom>(atoom));
+            if (naam != "TARGETS" && naam != "MULTIPLE" && naam != "TIMESTAMP") {
+                bewaard[naam] = leesHier(naam, CurrentTime).value_or("");
+            }
+        }
+        bezit_ = bewaard;
+        XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), vensters_[0], CurrentTime);
+    }
+
     void zet(Window w, Atom eigenschap, Atom type, int formaat, const void* data, std::size_t n) {
         XChangeProperty(d_, w, eigenschap, type, formaat, PropModeReplace,
                         static_cast<const unsigned char*>(data), static_cast<int>(n));
@@ -165,6 +197,12 @@ class X11AndereApp {
     void dien(const XSelectionRequestEvent& v) {
         XSelectionEvent a{SelectionNotify, 0,        False, d_,    v.requestor,
                           v.selection,     v.target, None,  v.time};
+        if (v.selection == x_.atoom("CLIPBOARD_MANAGER")) {
+            bewaar();
+            a.property = v.property != None ? v.property : v.target;
+            XSendEvent(d_, v.requestor, False, 0, reinterpret_cast<XEvent*>(&a));
+            return;
+        }
         const std::string naam = x_.atoomNaam(v.target);
         const auto it = bezit_.find(naam);
         if (naam == "TARGETS") {

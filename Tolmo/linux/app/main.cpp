@@ -10,6 +10,7 @@
 #include <QLockFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -107,6 +108,7 @@ struct Samenstelling {
         opties.opnameMap = opnameMap();
         opties.formaat = AudioFormaat::wav;
         opties.logBron = "linux";
+        opties.appNaam = "Linux-app";
         // On Linux the user picks the route (their own key, the EU route, the test engine, or
         // the relay server); nothing is forced through the relay.
         opties.altijdViaServer = false;
@@ -188,8 +190,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     QObject::connect(&app, &QApplication::aboutToQuit, &app, [&s] {
-        // Cancels a running dictation, releases the keys and puts a waiting clipboard back.
+        // Cancels a running dictation, releases the keys and puts a waiting clipboard back,
+        // which a clipboard manager then keeps once we are gone.
         s->regelaar->afsluiten();
+        s->klembord.geefAanBeheerder(std::chrono::seconds(2));
     });
     std::cerr << "Tolmo: klaar" << std::endl;
     const int code = QApplication::exec();

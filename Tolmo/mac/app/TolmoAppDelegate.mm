@@ -151,7 +151,8 @@ struct Samenstelling {
             [this](bool aan) { regelaar->zetToonBalk(aan); },
             [this] { return regelaar->toestemmingen(); },
             [this] {
-                return std::string(SneltoetsMonitor::tekst(regelaar->houdtoetsMechanisme()));
+                return std::string(
+                    SneltoetsMonitor::tekst(regelaar->houdtoetsMechanisme(), ToetsBron::Teksten{}));
             },
             [this] { return regelaar->logboek().teksten(); },
             [] {

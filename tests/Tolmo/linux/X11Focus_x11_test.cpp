@@ -34,6 +34,21 @@ TEST(X11Focus, ReportsTheActiveAppAndItsFocusedWindow) {
     const auto ander = focus.huidig();
     ASSERT_TRUE(ander && ander->veld);
     EXPECT_FALSE(*ander->veld == *eerst->veld);
+
+    // A focus inside the active window is its field; one outside it (where a window manager
+    // parks the focus while handing it over) is none.
+    Display* d = onze.display();
+    app.vooraan("xterm", "XTerm", 4242);
+    const Window binnen = XCreateSimpleWindow(d, app.venster(), 0, 0, 10, 10, 0, 0, 0);
+    const Window buiten = XCreateSimpleWindow(d, onze.wortel(), 0, 0, 10, 10, 0, 0, 0);
+    for (const Window w : {binnen, buiten}) {
+        XMapWindow(d, w);
+        XSync(d, False);
+        XSetInputFocus(d, w, RevertToParent, CurrentTime);
+        const auto nu = focus.huidig();
+        ASSERT_TRUE(nu);
+        EXPECT_EQ(nu->veld.has_value(), w == binnen);
+    }
 }
 
 }  // namespace

@@ -126,6 +126,18 @@ TEST(X11Klembord, TakesAnotherAppsClipboardAndGivesItBack) {
     // The count's round trip brought the SelectionClear in too.
     onze.verwerk();
     EXPECT_FALSE(klembord.bezitKlembord());
+
+    // On quitting, what we own goes to the clipboard manager, which keeps it after we are gone.
+    EXPECT_FALSE(klembord.geefAanBeheerder(1s));
+    klembord.herstel(momentopname);
+    EXPECT_FALSE(klembord.geefAanBeheerder(1s)) << "no manager runs yet";
+    app.wordBeheerder();
+    EXPECT_TRUE(klembord.geefAanBeheerder(3s));
+    const auto bewaard = app.bezit();
+    EXPECT_EQ(bewaard.count("UTF8_STRING") > 0 ? bewaard.at("UTF8_STRING") : "", tekst);
+    EXPECT_TRUE(bewaard.count("image/png") > 0 && bewaard.at("image/png") == png);
+    onze.verwerk();
+    EXPECT_FALSE(klembord.bezitKlembord());
 }
 
 TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {

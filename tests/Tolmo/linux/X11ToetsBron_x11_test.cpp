@@ -37,16 +37,18 @@ TEST(X11Toetsen, KeysymsAndCombinations) {
         {XK_Super_R, 54, V::command | V::rechterCommand},
         {XK_Meta_L, 55, V::command | V::linkerCommand},
         {XK_Shift_R, 60, V::shift},
-        {XK_Control_R, 62, V::control},
+        {XK_Control_R, 62, V::control | V::rechterControl},
+        {XK_Control_L, 59, V::control | V::linkerControl},
         {XK_A, 0, 0},
         {XK_d, 2, 0},
         {XK_5, 23, 0},
         {XK_F1, 122, 0},
         {XK_eacute, std::nullopt, 0},
     };
-    // The Shift and Control side bits are set too but read by nothing.
+    // The Shift side bits are set too but read by nothing.
     constexpr std::uint64_t gelezen = V::hoofdModificaties | V::linkerOption | V::rechterOption |
-                                      V::linkerCommand | V::rechterCommand;
+                                      V::linkerCommand | V::rechterCommand | V::linkerControl |
+                                      V::rechterControl;
     for (const Geval& g : gevallen) {
         EXPECT_EQ(appleToetscode(g.keysym), g.code) << XKeysymToString(g.keysym);
         EXPECT_EQ(modificatieVlaggen(g.keysym) & gelezen, g.vlaggen) << XKeysymToString(g.keysym);

@@ -16,9 +16,10 @@ using V = ToetsVlaggen;
 // Key codes and the flags words the system reports after each change.
 constexpr std::uint16_t linkerShiftCode = 56, controlCode = 59, linkerOptionCode = 58,
                         rechterOptionCode = 61, linkerCommandCode = 55, rechterCommandCode = 54,
-                        fnCode = 63, capsLockCode = 57;
+                        fnCode = 63, capsLockCode = 57, rechterControlCode = 62;
 constexpr std::uint64_t linkerShift = V::shift | 0x2;
 constexpr std::uint64_t ctrl = V::control | 0x1;
+constexpr std::uint64_t rCtrl = V::control | V::rechterControl;
 constexpr std::uint64_t rOpt = V::option | V::rechterOption;
 constexpr std::uint64_t lOpt = V::option | V::linkerOption;
 constexpr std::uint64_t rCmd = V::command | V::rechterCommand;
@@ -158,6 +159,11 @@ TEST(HoudToetsHerkenner, OtherKeysDisqualifyAPress) {
                  mod(controlCode, V::fn | ctrl, 1.5, Actie::annuleer), mod(controlCode, V::fn, 1.6),
                  mod(fnCode, V::fn, 1.7), mod(fnCode, 0, 2.0),
                  mod(fnCode, V::fn, 3.0, Actie::begin)}},
+        {"rechter Control: houden, dan Ctrl+C annuleert", HoudToets::rechterControl,
+         Stappen{mod(rechterControlCode, rCtrl, 1.0, Actie::begin),
+                 mod(rechterControlCode, 0, 2.0, Actie::einde),
+                 mod(rechterControlCode, rCtrl, 3.0, Actie::begin), ander(Actie::annuleer),
+                 mod(controlCode, rCtrl | ctrl, 3.2), mod(rechterControlCode, 0, 3.5)}},
         {"Option tijdens rechter Command", HoudToets::rechterCommand,
          Stappen{mod(rechterCommandCode, rCmd, 1.0, Actie::begin),
                  mod(linkerOptionCode, rCmd | lOpt, 1.1, Actie::annuleer)}},
@@ -246,6 +252,10 @@ TEST(HoudToetsHerkenner, OtherModifierTest) {
         {HoudToets::rechterCommand, rCmd | V::option, true},
         {HoudToets::rechterCommand, V::option, true},
         {HoudToets::rechterCommand, rCmd | V::fn, false},
+        {HoudToets::rechterControl, rCtrl, false},
+        {HoudToets::rechterControl, rCtrl | ctrl, true},
+        {HoudToets::rechterControl, rCtrl | rOpt, true},
+        {HoudToets::rechterControl, rCtrl | V::fn, false},
         {HoudToets::uit, 0, false},
         {HoudToets::uit, V::fn, false},
         {HoudToets::uit, V::command, true},

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <QImage>
+
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -38,6 +40,7 @@ class TolmoAppTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_FALSE(x_.naam().empty()) << "Xvfb";
+        ASSERT_TRUE(x_.vensterbeheerOk()) << "openbox";
         ASSERT_TRUE(pulse_.fout().empty()) << pulse_.fout();
         config_ = pulse_.map() / "config";
         server_.zetBehandelaar([this](const nep::LoopbackServer::Verzoek&) {
@@ -64,7 +67,9 @@ class TolmoAppTest : public ::testing::Test {
     void TearDown() override {
         if (app_ && HasFailure()) {
             app_->stuurSignaal(SIGTERM);
-            std::cerr << "tolmo-app:\n" << app_->wacht().fout;
+            std::cerr << "tolmo-app:\n"
+                      << app_->wacht().fout << "logboek:\n"
+                      << std::ifstream(pulse_.map() / "state" / "tolmo" / "logboek.jsonl").rdbuf();
         }
     }
 
@@ -83,17 +88,17 @@ class TolmoAppTest : public ::testing::Test {
         ASSERT_TRUE(app_->wachtOpFout("Tolmo: klaar", 10s)) << app_->wacht().fout;
     }
 
-    // Holds right Alt for a while with speech on the microphone.
-    void houdRechterAlt(TestVenster& v, std::chrono::milliseconds duur) {
-        v.toets(XK_Alt_R, true);
+    // Holds a key (right Alt unless the settings say otherwise) with speech on the microphone.
+    void houd(TestVenster& v, std::chrono::milliseconds duur, KeySym toets = XK_Alt_R) {
+        v.toets(toets, true);
         if (duur > 500ms) {
             nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
         }
         v.pomp([] { return false; }, duur);
-        v.toets(XK_Alt_R, false);
+        v.toets(toets, false);
     }
 
-    nep::XvfbServer x_;
+    nep::XvfbServer x_{true};
     nep::PulseDaemon pulse_;
     nep::LoopbackServer server_;
     fs::path config_;
@@ -121,7 +126,7 @@ TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
         if (!app_) {
             startApp();
         }
-        houdRechterAlt(v, 1500ms);
+        houd(v, 1500ms);
         const auto losgelaten = Klok::now();
         ASSERT_TRUE(v.pomp([&] { return v.veld.find(dictaat) != std::string::npos; }, 15s))
             << "veld: " << v.veld;
@@ -158,22 +163,37 @@ TEST_F(TolmoAppTest, AShortTapRecordsNothing) {
     TestVenster v("tolmotest");
     ASSERT_TRUE(v.ok());
     startApp();
-    houdRechterAlt(v, 200ms);
+    houd(v, 200ms);
     v.pomp([] { return false; }, 2s);
     EXPECT_EQ(server_.aantalVerzoeken(), 0U);
     EXPECT_EQ(v.veld, "");
+}
+
+// The hold key chosen with the command-line tool reaches the app: right Control, for laptops
+// without right Super.
+TEST_F(TolmoAppTest, RightControlCanBeTheHoldKey) {
+    const auto r = nep::voerProcesUit(
+        TOLMO_CLI_PAD, {"instellingen", "zet", "houdToets", "rechterControl"}, omgeving());
+    ASSERT_EQ(r.status, 0) << r.fout;
+    TestVenster v("tolmotest");
+    ASSERT_TRUE(v.ok());
+    startApp();
+    houd(v, 1500ms, XK_Control_R);
+    EXPECT_TRUE(v.pomp([&] { return v.veld.find(dictaat) != std::string::npos; }, 15s))
+        << "veld: " << v.veld;
+    EXPECT_EQ(v.plakCtrlV, 1);
 }
 
 TEST_F(TolmoAppTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     TestVenster v("tolmotest");
     TestVenster ander("anderetest");
     ASSERT_TRUE(v.ok() && ander.ok());
-    v.activeer();
+    ASSERT_TRUE(v.activeer());
     startApp();
     antwoordVertraging_ = 1500;
-    houdRechterAlt(v, 1500ms);
+    houd(v, 1500ms);
     // The user moves on while the text is being made.
-    ander.activeer();
+    ASSERT_TRUE(ander.activeer());
     ASSERT_TRUE(app_->wachtOpFout(
         "Je wisselde van app of veld tijdens het verwerken. Plak met Ctrl+V", 15s));
     EXPECT_EQ(v.veld + ander.veld, "");
@@ -187,19 +207,29 @@ TEST_F(TolmoAppTest, TheToggleCombinationStartsAndStops) {
     // The default combination is Control-Option-D: Control-Alt-D on a PC keyboard.
     v.druk({XK_Control_L, XK_Alt_L, XK_d});
     ASSERT_TRUE(app_->wachtOpFout("toestand neemt op", 5s));
-    // The indicator shows without taking the focus from the app the text is for.
+    nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
+    v.pomp([] { return false; }, 1200ms);
+    // The indicator shows without taking the focus from the app the text is for, in the window
+    // manager's eyes too.
     Window focus = None;
     int terugval = 0;
     Display* d = XOpenDisplay(nullptr);
     XGetInputFocus(d, &focus, &terugval);
-    XCloseDisplay(d);
     EXPECT_EQ(focus, v.venster());
-    nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
-    v.pomp([] { return false; }, 1200ms);
-    // TOLMO_SCHERMAFDRUK=file.png keeps a picture of the screen while the indicator shows.
-    if (const char* pad = std::getenv("TOLMO_SCHERMAFDRUK")) {
-        std::system(("xwd -root -silent | convert xwd:- " + std::string(pad)).c_str());
-    }
+    EXPECT_EQ(v.actief(), v.venster());
+    // A picture of the screen while the indicator shows, for a person to look at
+    // (TOLMO_SCHERMAFDRUK names the file).
+    const int breedte = DisplayWidth(d, 0);
+    const int hoogte = DisplayHeight(d, 0);
+    XImage* beeld = XGetImage(d, DefaultRootWindow(d), 0, 0, static_cast<unsigned>(breedte),
+                              static_cast<unsigned>(hoogte), AllPlanes, ZPixmap);
+    ASSERT_NE(beeld, nullptr);
+    const char* pad = std::getenv("TOLMO_SCHERMAFDRUK");
+    EXPECT_TRUE(QImage(reinterpret_cast<const uchar*>(beeld->data), breedte, hoogte,
+                       beeld->bytes_per_line, QImage::Format_RGB32)
+                    .save(pad != nullptr ? pad : "tolmo-indicator-opname.png"));
+    XDestroyImage(beeld);
+    XCloseDisplay(d);
     v.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(v.pomp([&] { return v.veld.find(dictaat) != std::string::npos; }, 15s))
         << "veld: " << v.veld;
