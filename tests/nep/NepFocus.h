@@ -33,12 +33,13 @@ inline FocusVeld nepVeld(int nummer, InvoerSoort soort = InvoerSoort::gewoon, bo
 }
 
 inline Doel nepDoel(std::int32_t procesId, std::optional<std::string> bundleId,
-                    std::optional<int> veld) {
+                    std::optional<int> veld, InvoerSoort soort = InvoerSoort::gewoon,
+                    bool geheim = false) {
     Doel d;
     d.procesId = procesId;
     d.bundleId = std::move(bundleId);
     if (veld) {
-        d.veld = nepVeld(*veld);
+        d.veld = nepVeld(*veld, soort, geheim);
     }
     return d;
 }

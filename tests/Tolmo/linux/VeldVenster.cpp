@@ -1,14 +1,11 @@
-// A Qt window with an ordinary line edit and a password one, for the AT-SPI test. It reads
-// "gewoon" or "wachtwoord" on standard input, focuses that field and answers "focus <naam>" on
-// standard error. With no window manager under Xvfb it publishes itself as the active window.
+// The AT-SPI test's window: "gewoon" or "wachtwoord" on standard input focuses that line edit.
+// Without a window manager under Xvfb it makes itself the active window.
 #include <unistd.h>
 
 #include <QtGui/qguiapplication_platform.h>
 #include <QApplication>
 #include <QLineEdit>
 #include <QSocketNotifier>
-#include <QVBoxLayout>
-#include <QWidget>
 #include <iostream>
 #include <string>
 
@@ -21,20 +18,12 @@ int main(int argc, char** argv) {
     qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
     QApplication app(argc, argv);
     QWidget venster;
-    auto* laag = new QVBoxLayout(&venster);
     auto* gewoon = new QLineEdit(&venster);
     auto* wachtwoord = new QLineEdit(&venster);
     wachtwoord->setEchoMode(QLineEdit::Password);
-    laag->addWidget(gewoon);
-    laag->addWidget(wachtwoord);
+    wachtwoord->move(0, 40);
     venster.show();
-
-    auto* x11 = app.nativeInterface<QNativeInterface::QX11Application>();
-    Display* d = x11 != nullptr ? x11->display() : nullptr;
-    if (d == nullptr) {
-        std::cerr << "geen X11\n";
-        return 1;
-    }
+    Display* d = app.nativeInterface<QNativeInterface::QX11Application>()->display();
     const auto w = static_cast<Window>(venster.winId());
     XChangeProperty(d, DefaultRootWindow(d), XInternAtom(d, "_NET_ACTIVE_WINDOW", False), XA_WINDOW,
                     32, PropModeReplace, reinterpret_cast<const unsigned char*>(&w), 1);
