@@ -18,6 +18,10 @@ std::string redenTekst(Doel::Reden reden) {
     return "doel onbekend";
 }
 
+bool geheim(const std::optional<Doel>& doel) {
+    return doel && doel->veld && doel->veld->geheim();
+}
+
 }  // namespace
 
 Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen,
@@ -39,24 +43,42 @@ void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakD
                       std::function<void()> klaar) {
     // The target is judged twice: now, against a switch while the chain worked, and again by
     // the paster just before it pastes (it may wait for an earlier paste's restore).
+    // A password field never gets a paste, at the start or now: the text waits on the clipboard
+    // for the user to decide, and no restore takes it away.
+    bool wachtwoord = geheim(plakDoel);
     std::optional<Doel::Reden> geweigerd;
     Plakker::DoelKlopt doelKlopt;
-    if (toestemmingen_.toegankelijkheid()) {
-        const auto nu = Doel::beslis(plakDoel, focus_.huidig());
-        if (!nu.plakken) {
+    if (wachtwoord) {
+        doelKlopt = [] { return false; };
+    } else if (toestemmingen_.toegankelijkheid()) {
+        const auto doelNu = focus_.huidig();
+        const auto nu = Doel::beslis(plakDoel, doelNu);
+        wachtwoord = geheim(doelNu);
+        if (wachtwoord || !nu.plakken) {
             geweigerd = nu.reden;
             doelKlopt = [] { return false; };
         } else {
             doelKlopt = [&focus = focus_, start = plakDoel] {
-                return Doel::beslis(start, focus.huidig()).plakken;
+                const auto later = focus.huidig();
+                return Doel::beslis(start, later).plakken && !geheim(later);
             };
         }
     }
-    plakker_.plak(tekst, herstel, std::move(doelKlopt),
-                  [this, herstel, geweigerd, klaar = std::move(klaar)](Plakker::Uitkomst u) {
-                      meldUitkomst(u, herstel, geweigerd);
-                      klaar();
-                  });
+    plakker_.plak(
+        tekst, herstel, std::move(doelKlopt),
+        [this, herstel, geweigerd, wachtwoord, klaar = std::move(klaar)](Plakker::Uitkomst u) {
+            if (wachtwoord) {
+                log_("Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+                toon_(
+                    {"Wachtwoordveld: de tekst staat op het klembord en is niet "
+                     "geplakt. Plak zelf met " +
+                         plakToets_.teken + " als je dat wilt.",
+                     false, std::nullopt});
+            } else {
+                meldUitkomst(u, herstel, geweigerd);
+            }
+            klaar();
+        });
 }
 
 void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,

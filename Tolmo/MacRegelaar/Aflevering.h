@@ -15,7 +15,9 @@ namespace tolmo {
 // Delivers a finished dictation's text: pastes it into the app and field that had focus when
 // the dictation started, or leaves it on the clipboard when that target is gone or pasting is
 // not allowed, logs which it was and tells the user where the text is. Nothing is ever lost:
-// whatever happens, the text ends up in the target or on the clipboard. Main thread.
+// whatever happens, the text ends up in the target or on the clipboard. A password field is
+// never pasted into: what was said may not be what the user wants typed there unseen. Main
+// thread.
 // How messages and the log name the paste shortcut of the platform.
 struct PlakToets {
     std::string teken = "⌘V";

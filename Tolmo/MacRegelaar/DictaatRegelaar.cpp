@@ -51,6 +51,31 @@ bool isGeenInvoer(const std::exception_ptr& fout) {
     }
 }
 
+bool geheimVeld(const std::optional<Doel>& doel) {
+    return doel && doel->veld && doel->veld->geheim();
+}
+
+// A row for the app is the user's (or the platform's) explicit choice and wins over the kind of
+// field; without one the field decides (search and address fields literal). A password is taken
+// down literally whatever the app.
+Stijl stijlBijStart(const std::optional<Doel>& doel, const StijlBepaling& bepaling) {
+    std::optional<Stijl> gekozen;
+    if (doel && doel->bundleId) {
+        const std::string app = Tekst::kleineLetters(*doel->bundleId);
+        const auto rij = std::find_if(
+            bepaling.stijlPerApp.begin(), bepaling.stijlPerApp.end(),
+            [&app](const AppStijl& r) { return Tekst::kleineLetters(r.bundleId) == app; });
+        if (rij != bepaling.stijlPerApp.end()) {
+            gekozen = rij->stijl;
+        }
+    }
+    if (geheimVeld(doel)) {
+        gekozen = Stijl::letterlijk;
+    }
+    const InvoerSoort soort = doel && doel->veld ? doel->veld->soort() : InvoerSoort::gewoon;
+    return stijlVoorVeld(soort, gekozen, bepaling);
+}
+
 void verwijder(const std::filesystem::path& bestand) {
     if (!bestand.empty()) {
         std::error_code genegeerd;
@@ -441,10 +466,7 @@ void DictaatRegelaar::start(Bron bron) {
     StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
     bepaling.stijlPerApp.insert(bepaling.stijlPerApp.end(), o_.platformApps.begin(),
                                 o_.platformApps.end());
-    d.stijl = stijlVoorApp(d.plakDoel && d.plakDoel->bundleId
-                               ? std::optional<std::string_view>(*d.plakDoel->bundleId)
-                               : std::nullopt,
-                           bepaling);
+    d.stijl = stijlBijStart(d.plakDoel, bepaling);
     dictaatStijl_ = d.stijl;
 
     opnemer_ = std::make_unique<AudioOpnemer>(p_.engine, p_.omzetters, p_.schrijvers, o_.opnameMap,
@@ -686,11 +708,18 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
         log("Opschonen overgeslagen: " + *r.opschoonProbleem);
     }
     log(r.tijden.tekst());
-    log("Resultaat klaar: " + std::to_string(Tekst::aantalTekens(r.ruw)) + " tekens ruw, " +
-        std::to_string(Tekst::aantalTekens(r.tekst)) + " tekens klaar");
-    laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
-    meld(Wijziging::laatsteDictaat);
-    auto voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
+    std::vector<std::string> voorstellen;
+    if (geheimVeld(d.plakDoel)) {
+        // A password goes to the clipboard only: its length stays out of the log, and it is
+        // neither kept as the last dictation nor offered for the word list.
+        log("Resultaat klaar voor een wachtwoordveld");
+    } else {
+        log("Resultaat klaar: " + std::to_string(Tekst::aantalTekens(r.ruw)) + " tekens ruw, " +
+            std::to_string(Tekst::aantalTekens(r.tekst)) + " tekens klaar");
+        laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
+        meld(Wijziging::laatsteDictaat);
+        voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
+    }
     plakt_ = true;
     // Nothing of d is used after this call: the paster may answer at once (no accessibility).
     aflevering_.plak(r.tekst, d.plakDoel, inst_.klembordHerstellen(),

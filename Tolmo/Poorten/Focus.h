@@ -13,7 +13,8 @@ using Doel = PlakDoel<FocusVeld>;
 //
 // macOS: NSWorkspace's frontmost application, then the app's "AXFocusedUIElement" with a
 // messaging time-out of 0.5 s; a failed query leaves the field absent. X11: the EWMH active
-// window and the input focus.
+// window, and as the field the element AT-SPI last reported focused in that window's process,
+// else the window holding the input focus.
 class Focus {
   public:
     virtual ~Focus() = default;

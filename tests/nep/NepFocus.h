@@ -10,30 +10,36 @@
 namespace tolmo::nep {
 
 // A field known by a number; two handles with the same number are the same field, as two
-// accessibility references to one element are.
+// accessibility references to one element are. Its kind is whatever the test says.
 class NepVeldIdentiteit final : public FocusVeld::Identiteit {
   public:
-    explicit NepVeldIdentiteit(int nummer) : nummer_(nummer) {}
+    NepVeldIdentiteit(int nummer, InvoerSoort soort, bool geheim)
+        : nummer_(nummer), soort_(soort), geheim_(geheim) {}
     bool gelijkAan(const Identiteit& ander) const override {
         const auto* a = dynamic_cast<const NepVeldIdentiteit*>(&ander);
         return a != nullptr && a->nummer_ == nummer_;
     }
+    InvoerSoort soort() const override { return soort_; }
+    bool geheim() const override { return geheim_; }
 
   private:
     int nummer_;
+    InvoerSoort soort_;
+    bool geheim_;
 };
 
-inline FocusVeld nepVeld(int nummer) {
-    return FocusVeld(std::make_shared<NepVeldIdentiteit>(nummer));
+inline FocusVeld nepVeld(int nummer, InvoerSoort soort = InvoerSoort::gewoon, bool geheim = false) {
+    return FocusVeld(std::make_shared<NepVeldIdentiteit>(nummer, soort, geheim));
 }
 
 inline Doel nepDoel(std::int32_t procesId, std::optional<std::string> bundleId,
-                    std::optional<int> veld) {
+                    std::optional<int> veld, InvoerSoort soort = InvoerSoort::gewoon,
+                    bool geheim = false) {
     Doel d;
     d.procesId = procesId;
     d.bundleId = std::move(bundleId);
     if (veld) {
-        d.veld = nepVeld(*veld);
+        d.veld = nepVeld(*veld, soort, geheim);
     }
     return d;
 }

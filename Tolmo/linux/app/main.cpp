@@ -22,6 +22,7 @@
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/Poorten/DraadWerker.h"
+#include "Tolmo/linux/AtSpiFocus.h"
 #include "Tolmo/linux/BestandsKluis.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/LogBestand.h"
@@ -68,7 +69,8 @@ struct Samenstelling {
     SoxrOmzetter::Maker omzetters;
     WavSchrijver::Maker schrijvers;
     X11Klembord klembord{x11};
-    X11Focus focus{x11};
+    X11Focus vensterFocus{x11};
+    AtSpiFocus focus{vensterFocus};
     QtToestemmingsVraag vraag;
     XdgOpslag groep{XdgOpslag::configMap(), std::string(GedeeldeOpslag::groepSuite), meld};
     XdgOpslag standaard{XdgOpslag::configMap(), "app.tolmo", meld};

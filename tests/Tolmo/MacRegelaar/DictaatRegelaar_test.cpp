@@ -141,6 +141,54 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
     EXPECT_EQ(o.opnamesOpSchijf(), 0);
 }
 
+// A password field never gets the text: not when it had focus at the start, nor when it has it
+// now. The text stays on the clipboard, with restore on, and is kept nowhere else.
+TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
+    const auto wachtwoord = nep::nepDoel(42, "com.apple.mail", 7, InvoerSoort::gewoon, true);
+    for (const bool bijStart : {true, false}) {
+        Opstelling o;
+        o.standaard.zet("mac.klembordHerstellen", true);
+        o.focus.doel = bijStart ? wachtwoord : *o.focus.doel;
+        o.tijdensTranscriptie = [&] { o.focus.doel = wachtwoord; };
+        o.maak();
+        o.dicteer();
+        o.lus.verstrijk(3.0);
+        EXPECT_EQ(o.klembord.plakToetsen, 0) << bijStart;
+        EXPECT_EQ(o.klembord.tekst(), "dit is een korte test");
+        EXPECT_EQ(o.nieuweRegels().back(),
+                  "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+        EXPECT_THAT(o.meldingen.getoond,
+                    ElementsAre(Melding{"Wachtwoordveld: de tekst staat op het klembord en is niet "
+                                        "geplakt. Plak zelf met ⌘V als je dat wilt.",
+                                        false, std::nullopt}));
+        EXPECT_EQ(o.regelaar->laatsteDictaat().has_value(), !bijStart);
+    }
+}
+
+// The app's own row wins over the kind of field; without one the field decides.
+TEST(DictaatRegelaar, TheFieldKindChoosesTheStyle) {
+    struct Geval {
+        const char* app;
+        InvoerSoort soort;
+        bool geheim;
+        Stijl verwacht;
+    };
+    const Geval gevallen[] = {
+        {"com.apple.mail", InvoerSoort::zoeken, false, Stijl::zakelijk},
+        {"com.apple.mail", InvoerSoort::gewoon, true, Stijl::letterlijk},
+        {"org.mozilla.firefox", InvoerSoort::adres, false, Stijl::letterlijk},
+        {"org.mozilla.firefox", InvoerSoort::gewoon, false, Stijl::neutraal},
+    };
+    for (const Geval& g : gevallen) {
+        Opstelling o;
+        o.focus.doel = nep::nepDoel(42, g.app, 7, g.soort, g.geheim);
+        o.maak();
+        o.regelaar->start(Bron::menu);
+        EXPECT_EQ(o.regelaar->dictaatStijl(), g.verwacht)
+            << g.app << " " << invoerSoortWaarden.naam(g.soort);
+    }
+}
+
 // Every way the microphone can change under a running recording, early and late.
 TEST(DictaatRegelaar, AudioConfigurationChanges) {
     enum class Daarna { doorgaan, verwerken, nietsVerstuurd };

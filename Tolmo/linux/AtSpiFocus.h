@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "Tolmo/Poorten/Focus.h"
+
+namespace tolmo {
+
+// The focused field from AT-SPI2, over the window-level focus of the display (X11Focus).
+//
+// AT-SPI has no call that answers "what has focus"; the adapter follows the focus events apps
+// send ("object:state-changed:focused", and the older "focus:") and keeps the last element that
+// gained focus. libatspi receives them on its own D-Bus connection, dispatched by GLib's default
+// main context: in tolmo-app that is Qt's event loop on the main thread (Qt's dispatcher on
+// Linux is GLib's), so events and queries stay on the main thread like every other port.
+//
+// huidig() takes the app from the window focus and puts the followed element in as the field
+// only when it still says it is focused and belongs to the process of the active window (its
+// bus connection's process id against _NET_WM_PID). Otherwise, or when the accessibility bus
+// does not answer, the window focus stands as it is. Every query has the 0.5 s time-out the
+// macOS adapter uses, so a hung app delays a paste by at most that much per call. Two fields are
+// the same when they are the same accessible object: bus name and object path.
+class AtSpiFocus final : public Focus {
+  public:
+    // The window focus must outlive this object.
+    explicit AtSpiFocus(const Focus& venster);
+    ~AtSpiFocus() override;
+    AtSpiFocus(const AtSpiFocus&) = delete;
+    AtSpiFocus& operator=(const AtSpiFocus&) = delete;
+
+    [[nodiscard]] std::optional<Doel> huidig() const override;
+
+    // Whether the accessibility bus answered and focus events are followed.
+    [[nodiscard]] bool volgt() const;
+
+  private:
+    struct Staat;
+    const Focus& venster_;
+    std::unique_ptr<Staat> staat_;
+};
+
+}  // namespace tolmo
