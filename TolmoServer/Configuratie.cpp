@@ -48,12 +48,24 @@ fs::path standaardDatabase() {
 
 // The keys the file and the environment know, in the order the README lists them.
 constexpr const char* sleutels[] = {
-    "luister",           "draden",          "openai-url",
-    "mistral-url",       "openai-sleutel",  "mistral-sleutel",
-    "database",          "spoolmap",        "max-upload-mb",
-    "max-audio-minuten", "minuten-per-dag", "verzoeken-per-minuut",
-    "plafond",           "kop-timeout",     "body-timeout",
+    "luister",
+    "draden",
+    "openai-url",
+    "mistral-url",
+    "openai-sleutel",
+    "mistral-sleutel",
+    "database",
+    "spoolmap",
+    "max-upload-mb",
+    "max-audio-minuten",
+    "minuten-per-dag",
+    "verzoeken-per-minuut",
+    "plafond",
+    "kop-timeout",
+    "body-timeout",
     "aanbieder-timeout",
+    "reservering-timeout",
+    "database-verbindingen",
 };
 
 }  // namespace
@@ -98,6 +110,10 @@ void Configuratie::zet(const std::string& sleutel, const std::string& waarde) {
         bodyTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
     } else if (sleutel == "aanbieder-timeout") {
         aanbiederTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
+    } else if (sleutel == "reservering-timeout") {
+        reserveringTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
+    } else if (sleutel == "database-verbindingen") {
+        databaseVerbindingen = static_cast<unsigned>(getal(sleutel, waarde, 0));
     } else if (sleutel == "verzoeklog") {
         if (waarde != "aan" && waarde != "uit") {
             throw std::runtime_error("Ongeldige waarde voor verzoeklog: \"" + waarde +
@@ -157,7 +173,7 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
         c.mistralSleutel = w;
     }
     if (c.database.empty()) {
-        c.database = standaardDatabase();
+        c.database = standaardDatabase().string();
     }
     if (c.spoolMap.empty()) {
         std::error_code ec;
@@ -165,6 +181,9 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
     }
     if (c.draden == 0) {
         c.draden = std::max(1u, std::thread::hardware_concurrency());
+    }
+    if (c.databaseVerbindingen == 0) {
+        c.databaseVerbindingen = c.draden + 1;
     }
     return c;
 }

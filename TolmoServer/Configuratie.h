@@ -20,7 +20,9 @@ struct Configuratie {
     std::string mistralUrl = "https://api.mistral.ai";
     std::string openAISleutel;
     std::string mistralSleutel;
-    std::filesystem::path database;
+    // A SQLite file, or a libpq connection string for PostgreSQL (several instances).
+    std::string database;
+    unsigned databaseVerbindingen = 0;  // PostgreSQL pool size; 0: one per event loop, plus one
     std::filesystem::path spoolMap;
     std::uint64_t maxUploadBytes = 50ull * 1024 * 1024;
     std::uint64_t maxChatBytes = 1024 * 1024;
@@ -31,6 +33,9 @@ struct Configuratie {
     std::chrono::seconds kopTimeout{10};
     std::chrono::seconds bodyTimeout{30};
     std::chrono::seconds aanbiederTimeout{120};
+    // An unsettled reservation (its instance crashed) is given back after this long; it must
+    // outlast the provider's time-out, or a slow request's minutes come back while it runs.
+    std::chrono::seconds reserveringTimeout{300};
     bool verzoekLog = true;  // one log line per request
 
     // Reads `bestand` when given (an error when it cannot be read), else $TOLMO_SERVER_CONFIG or

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -21,8 +22,11 @@
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/write.hpp>
 #include <cmath>
+#include <condition_variable>
 #include <ctime>
+#include <mutex>
 #include <stdexcept>
+#include <stop_token>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -78,6 +82,18 @@ Uitkomst limiet(const std::string& soort, std::int64_t naSeconden) {
 
 Uitkomst aanbiederWeg() {
     return weiger(503, "aanbieder-niet-beschikbaar");
+}
+
+// The database is down or unreachable: the request is refused, nothing was forwarded or counted.
+Uitkomst opslagWeg() {
+    Uitkomst u = json(503,
+                      {{"fout", "opslag"},
+                       {"melding",
+                        "De database van de server is tijdelijk niet bereikbaar. Probeer het over "
+                        "enkele seconden opnieuw."}},
+                      "opslag");
+    u.antwoord.set(http::field::retry_after, "5");
+    return u;
 }
 
 std::string dagUtc(std::chrono::system_clock::time_point t) {
@@ -166,6 +182,25 @@ struct RelayServer::Binnen {
     std::atomic<std::int64_t> onderweg{0};      // requests being handled
     std::atomic<std::int64_t> doorgestuurd{0};  // requests at a provider, for the ceiling
     std::atomic<bool> stoppen{false};
+    // Settlements the store refused while it was down, tried again by the sweeper.
+    std::mutex openM;
+    std::vector<std::pair<std::int64_t, bool>> openVerrekeningen;
+
+    // Runs one store call, timed and counted for /metrics; OpslagFout passes through.
+    template <class F>
+    auto metOpslag(F f) {
+        const auto begin = Klok::now();
+        try {
+            auto uit = f();
+            metingen.opslagDuur(std::chrono::duration<double>(Klok::now() - begin).count());
+            return uit;
+        } catch (const OpslagFout&) {
+            metingen.opslagFout();
+            throw;
+        }
+    }
+    void verreken(std::int64_t reservering, bool gebruikt);
+    void ruimOp();
 
     net::awaitable<void> accepteer(tcp::acceptor& acceptor);
     net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus);
@@ -321,10 +356,11 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     }
     std::optional<CodeRij> code;
     try {
-        code = opslag->zoekCode(Toegangscode::hash(autorisatie.substr(drager.size())));
+        const std::string hash = Toegangscode::hash(autorisatie.substr(drager.size()));
+        code = metOpslag([&] { return opslag->zoekCode(hash); });
     } catch (const OpslagFout& f) {
         log(std::string("Opslag niet bereikbaar: ") + f.what());
-        co_return zonderBody(weiger(503, "opslag"));
+        co_return zonderBody(opslagWeg());
     }
     if (!code) {
         co_return zonderBody(weiger(401, "toegangscode-onbekend"));
@@ -401,7 +437,7 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
 
     const auto nu = std::chrono::system_clock::now();
     const std::string dag = dagUtc(nu);
-    std::int64_t gereserveerd = 0;
+    std::optional<std::int64_t> reservering;
     double seconden = 0;
     if (transcriptie) {
         const auto bereik = MultipartBereik::zoek(spool->fd(), spool->grootte(),
@@ -415,14 +451,15 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
             co_return weiger(413, "te-lang");
         }
         seconden = *duur;
-        gereserveerd = static_cast<std::int64_t>(std::ceil(*duur));
+        const auto gevraagd = static_cast<std::int64_t>(std::ceil(*duur));
         try {
-            if (!opslag->reserveer(code.id, dag, gereserveerd)) {
-                co_return limiet("minuten-per-dag", totMiddernacht(nu));
-            }
+            reservering = metOpslag([&] { return opslag->reserveer(code.id, dag, gevraagd); });
         } catch (const OpslagFout& f) {
             log(std::string("Opslag niet bereikbaar: ") + f.what());
-            co_return weiger(503, "opslag");
+            co_return opslagWeg();
+        }
+        if (!reservering) {
+            co_return limiet("minuten-per-dag", totMiddernacht(nu));
         }
     }
 
@@ -459,13 +496,8 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     metingen.aanbiederDuur(std::chrono::duration<double>(Klok::now() - begin).count());
 
     const bool gelukt = antwoord && antwoord->result_int() >= 200 && antwoord->result_int() <= 299;
-    if (!gelukt && gereserveerd > 0) {
-        try {
-            opslag->geefTerug(code.id, dag, gereserveerd);
-        } catch (const OpslagFout& f) {
-            log(std::string("Teruggave van ") + std::to_string(gereserveerd) +
-                " s mislukt: " + f.what());
-        }
+    if (reservering) {
+        verreken(*reservering, gelukt);
     }
     if (!antwoord || antwoord->result_int() >= 500) {
         co_return aanbiederWeg();
@@ -493,6 +525,40 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     u.antwoord.set(http::field::content_type, type.empty() ? "application/json" : type);
     u.antwoord.body() = std::move(antwoord->body());
     co_return u;
+}
+
+void RelayServer::Binnen::verreken(std::int64_t reservering, bool gebruikt) {
+    try {
+        metOpslag([&] {
+            opslag->verreken(reservering, gebruikt);
+            return true;
+        });
+    } catch (const OpslagFout& f) {
+        // Kept for the sweeper: left alone, the reservation would expire and a used request's
+        // minutes would come back.
+        log(std::string("Verrekening wacht op de database: ") + f.what());
+        const std::lock_guard slot(openM);
+        openVerrekeningen.emplace_back(reservering, gebruikt);
+    }
+}
+
+void RelayServer::Binnen::ruimOp() {
+    std::vector<std::pair<std::int64_t, bool>> open;
+    {
+        const std::lock_guard slot(openM);
+        open.swap(openVerrekeningen);
+    }
+    for (const auto& [id, gebruikt] : open) {
+        verreken(id, gebruikt);
+    }
+    try {
+        metOpslag([&] {
+            opslag->ruimOp();
+            return true;
+        });
+    } catch (const OpslagFout& f) {
+        log(std::string("Opruimen van verlopen reserveringen mislukt: ") + f.what());
+    }
 }
 
 void RelayServer::draai() {
@@ -551,10 +617,26 @@ void RelayServer::draai() {
     for (std::size_t i = 1; i < b.lussen.size(); ++i) {
         draden.emplace_back([&l = *b.lussen[i]] { l.io.run(); });
     }
+    // Off the event loops: a sweep that waits for the database holds up no request.
+    std::mutex ruimM;
+    std::condition_variable_any ruimCv;
+    std::jthread ruimer([&](const std::stop_token& stop) {
+        const auto interval = std::clamp(b.c.reserveringTimeout / 4, std::chrono::seconds(1),
+                                         std::chrono::seconds(30));
+        std::unique_lock slot(ruimM);
+        for (;;) {
+            ruimCv.wait_for(slot, stop, interval, [] { return false; });
+            if (stop.stop_requested()) {
+                return;
+            }
+            b.ruimOp();
+        }
+    });
     eerste.io.run();
     for (auto& t : draden) {
         t.join();
     }
+    ruimer.request_stop();
 }
 
 }  // namespace tolmo::server
