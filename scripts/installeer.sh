@@ -11,10 +11,10 @@ pakketten=(
   libgtest-dev libgmock-dev libbenchmark-dev valgrind
   # libraries
   libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev libavformat-dev
-  libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libglib2.0-dev
+  libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libpq-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
   # real parts the tests run against
-  pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac
+  pulseaudio pulseaudio-utils espeak-ng sox xvfb curl flac postgresql
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
 )

@@ -5,8 +5,6 @@
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/read.hpp>
-#include <boost/asio/write.hpp>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -18,6 +16,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "RelayHulp.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
@@ -32,35 +31,11 @@ namespace fs = std::filesystem;
 namespace net = boost::asio;
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
+using relay::multipart;
+using relay::wav;
 
 const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
 const std::string zin = "Dit is een lange zin die de nepaanbieder teruggeeft als transcriptie.";
-
-// A WAV file of this many seconds of a 500 Hz square wave at 16 kHz mono.
-std::string wav(std::uint32_t seconden) {
-    const std::uint32_t data = seconden * 32000;
-    std::string w = "RIFF";
-    const auto u32 = [&w](std::uint32_t v) {
-        for (int i = 0; i < 4; ++i) {
-            w += static_cast<char>((v >> (8 * i)) & 0xff);
-        }
-    };
-    u32(36 + data);
-    w += "WAVEfmt ";
-    u32(16);
-    u32(0x00010001);  // PCM, mono
-    u32(16000);
-    u32(32000);
-    u32(0x00100002);  // block 2, 16 bits
-    w += "data";
-    u32(data);
-    for (std::uint32_t i = 0; i < data / 2; ++i) {
-        const std::int16_t s = (i / 16) % 2 ? 4000 : -4000;
-        w += static_cast<char>(s & 0xff);
-        w += static_cast<char>((s >> 8) & 0xff);
-    }
-    return w;
-}
 
 // A QuickTime/M4A file of 16-bit PCM whose index (moov) comes after the audio, as the mov
 // muxer writes it by default: the duration can only be read by seeking to the end.
@@ -94,13 +69,6 @@ std::string m4aMetIndexAchteraan(const fs::path& pad, int seconden) {
     EXPECT_LT(bytes.find("moov"), std::string::npos);
     EXPECT_GT(bytes.find("moov"), bytes.find("mdat"));
     return bytes;
-}
-
-std::string multipart(const std::string& audio) {
-    return "--g\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\nwhisper-1\r\n"
-           "--g\r\nContent-Disposition: form-data; name=\"file\"; filename=\"d.wav\"\r\n"
-           "Content-Type: audio/wav\r\n\r\n" +
-           audio + "\r\n--g--\r\n";
 }
 
 class RelayTest : public ::testing::Test {
@@ -265,31 +233,16 @@ TEST_F(RelayTest, TolmoDicteerDoorDeServer) {
 // 400 requests of one code, all sent before any reply is read: a quota of one minute admits
 // exactly 60 one-second dictations, not one more.
 TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
-    const std::string code = maakCode("druk", 1);
-    const std::string body = multipart(wav(1));
-    const std::string verzoek =
-        "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
-        "Authorization: Bearer " +
-        code +
-        "\r\nX-Tolmo-Aanbieder: openai\r\n"
-        "Content-Type: multipart/form-data; boundary=g\r\n"
-        "Connection: close\r\nContent-Length: " +
-        std::to_string(body.size()) + "\r\n\r\n" + body;
+    const std::string verzoek = relay::transcriptieVerzoek(maakCode("druk", 1), 1);
+    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
     net::io_context io;
-    const net::ip::tcp::endpoint doel(
-        net::ip::make_address("127.0.0.1"),
-        static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1))));
     std::vector<net::ip::tcp::socket> sockets;
     for (int i = 0; i < 400; ++i) {
-        sockets.emplace_back(io).connect(doel);
-        net::write(sockets.back(), net::buffer(verzoek));
+        sockets.push_back(relay::verstuur(io, poort, verzoek));
     }
     std::map<std::string, int> statussen;
     for (auto& s : sockets) {
-        std::string antwoord;
-        boost::system::error_code ec;
-        net::read(s, net::dynamic_buffer(antwoord), ec);
-        ++statussen[antwoord.substr(9, 3)];
+        ++statussen[relay::leesAntwoord(s).substr(9, 3)];
     }
     EXPECT_EQ(statussen["200"], 60);
     EXPECT_EQ(statussen["429"], 340);
