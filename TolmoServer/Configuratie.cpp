@@ -1,5 +1,7 @@
 #include "TolmoServer/Configuratie.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -66,6 +68,8 @@ constexpr const char* sleutels[] = {
     "aanbieder-timeout",
     "reservering-timeout",
     "database-verbindingen",
+    "max-verbindingen",
+    "max-verbindingen-per-adres",
 };
 
 }  // namespace
@@ -114,6 +118,10 @@ void Configuratie::zet(const std::string& sleutel, const std::string& waarde) {
         reserveringTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
     } else if (sleutel == "database-verbindingen") {
         databaseVerbindingen = static_cast<unsigned>(getal(sleutel, waarde, 0));
+    } else if (sleutel == "max-verbindingen") {
+        maxVerbindingen = getal(sleutel, waarde, 1);
+    } else if (sleutel == "max-verbindingen-per-adres") {
+        maxVerbindingenPerAdres = getal(sleutel, waarde, 1);
     } else if (sleutel == "verzoeklog") {
         if (waarde != "aan" && waarde != "uit") {
             throw std::runtime_error("Ongeldige waarde voor verzoeklog: \"" + waarde +
@@ -181,6 +189,9 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
     }
     if (c.draden == 0) {
         c.draden = std::max(1u, std::thread::hardware_concurrency());
+    }
+    if (rlimit r{}; c.maxVerbindingen == 0 && ::getrlimit(RLIMIT_NOFILE, &r) == 0) {
+        c.maxVerbindingen = std::max<std::int64_t>(16, static_cast<std::int64_t>(r.rlim_cur / 2));
     }
     if (c.databaseVerbindingen == 0) {
         c.databaseVerbindingen = c.draden + 1;

@@ -30,6 +30,10 @@ struct Configuratie {
     std::int64_t minutenPerDag = 60;  // for codes made without --minuten-per-dag
     std::int64_t verzoekenPerMinuut = 60;
     std::int64_t plafond = 512;  // requests forwarded at once, over all codes
+    // Open client connections: in total (0: half the descriptor limit, leaving the rest for
+    // spool files and provider connections) and from one address (one office behind NAT fits).
+    std::int64_t maxVerbindingen = 0;
+    std::int64_t maxVerbindingenPerAdres = 500;
     std::chrono::seconds kopTimeout{10};
     std::chrono::seconds bodyTimeout{30};
     std::chrono::seconds aanbiederTimeout{120};

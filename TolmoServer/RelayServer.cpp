@@ -28,6 +28,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
+#include <unordered_map>
 
 #include <nlohmann/json.hpp>
 
@@ -202,8 +203,16 @@ struct RelayServer::Binnen {
     void verreken(std::int64_t reservering, bool gebruikt);
     void ruimOp();
 
+    // Open client connections, in total and per address: a client that opens thousands and
+    // sends nothing would otherwise take every descriptor.
+    std::mutex adresM;
+    std::unordered_map<std::string, std::int64_t> perAdres;
+    std::int64_t verbindingen = 0;
+    bool laatToe(const std::string& adres);
+    void laatGaan(const std::string& adres);
+
     net::awaitable<void> accepteer(tcp::acceptor& acceptor);
-    net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus);
+    net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus, std::string adres);
     net::awaitable<Uitkomst> behandel(beast::tcp_stream& stream, beast::flat_buffer& buf, Parser& p,
                                       Lus& lus, std::string& naam, std::string& aanbieder);
     net::awaitable<Uitkomst> stuurDoor(beast::tcp_stream& stream, beast::flat_buffer& buf,
@@ -249,11 +258,47 @@ net::awaitable<void> RelayServer::Binnen::accepteer(tcp::acceptor& acceptor) {
             continue;
         }
         s.set_option(tcp::no_delay(true), ec);
-        net::co_spawn(lus.io, sessie(beast::tcp_stream(std::move(s)), lus), net::detached);
+        std::string adres = s.remote_endpoint(ec).address().to_string();
+        if (ec || !laatToe(adres)) {
+            // A fresh socket's send buffer is empty: this short reply cannot block the loop.
+            Uitkomst u = limiet("verbindingen", 1);
+            u.antwoord.keep_alive(false);
+            u.antwoord.prepare_payload();
+            s.non_blocking(true, ec);
+            http::write(s, u.antwoord, ec);
+            metingen.weigering(u.soort);
+            s.close(ec);
+            continue;
+        }
+        net::co_spawn(lus.io, sessie(beast::tcp_stream(std::move(s)), lus, std::move(adres)),
+                      net::detached);
     }
 }
 
-net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& lus) {
+bool RelayServer::Binnen::laatToe(const std::string& adres) {
+    const std::lock_guard slot(adresM);
+    auto& n = perAdres[adres];
+    if (verbindingen >= c.maxVerbindingen || n >= c.maxVerbindingenPerAdres) {
+        if (n == 0) {
+            perAdres.erase(adres);
+        }
+        return false;
+    }
+    ++n;
+    ++verbindingen;
+    return true;
+}
+
+void RelayServer::Binnen::laatGaan(const std::string& adres) {
+    const std::lock_guard slot(adresM);
+    --verbindingen;
+    if (const auto i = perAdres.find(adres); i != perAdres.end() && --i->second == 0) {
+        perAdres.erase(i);
+    }
+}
+
+net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& lus,
+                                                 std::string adres) {
     metingen.verbindingOpen();
     beast::flat_buffer buf;
     for (;;) {
@@ -264,13 +309,14 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
         stream.expires_after(c.kopTimeout);
         co_await http::async_read_header(stream, buf, p,
                                          net::redirect_error(net::use_awaitable, ec));
-        if (ec == http::error::body_limit) {
-            Uitkomst u = weiger(413, "te-groot");
+        if (ec == http::error::body_limit || ec == http::error::header_limit) {
+            Uitkomst u = ec == http::error::body_limit ? weiger(413, "te-groot")
+                                                       : weiger(431, "kop-te-groot");
             u.antwoord.keep_alive(false);
             u.antwoord.prepare_payload();
             co_await http::async_write(stream, u.antwoord,
                                        net::redirect_error(net::use_awaitable, ec));
-            metingen.weigering("te-groot");
+            metingen.weigering(u.soort);
             break;
         }
         if (ec) {
@@ -309,6 +355,7 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
     beast::error_code genegeerd;
     stream.socket().shutdown(tcp::socket::shutdown_send, genegeerd);
     metingen.verbindingDicht();
+    laatGaan(adres);
 }
 
 net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream,

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 extern "C" {
@@ -99,6 +100,9 @@ class RelayTest : public ::testing::Test {
                      {"TOLMO_SERVER_MAX_AUDIO_MINUTEN", "1"},
                      {"TOLMO_SERVER_VERZOEKEN_PER_MINUUT", "100000"},
                      {"TOLMO_SERVER_DRADEN", "2"},
+                     {"TOLMO_SERVER_KOP_TIMEOUT", "2"},
+                     {"TOLMO_SERVER_BODY_TIMEOUT", "2"},
+                     {"TOLMO_SERVER_MAX_VERBINDINGEN_PER_ADRES", "450"},
                      {"OPENAI_API_KEY", sleutel},
                      {"MISTRAL_API_KEY", sleutel}};
         server_ = std::make_unique<nep::LopendProces>(TOLMO_SERVER_PAD, std::vector<std::string>{},
@@ -246,6 +250,62 @@ TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
     }
     EXPECT_EQ(statussen["200"], 60);
     EXPECT_EQ(statussen["429"], 340);
+}
+
+// Clients that misbehave, each answered with a refusal or, when it stalls, a closed connection
+// (the time-out closes the socket, so no reply can follow); afterwards no connection is left
+// open and no second of the code stays reserved.
+TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
+    const std::string code = maakCode("vijand", 60);
+    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
+    const auto status = [](const std::string& a) { return a.size() < 12 ? "" : a.substr(9, 3); };
+    const std::string kop =
+        "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
+        "Authorization: Bearer " +
+        code + "\r\nX-Tolmo-Aanbieder: openai\r\n";
+    const std::string lengte = kop + "Content-Length: 100000\r\n\r\n" + std::string(1000, 'x');
+    struct Geval {
+        const char* wat;
+        std::string bytes;
+        bool klantGaatWeg;
+        std::string verwacht;  // status, empty when the server closes without a reply
+    };
+    const std::vector<Geval> gevallen{
+        {"kop komt niet af", kop, false, ""},
+        {"te grote kop", kop + "X-Vul: " + std::string(17000, 'a') + "\r\n\r\n", false, "431"},
+        {"Content-Length liegt", lengte, false, ""},
+        {"chunked zonder einde", kop + "Transfer-Encoding: chunked\r\n\r\n5\r\nhallo\r\n", false,
+         ""},
+        {"weg midden in upload", lengte, true, ""},
+    };
+    net::io_context io;
+    for (const auto& g : gevallen) {
+        auto s = relay::verstuur(io, poort, g.bytes);
+        if (g.klantGaatWeg) {
+            s.close();
+            continue;
+        }
+        EXPECT_EQ(status(relay::leesAntwoord(s)), g.verwacht) << g.wat;
+    }
+    std::vector<net::ip::tcp::socket> vol;
+    for (int i = 0; i < 450; ++i) {
+        vol.push_back(relay::verstuur(io, poort, ""));
+    }
+    auto teVeel = relay::verstuur(io, poort, "");
+    const std::string geweigerd = relay::leesAntwoord(teVeel);
+    EXPECT_EQ(status(geweigerd), "429");
+    EXPECT_NE(geweigerd.find("limiet-verbindingen"), std::string::npos) << geweigerd;
+    vol.clear();
+    std::string metrics;
+    for (int i = 0; i < 50 && metrics.find("tolmo_verbindingen 1\n") == std::string::npos; ++i) {
+        std::this_thread::sleep_for(100ms);
+        metrics =
+            relay::stuur(poort, "GET /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+    }
+    EXPECT_NE(metrics.find("tolmo_verbindingen 1\n"), std::string::npos) << metrics;
+    EXPECT_NE(voer(TOLMO_SERVER_PAD, {"code", "lijst"})
+                  .uit.find("vijand                  60              0 "),
+              std::string::npos);
 }
 
 // npm's openai package, a client we did not write, on both routes and on a refusal.
