@@ -194,7 +194,7 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
         c.maxVerbindingen = std::max<std::int64_t>(16, static_cast<std::int64_t>(r.rlim_cur / 2));
     }
     if (c.databaseVerbindingen == 0) {
-        c.databaseVerbindingen = c.draden + 1;
+        c.databaseVerbindingen = std::max(8u, 2 * c.draden);
     }
     return c;
 }

@@ -22,7 +22,9 @@ struct Configuratie {
     std::string mistralSleutel;
     // A SQLite file, or a libpq connection string for PostgreSQL (several instances).
     std::string database;
-    unsigned databaseVerbindingen = 0;  // PostgreSQL pool size; 0: one per event loop, plus one
+    // PostgreSQL: pooled connections, each with a thread for the store's calls, so that this
+    // many requests can wait on the database at once. 0: twice the event loops, at least 8.
+    unsigned databaseVerbindingen = 0;
     std::filesystem::path spoolMap;
     std::uint64_t maxUploadBytes = 50ull * 1024 * 1024;
     std::uint64_t maxChatBytes = 1024 * 1024;

@@ -13,6 +13,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
@@ -28,6 +29,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
+#include <type_traits>
 #include <unordered_map>
 
 #include <nlohmann/json.hpp>
@@ -200,7 +202,23 @@ struct RelayServer::Binnen {
             throw;
         }
     }
+    // A store call from a request. PostgreSQL's wait on the network would hold up every
+    // connection of the loop, so there it runs on the store's own threads (one per pooled
+    // connection) while the loop serves others; SQLite's microseconds are cheaper in place.
+    template <class F>
+    net::awaitable<std::invoke_result_t<F&>> opOpslag(F f) {
+        if (!opslagDraden) {
+            co_return metOpslag(f);
+        }
+        co_return co_await net::co_spawn(
+            opslagDraden->get_executor(),
+            [this, f]() -> net::awaitable<std::invoke_result_t<F&>> { co_return metOpslag(f); },
+            net::use_awaitable);
+    }
     void verreken(std::int64_t reservering, bool gebruikt);
+    // Keeps a settlement the store refused for the sweeper: left alone, the reservation would
+    // expire and a used request's minutes would come back.
+    void bewaar(std::int64_t reservering, bool gebruikt, const OpslagFout& f);
     void ruimOp();
 
     // Open client connections, in total and per address: a client that opens thousands and
@@ -210,6 +228,9 @@ struct RelayServer::Binnen {
     std::int64_t verbindingen = 0;
     bool laatToe(const std::string& adres);
     void laatGaan(const std::string& adres);
+
+    // Last, so that its threads stop before anything they use goes.
+    std::optional<net::thread_pool> opslagDraden;
 
     net::awaitable<void> accepteer(tcp::acceptor& acceptor);
     net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus, std::string adres);
@@ -233,6 +254,9 @@ RelayServer::RelayServer(Configuratie configuratie, std::shared_ptr<Opslag> opsl
     b.mistral = AanbiederDoel::uitUrl(b.c.mistralUrl);
     if (!b.openAI || !b.mistral) {
         throw std::runtime_error("Ongeldig adres voor een aanbieder (openai-url of mistral-url).");
+    }
+    if (isPostgres(b.c.database)) {
+        b.opslagDraden.emplace(std::max(1u, b.c.databaseVerbindingen));
     }
     for (unsigned i = 0; i < std::max(1u, b.c.draden); ++i) {
         b.lussen.push_back(std::make_unique<Lus>(b.tls, b.c.aanbiederTimeout));
@@ -404,7 +428,7 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     std::optional<CodeRij> code;
     try {
         const std::string hash = Toegangscode::hash(autorisatie.substr(drager.size()));
-        code = metOpslag([&] { return opslag->zoekCode(hash); });
+        code = co_await opOpslag([&] { return opslag->zoekCode(hash); });
     } catch (const OpslagFout& f) {
         log(std::string("Opslag niet bereikbaar: ") + f.what());
         co_return zonderBody(opslagWeg());
@@ -500,7 +524,8 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
         seconden = *duur;
         const auto gevraagd = static_cast<std::int64_t>(std::ceil(*duur));
         try {
-            reservering = metOpslag([&] { return opslag->reserveer(code.id, dag, gevraagd); });
+            reservering =
+                co_await opOpslag([&] { return opslag->reserveer(code.id, dag, gevraagd); });
         } catch (const OpslagFout& f) {
             log(std::string("Opslag niet bereikbaar: ") + f.what());
             co_return opslagWeg();
@@ -544,7 +569,14 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
 
     const bool gelukt = antwoord && antwoord->result_int() >= 200 && antwoord->result_int() <= 299;
     if (reservering) {
-        verreken(*reservering, gelukt);
+        try {
+            co_await opOpslag([&] {
+                opslag->verreken(*reservering, gelukt);
+                return true;
+            });
+        } catch (const OpslagFout& f) {
+            bewaar(*reservering, gelukt, f);
+        }
     }
     if (!antwoord || antwoord->result_int() >= 500) {
         co_return aanbiederWeg();
@@ -581,12 +613,14 @@ void RelayServer::Binnen::verreken(std::int64_t reservering, bool gebruikt) {
             return true;
         });
     } catch (const OpslagFout& f) {
-        // Kept for the sweeper: left alone, the reservation would expire and a used request's
-        // minutes would come back.
-        log(std::string("Verrekening wacht op de database: ") + f.what());
-        const std::lock_guard slot(openM);
-        openVerrekeningen.emplace_back(reservering, gebruikt);
+        bewaar(reservering, gebruikt, f);
     }
+}
+
+void RelayServer::Binnen::bewaar(std::int64_t reservering, bool gebruikt, const OpslagFout& f) {
+    log(std::string("Verrekening wacht op de database: ") + f.what());
+    const std::lock_guard slot(openM);
+    openVerrekeningen.emplace_back(reservering, gebruikt);
 }
 
 void RelayServer::Binnen::ruimOp() {
