@@ -1,5 +1,7 @@
 #include "TolmoServer/Configuratie.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -48,12 +50,26 @@ fs::path standaardDatabase() {
 
 // The keys the file and the environment know, in the order the README lists them.
 constexpr const char* sleutels[] = {
-    "luister",           "draden",          "openai-url",
-    "mistral-url",       "openai-sleutel",  "mistral-sleutel",
-    "database",          "spoolmap",        "max-upload-mb",
-    "max-audio-minuten", "minuten-per-dag", "verzoeken-per-minuut",
-    "plafond",           "kop-timeout",     "body-timeout",
+    "luister",
+    "draden",
+    "openai-url",
+    "mistral-url",
+    "openai-sleutel",
+    "mistral-sleutel",
+    "database",
+    "spoolmap",
+    "max-upload-mb",
+    "max-audio-minuten",
+    "minuten-per-dag",
+    "verzoeken-per-minuut",
+    "plafond",
+    "kop-timeout",
+    "body-timeout",
     "aanbieder-timeout",
+    "reservering-timeout",
+    "database-verbindingen",
+    "max-verbindingen",
+    "max-verbindingen-per-adres",
 };
 
 }  // namespace
@@ -98,6 +114,14 @@ void Configuratie::zet(const std::string& sleutel, const std::string& waarde) {
         bodyTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
     } else if (sleutel == "aanbieder-timeout") {
         aanbiederTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
+    } else if (sleutel == "reservering-timeout") {
+        reserveringTimeout = std::chrono::seconds(getal(sleutel, waarde, 1));
+    } else if (sleutel == "database-verbindingen") {
+        databaseVerbindingen = static_cast<unsigned>(getal(sleutel, waarde, 0));
+    } else if (sleutel == "max-verbindingen") {
+        maxVerbindingen = getal(sleutel, waarde, 1);
+    } else if (sleutel == "max-verbindingen-per-adres") {
+        maxVerbindingenPerAdres = getal(sleutel, waarde, 1);
     } else if (sleutel == "verzoeklog") {
         if (waarde != "aan" && waarde != "uit") {
             throw std::runtime_error("Ongeldige waarde voor verzoeklog: \"" + waarde +
@@ -157,7 +181,7 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
         c.mistralSleutel = w;
     }
     if (c.database.empty()) {
-        c.database = standaardDatabase();
+        c.database = standaardDatabase().string();
     }
     if (c.spoolMap.empty()) {
         std::error_code ec;
@@ -165,6 +189,12 @@ Configuratie Configuratie::laad(const fs::path& bestand) {
     }
     if (c.draden == 0) {
         c.draden = std::max(1u, std::thread::hardware_concurrency());
+    }
+    if (rlimit r{}; c.maxVerbindingen == 0 && ::getrlimit(RLIMIT_NOFILE, &r) == 0) {
+        c.maxVerbindingen = std::max<std::int64_t>(16, static_cast<std::int64_t>(r.rlim_cur / 2));
+    }
+    if (c.databaseVerbindingen == 0) {
+        c.databaseVerbindingen = std::max(8u, 2 * c.draden);
     }
     return c;
 }

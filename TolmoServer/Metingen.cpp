@@ -15,15 +15,39 @@ void Metingen::weigering(const std::string& soort) {
     ++weigeringen_["soort=\"" + soort + "\""];
 }
 
-void Metingen::aanbiederDuur(double seconden) {
-    const std::lock_guard slot(m_);
+void Metingen::Histogram::tel(double seconden) {
     for (std::size_t i = 0; i < grenzen.size(); ++i) {
         if (seconden <= grenzen[i]) {
-            ++emmers_[i];
+            ++emmers[i];
         }
     }
-    ++duurAantal_;
-    duurSom_ += seconden;
+    ++aantal;
+    som += seconden;
+}
+
+void Metingen::Histogram::schrijf(std::ostream& o, const char* naam, const char* uitleg) const {
+    o << "# HELP " << naam << " " << uitleg << "\n# TYPE " << naam << " histogram\n";
+    for (std::size_t i = 0; i < grenzen.size(); ++i) {
+        o << naam << "_bucket{le=\"" << grenzen[i] << "\"} " << emmers[i] << "\n";
+    }
+    o << naam << "_bucket{le=\"+Inf\"} " << aantal << "\n"
+      << naam << "_sum " << som << "\n"
+      << naam << "_count " << aantal << "\n";
+}
+
+void Metingen::aanbiederDuur(double seconden) {
+    const std::lock_guard slot(m_);
+    aanbieder_.tel(seconden);
+}
+
+void Metingen::opslagDuur(double seconden) {
+    const std::lock_guard slot(m_);
+    opslag_.tel(seconden);
+}
+
+void Metingen::opslagFout() {
+    const std::lock_guard slot(m_);
+    ++opslagFouten_;
 }
 
 void Metingen::audio(double seconden) {
@@ -44,15 +68,11 @@ std::string Metingen::tekst() const {
     for (const auto& [labels, n] : weigeringen_) {
         o << "tolmo_weigeringen_totaal{" << labels << "} " << n << "\n";
     }
-    o << "# HELP tolmo_aanbieder_duur_seconden Wachttijd op de aanbieder.\n"
-         "# TYPE tolmo_aanbieder_duur_seconden histogram\n";
-    for (std::size_t i = 0; i < grenzen.size(); ++i) {
-        o << "tolmo_aanbieder_duur_seconden_bucket{le=\"" << grenzen[i] << "\"} " << emmers_[i]
-          << "\n";
-    }
-    o << "tolmo_aanbieder_duur_seconden_bucket{le=\"+Inf\"} " << duurAantal_ << "\n"
-      << "tolmo_aanbieder_duur_seconden_sum " << duurSom_ << "\n"
-      << "tolmo_aanbieder_duur_seconden_count " << duurAantal_ << "\n"
+    aanbieder_.schrijf(o, "tolmo_aanbieder_duur_seconden", "Wachttijd op de aanbieder.");
+    opslag_.schrijf(o, "tolmo_opslag_duur_seconden", "Duur van een databaseopdracht.");
+    o << "# HELP tolmo_opslag_fouten_totaal Mislukte databaseopdrachten.\n"
+         "# TYPE tolmo_opslag_fouten_totaal counter\n"
+      << "tolmo_opslag_fouten_totaal " << opslagFouten_ << "\n"
       << "# HELP tolmo_audio_seconden_totaal Doorgestuurde audio in seconden.\n"
          "# TYPE tolmo_audio_seconden_totaal counter\n"
       << "tolmo_audio_seconden_totaal " << audioSeconden_ << "\n"

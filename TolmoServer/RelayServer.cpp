@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -12,6 +13,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
@@ -21,9 +23,14 @@
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/write.hpp>
 #include <cmath>
+#include <condition_variable>
 #include <ctime>
+#include <mutex>
 #include <stdexcept>
+#include <stop_token>
 #include <thread>
+#include <type_traits>
+#include <unordered_map>
 
 #include <nlohmann/json.hpp>
 
@@ -78,6 +85,18 @@ Uitkomst limiet(const std::string& soort, std::int64_t naSeconden) {
 
 Uitkomst aanbiederWeg() {
     return weiger(503, "aanbieder-niet-beschikbaar");
+}
+
+// The database is down or unreachable: the request is refused, nothing was forwarded or counted.
+Uitkomst opslagWeg() {
+    Uitkomst u = json(503,
+                      {{"fout", "opslag"},
+                       {"melding",
+                        "De database van de server is tijdelijk niet bereikbaar. Probeer het over "
+                        "enkele seconden opnieuw."}},
+                      "opslag");
+    u.antwoord.set(http::field::retry_after, "5");
+    return u;
 }
 
 std::string dagUtc(std::chrono::system_clock::time_point t) {
@@ -166,9 +185,55 @@ struct RelayServer::Binnen {
     std::atomic<std::int64_t> onderweg{0};      // requests being handled
     std::atomic<std::int64_t> doorgestuurd{0};  // requests at a provider, for the ceiling
     std::atomic<bool> stoppen{false};
+    // Settlements the store refused while it was down, tried again by the sweeper.
+    std::mutex openM;
+    std::vector<std::pair<std::int64_t, bool>> openVerrekeningen;
+
+    // Runs one store call, timed and counted for /metrics; OpslagFout passes through.
+    template <class F>
+    auto metOpslag(F f) {
+        const auto begin = Klok::now();
+        try {
+            auto uit = f();
+            metingen.opslagDuur(std::chrono::duration<double>(Klok::now() - begin).count());
+            return uit;
+        } catch (const OpslagFout&) {
+            metingen.opslagFout();
+            throw;
+        }
+    }
+    // A store call from a request. PostgreSQL's wait on the network would hold up every
+    // connection of the loop, so there it runs on the store's own threads (one per pooled
+    // connection) while the loop serves others; SQLite's microseconds are cheaper in place.
+    template <class F>
+    net::awaitable<std::invoke_result_t<F&>> opOpslag(F f) {
+        if (!opslagDraden) {
+            co_return metOpslag(f);
+        }
+        co_return co_await net::co_spawn(
+            opslagDraden->get_executor(),
+            [this, f]() -> net::awaitable<std::invoke_result_t<F&>> { co_return metOpslag(f); },
+            net::use_awaitable);
+    }
+    void verreken(std::int64_t reservering, bool gebruikt);
+    // Keeps a settlement the store refused for the sweeper: left alone, the reservation would
+    // expire and a used request's minutes would come back.
+    void bewaar(std::int64_t reservering, bool gebruikt, const OpslagFout& f);
+    void ruimOp();
+
+    // Open client connections, in total and per address: a client that opens thousands and
+    // sends nothing would otherwise take every descriptor.
+    std::mutex adresM;
+    std::unordered_map<std::string, std::int64_t> perAdres;
+    std::int64_t verbindingen = 0;
+    bool laatToe(const std::string& adres);
+    void laatGaan(const std::string& adres);
+
+    // Last, so that its threads stop before anything they use goes.
+    std::optional<net::thread_pool> opslagDraden;
 
     net::awaitable<void> accepteer(tcp::acceptor& acceptor);
-    net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus);
+    net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus, std::string adres);
     net::awaitable<Uitkomst> behandel(beast::tcp_stream& stream, beast::flat_buffer& buf, Parser& p,
                                       Lus& lus, std::string& naam, std::string& aanbieder);
     net::awaitable<Uitkomst> stuurDoor(beast::tcp_stream& stream, beast::flat_buffer& buf,
@@ -189,6 +254,9 @@ RelayServer::RelayServer(Configuratie configuratie, std::shared_ptr<Opslag> opsl
     b.mistral = AanbiederDoel::uitUrl(b.c.mistralUrl);
     if (!b.openAI || !b.mistral) {
         throw std::runtime_error("Ongeldig adres voor een aanbieder (openai-url of mistral-url).");
+    }
+    if (isPostgres(b.c.database)) {
+        b.opslagDraden.emplace(std::max(1u, b.c.databaseVerbindingen));
     }
     for (unsigned i = 0; i < std::max(1u, b.c.draden); ++i) {
         b.lussen.push_back(std::make_unique<Lus>(b.tls, b.c.aanbiederTimeout));
@@ -214,11 +282,47 @@ net::awaitable<void> RelayServer::Binnen::accepteer(tcp::acceptor& acceptor) {
             continue;
         }
         s.set_option(tcp::no_delay(true), ec);
-        net::co_spawn(lus.io, sessie(beast::tcp_stream(std::move(s)), lus), net::detached);
+        std::string adres = s.remote_endpoint(ec).address().to_string();
+        if (ec || !laatToe(adres)) {
+            // A fresh socket's send buffer is empty: this short reply cannot block the loop.
+            Uitkomst u = limiet("verbindingen", 1);
+            u.antwoord.keep_alive(false);
+            u.antwoord.prepare_payload();
+            s.non_blocking(true, ec);
+            http::write(s, u.antwoord, ec);
+            metingen.weigering(u.soort);
+            s.close(ec);
+            continue;
+        }
+        net::co_spawn(lus.io, sessie(beast::tcp_stream(std::move(s)), lus, std::move(adres)),
+                      net::detached);
     }
 }
 
-net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& lus) {
+bool RelayServer::Binnen::laatToe(const std::string& adres) {
+    const std::lock_guard slot(adresM);
+    auto& n = perAdres[adres];
+    if (verbindingen >= c.maxVerbindingen || n >= c.maxVerbindingenPerAdres) {
+        if (n == 0) {
+            perAdres.erase(adres);
+        }
+        return false;
+    }
+    ++n;
+    ++verbindingen;
+    return true;
+}
+
+void RelayServer::Binnen::laatGaan(const std::string& adres) {
+    const std::lock_guard slot(adresM);
+    --verbindingen;
+    if (const auto i = perAdres.find(adres); i != perAdres.end() && --i->second == 0) {
+        perAdres.erase(i);
+    }
+}
+
+net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& lus,
+                                                 std::string adres) {
     metingen.verbindingOpen();
     beast::flat_buffer buf;
     for (;;) {
@@ -229,13 +333,14 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
         stream.expires_after(c.kopTimeout);
         co_await http::async_read_header(stream, buf, p,
                                          net::redirect_error(net::use_awaitable, ec));
-        if (ec == http::error::body_limit) {
-            Uitkomst u = weiger(413, "te-groot");
+        if (ec == http::error::body_limit || ec == http::error::header_limit) {
+            Uitkomst u = ec == http::error::body_limit ? weiger(413, "te-groot")
+                                                       : weiger(431, "kop-te-groot");
             u.antwoord.keep_alive(false);
             u.antwoord.prepare_payload();
             co_await http::async_write(stream, u.antwoord,
                                        net::redirect_error(net::use_awaitable, ec));
-            metingen.weigering("te-groot");
+            metingen.weigering(u.soort);
             break;
         }
         if (ec) {
@@ -274,6 +379,7 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
     beast::error_code genegeerd;
     stream.socket().shutdown(tcp::socket::shutdown_send, genegeerd);
     metingen.verbindingDicht();
+    laatGaan(adres);
 }
 
 net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream,
@@ -321,10 +427,11 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     }
     std::optional<CodeRij> code;
     try {
-        code = opslag->zoekCode(Toegangscode::hash(autorisatie.substr(drager.size())));
+        const std::string hash = Toegangscode::hash(autorisatie.substr(drager.size()));
+        code = co_await opOpslag([&] { return opslag->zoekCode(hash); });
     } catch (const OpslagFout& f) {
         log(std::string("Opslag niet bereikbaar: ") + f.what());
-        co_return zonderBody(weiger(503, "opslag"));
+        co_return zonderBody(opslagWeg());
     }
     if (!code) {
         co_return zonderBody(weiger(401, "toegangscode-onbekend"));
@@ -401,7 +508,7 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
 
     const auto nu = std::chrono::system_clock::now();
     const std::string dag = dagUtc(nu);
-    std::int64_t gereserveerd = 0;
+    std::optional<std::int64_t> reservering;
     double seconden = 0;
     if (transcriptie) {
         const auto bereik = MultipartBereik::zoek(spool->fd(), spool->grootte(),
@@ -415,14 +522,16 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
             co_return weiger(413, "te-lang");
         }
         seconden = *duur;
-        gereserveerd = static_cast<std::int64_t>(std::ceil(*duur));
+        const auto gevraagd = static_cast<std::int64_t>(std::ceil(*duur));
         try {
-            if (!opslag->reserveer(code.id, dag, gereserveerd)) {
-                co_return limiet("minuten-per-dag", totMiddernacht(nu));
-            }
+            reservering =
+                co_await opOpslag([&] { return opslag->reserveer(code.id, dag, gevraagd); });
         } catch (const OpslagFout& f) {
             log(std::string("Opslag niet bereikbaar: ") + f.what());
-            co_return weiger(503, "opslag");
+            co_return opslagWeg();
+        }
+        if (!reservering) {
+            co_return limiet("minuten-per-dag", totMiddernacht(nu));
         }
     }
 
@@ -459,12 +568,14 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     metingen.aanbiederDuur(std::chrono::duration<double>(Klok::now() - begin).count());
 
     const bool gelukt = antwoord && antwoord->result_int() >= 200 && antwoord->result_int() <= 299;
-    if (!gelukt && gereserveerd > 0) {
+    if (reservering) {
         try {
-            opslag->geefTerug(code.id, dag, gereserveerd);
+            co_await opOpslag([&] {
+                opslag->verreken(*reservering, gelukt);
+                return true;
+            });
         } catch (const OpslagFout& f) {
-            log(std::string("Teruggave van ") + std::to_string(gereserveerd) +
-                " s mislukt: " + f.what());
+            bewaar(*reservering, gelukt, f);
         }
     }
     if (!antwoord || antwoord->result_int() >= 500) {
@@ -493,6 +604,42 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     u.antwoord.set(http::field::content_type, type.empty() ? "application/json" : type);
     u.antwoord.body() = std::move(antwoord->body());
     co_return u;
+}
+
+void RelayServer::Binnen::verreken(std::int64_t reservering, bool gebruikt) {
+    try {
+        metOpslag([&] {
+            opslag->verreken(reservering, gebruikt);
+            return true;
+        });
+    } catch (const OpslagFout& f) {
+        bewaar(reservering, gebruikt, f);
+    }
+}
+
+void RelayServer::Binnen::bewaar(std::int64_t reservering, bool gebruikt, const OpslagFout& f) {
+    log(std::string("Verrekening wacht op de database: ") + f.what());
+    const std::lock_guard slot(openM);
+    openVerrekeningen.emplace_back(reservering, gebruikt);
+}
+
+void RelayServer::Binnen::ruimOp() {
+    std::vector<std::pair<std::int64_t, bool>> open;
+    {
+        const std::lock_guard slot(openM);
+        open.swap(openVerrekeningen);
+    }
+    for (const auto& [id, gebruikt] : open) {
+        verreken(id, gebruikt);
+    }
+    try {
+        metOpslag([&] {
+            opslag->ruimOp();
+            return true;
+        });
+    } catch (const OpslagFout& f) {
+        log(std::string("Opruimen van verlopen reserveringen mislukt: ") + f.what());
+    }
 }
 
 void RelayServer::draai() {
@@ -551,10 +698,26 @@ void RelayServer::draai() {
     for (std::size_t i = 1; i < b.lussen.size(); ++i) {
         draden.emplace_back([&l = *b.lussen[i]] { l.io.run(); });
     }
+    // Off the event loops: a sweep that waits for the database holds up no request.
+    std::mutex ruimM;
+    std::condition_variable_any ruimCv;
+    std::jthread ruimer([&](const std::stop_token& stop) {
+        const auto interval = std::clamp(b.c.reserveringTimeout / 4, std::chrono::seconds(1),
+                                         std::chrono::seconds(30));
+        std::unique_lock slot(ruimM);
+        for (;;) {
+            ruimCv.wait_for(slot, stop, interval, [] { return false; });
+            if (stop.stop_requested()) {
+                return;
+            }
+            b.ruimOp();
+        }
+    });
     eerste.io.run();
     for (auto& t : draden) {
         t.join();
     }
+    ruimer.request_stop();
 }
 
 }  // namespace tolmo::server

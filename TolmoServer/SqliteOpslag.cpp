@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <chrono>
-#include <ctime>
 
 namespace tolmo::server {
 namespace {
@@ -49,15 +48,6 @@ class Stap {
     sqlite3_stmt* s_;
 };
 
-std::string vandaag() {
-    const std::time_t t = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::tm tm{};
-    gmtime_r(&t, &tm);
-    char buf[16];
-    std::strftime(buf, sizeof buf, "%Y-%m-%d", &tm);
-    return buf;
-}
-
 #define TOLMO_CODE_KOLOMMEN                                              \
     "SELECT c.id, c.naam, c.minuten_per_dag, c.ingetrokken, c.gemaakt, " \
     "COALESCE(g.seconden, 0) FROM codes c LEFT JOIN gebruik g ON g.code_id = c.id AND g.dag = ?1 "
@@ -66,9 +56,46 @@ CodeRij leesRij(Stap& s) {
     return CodeRij{s.getal(0), s.tekst(1), s.getal(2), s.getal(3) != 0, s.tekst(4), s.getal(5)};
 }
 
+// Every version of the schema, in order; the database records how far it got. The first uses
+// IF NOT EXISTS because databases from before the version table have its tables already.
+constexpr const char* schemaStappen[] = {
+    "CREATE TABLE IF NOT EXISTS codes ("
+    " id INTEGER PRIMARY KEY, naam TEXT NOT NULL UNIQUE, hash TEXT NOT NULL UNIQUE,"
+    " minuten_per_dag INTEGER NOT NULL, ingetrokken INTEGER NOT NULL DEFAULT 0,"
+    " gemaakt TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')));"
+    "CREATE TABLE IF NOT EXISTS gebruik ("
+    " code_id INTEGER NOT NULL REFERENCES codes(id), dag TEXT NOT NULL,"
+    " seconden INTEGER NOT NULL DEFAULT 0, PRIMARY KEY (code_id, dag))",
+    // gebruik.seconden keeps counting reservations; this table knows which are still open.
+    "CREATE TABLE reserveringen (id INTEGER PRIMARY KEY, code_id INTEGER NOT NULL,"
+    " dag TEXT NOT NULL, seconden INTEGER NOT NULL, verloopt INTEGER NOT NULL);"
+    "CREATE INDEX reserveringen_verloopt ON reserveringen (verloopt)",
+};
+
+std::int64_t nuSeconden() {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
 }  // namespace
 
-SqliteOpslag::SqliteOpslag(const std::filesystem::path& bestand) {
+template <class F>
+auto SqliteOpslag::transactie(F f) {
+    voerUit("BEGIN IMMEDIATE");
+    try {
+        auto uit = f();
+        voerUit("COMMIT");
+        return uit;
+    } catch (const OpslagFout&) {
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
+SqliteOpslag::SqliteOpslag(const std::filesystem::path& bestand,
+                           std::chrono::seconds reserveringDuur)
+    : reserveringDuur_(reserveringDuur) {
     std::error_code ec;
     if (bestand.has_parent_path()) {
         std::filesystem::create_directories(bestand.parent_path(), ec);
@@ -84,14 +111,26 @@ SqliteOpslag::SqliteOpslag(const std::filesystem::path& bestand) {
     sqlite3_busy_timeout(db_, 5000);
     voerUit("PRAGMA journal_mode = WAL");
     voerUit("PRAGMA synchronous = NORMAL");
-    voerUit(
-        "CREATE TABLE IF NOT EXISTS codes ("
-        " id INTEGER PRIMARY KEY, naam TEXT NOT NULL UNIQUE, hash TEXT NOT NULL UNIQUE,"
-        " minuten_per_dag INTEGER NOT NULL, ingetrokken INTEGER NOT NULL DEFAULT 0,"
-        " gemaakt TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')));"
-        "CREATE TABLE IF NOT EXISTS gebruik ("
-        " code_id INTEGER NOT NULL REFERENCES codes(id), dag TEXT NOT NULL,"
-        " seconden INTEGER NOT NULL DEFAULT 0, PRIMARY KEY (code_id, dag))");
+    // IMMEDIATE: two processes starting at once migrate one after the other.
+    transactie([this] {
+        voerUit("CREATE TABLE IF NOT EXISTS schema_versie (versie INTEGER NOT NULL)");
+        std::int64_t versie = 0;
+        {
+            Stap s(db_, bereid("SELECT COALESCE(MAX(versie), 0) FROM schema_versie"));
+            s.stap();
+            versie = s.getal(0);
+        }
+        for (auto i = static_cast<std::size_t>(versie); i < std::size(schemaStappen); ++i) {
+            voerUit(schemaStappen[i]);
+        }
+        if (static_cast<std::size_t>(versie) < std::size(schemaStappen)) {
+            voerUit("DELETE FROM schema_versie");
+            Stap(db_, bereid("INSERT INTO schema_versie VALUES (?1)"))
+                .bind(1, static_cast<std::int64_t>(std::size(schemaStappen)))
+                .stap();
+        }
+        return true;
+    });
 }
 
 SqliteOpslag::~SqliteOpslag() {
@@ -136,7 +175,7 @@ void SqliteOpslag::maakCode(const std::string& naam, const std::string& hash,
 std::optional<CodeRij> SqliteOpslag::zoekCode(const std::string& hash) {
     const std::lock_guard slot(m_);
     Stap s(db_, bereid(TOLMO_CODE_KOLOMMEN "WHERE c.hash = ?2"));
-    s.bind(1, vandaag()).bind(2, hash);
+    s.bind(1, vandaagUtc()).bind(2, hash);
     if (!s.stap()) {
         return std::nullopt;
     }
@@ -146,7 +185,7 @@ std::optional<CodeRij> SqliteOpslag::zoekCode(const std::string& hash) {
 std::vector<CodeRij> SqliteOpslag::codes() {
     const std::lock_guard slot(m_);
     Stap s(db_, bereid(TOLMO_CODE_KOLOMMEN "ORDER BY c.naam"));
-    s.bind(1, vandaag());
+    s.bind(1, vandaagUtc());
     std::vector<CodeRij> uit;
     while (s.stap()) {
         uit.push_back(leesRij(s));
@@ -161,27 +200,63 @@ bool SqliteOpslag::trekIn(const std::string& naam) {
     return sqlite3_changes(db_) > 0;
 }
 
-bool SqliteOpslag::reserveer(std::int64_t codeId, const std::string& dag, std::int64_t seconden) {
+std::optional<std::int64_t> SqliteOpslag::reserveer(std::int64_t codeId, const std::string& dag,
+                                                    std::int64_t seconden) {
     const std::lock_guard slot(m_);
-    Stap(db_, bereid("INSERT OR IGNORE INTO gebruik (code_id, dag) VALUES (?1, ?2)"))
-        .bind(1, codeId)
-        .bind(2, dag)
-        .stap();
-    // One statement decides: the condition and the addition cannot be split by another writer.
-    Stap s(db_,
-           bereid("UPDATE gebruik SET seconden = seconden + ?3 WHERE code_id = ?1 AND dag = ?2 AND "
-                  "seconden + ?3 <= (SELECT minuten_per_dag * 60 FROM codes WHERE id = ?1)"));
-    s.bind(1, codeId).bind(2, dag).bind(3, seconden).stap();
-    return sqlite3_changes(db_) == 1;
+    return transactie([&]() -> std::optional<std::int64_t> {
+        Stap(db_, bereid("INSERT OR IGNORE INTO gebruik (code_id, dag) VALUES (?1, ?2)"))
+            .bind(1, codeId)
+            .bind(2, dag)
+            .stap();
+        Stap(db_, bereid("UPDATE gebruik SET seconden = seconden + ?3 WHERE code_id = ?1 AND "
+                         "dag = ?2 AND seconden + ?3 <= "
+                         "(SELECT minuten_per_dag * 60 FROM codes WHERE id = ?1)"))
+            .bind(1, codeId)
+            .bind(2, dag)
+            .bind(3, seconden)
+            .stap();
+        if (sqlite3_changes(db_) != 1) {
+            return std::nullopt;
+        }
+        Stap(db_, bereid("INSERT INTO reserveringen (code_id, dag, seconden, verloopt) "
+                         "VALUES (?1, ?2, ?3, ?4)"))
+            .bind(1, codeId)
+            .bind(2, dag)
+            .bind(3, seconden)
+            .bind(4, nuSeconden() + reserveringDuur_.count())
+            .stap();
+        return sqlite3_last_insert_rowid(db_);
+    });
 }
 
-void SqliteOpslag::geefTerug(std::int64_t codeId, const std::string& dag, std::int64_t seconden) {
+void SqliteOpslag::verreken(std::int64_t reservering, bool gebruikt) {
     const std::lock_guard slot(m_);
-    Stap s(
-        db_,
-        bereid(
-            "UPDATE gebruik SET seconden = MAX(0, seconden - ?3) WHERE code_id = ?1 AND dag = ?2"));
-    s.bind(1, codeId).bind(2, dag).bind(3, seconden).stap();
+    transactie([&] {
+        if (!gebruikt) {
+            Stap(db_, bereid("UPDATE gebruik SET seconden = MAX(0, gebruik.seconden - r.seconden) "
+                             "FROM reserveringen r WHERE r.id = ?1 AND gebruik.code_id = "
+                             "r.code_id AND gebruik.dag = r.dag"))
+                .bind(1, reservering)
+                .stap();
+        }
+        Stap(db_, bereid("DELETE FROM reserveringen WHERE id = ?1")).bind(1, reservering).stap();
+        return true;
+    });
+}
+
+void SqliteOpslag::ruimOp() {
+    const std::lock_guard slot(m_);
+    const std::int64_t nu = nuSeconden();
+    transactie([&] {
+        Stap(db_, bereid("UPDATE gebruik SET seconden = MAX(0, gebruik.seconden - r.s) FROM "
+                         "(SELECT code_id, dag, SUM(seconden) AS s FROM reserveringen WHERE "
+                         "verloopt < ?1 GROUP BY code_id, dag) r WHERE gebruik.code_id = "
+                         "r.code_id AND gebruik.dag = r.dag"))
+            .bind(1, nu)
+            .stap();
+        Stap(db_, bereid("DELETE FROM reserveringen WHERE verloopt < ?1")).bind(1, nu).stap();
+        return true;
+    });
 }
 
 }  // namespace tolmo::server

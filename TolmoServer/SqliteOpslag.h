@@ -16,7 +16,7 @@ namespace tolmo::server {
 class SqliteOpslag final : public Opslag {
   public:
     // Creates the folder and the schema when they are missing. Throws OpslagFout.
-    explicit SqliteOpslag(const std::filesystem::path& bestand);
+    SqliteOpslag(const std::filesystem::path& bestand, std::chrono::seconds reserveringDuur);
     ~SqliteOpslag() override;
     SqliteOpslag(const SqliteOpslag&) = delete;
     SqliteOpslag& operator=(const SqliteOpslag&) = delete;
@@ -26,8 +26,10 @@ class SqliteOpslag final : public Opslag {
     std::optional<CodeRij> zoekCode(const std::string& hash) override;
     std::vector<CodeRij> codes() override;
     bool trekIn(const std::string& naam) override;
-    bool reserveer(std::int64_t codeId, const std::string& dag, std::int64_t seconden) override;
-    void geefTerug(std::int64_t codeId, const std::string& dag, std::int64_t seconden) override;
+    std::optional<std::int64_t> reserveer(std::int64_t codeId, const std::string& dag,
+                                          std::int64_t seconden) override;
+    void verreken(std::int64_t reservering, bool gebruikt) override;
+    void ruimOp() override;
 
   private:
     void voerUit(const char* sql);
@@ -35,6 +37,11 @@ class SqliteOpslag final : public Opslag {
     // life: preparing costs more than running these statements.
     sqlite3_stmt* bereid(const char* sql);
 
+    // Runs f between BEGIN IMMEDIATE and COMMIT, or rolls back when it throws.
+    template <class F>
+    auto transactie(F f);
+
+    std::chrono::seconds reserveringDuur_;
     std::mutex m_;
     sqlite3* db_ = nullptr;
     std::unordered_map<const char*, sqlite3_stmt*> stappen_;

@@ -9,18 +9,20 @@
 #include "TolmoServer/CodeOpdracht.h"
 #include "TolmoServer/Configuratie.h"
 #include "TolmoServer/RelayServer.h"
-#include "TolmoServer/SqliteOpslag.h"
 
 namespace {
 
 const char* hulp =
-    "Gebruik: tolmo-server [--config BESTAND]          de relayserver starten\n"
-    "        tolmo-server code ... [--config BESTAND]  toegangscodes beheren (zie code --help)\n"
+    "Gebruik: tolmo-server [--config BESTAND] [--database DATABASE]  de relayserver starten\n"
+    "        tolmo-server code ... [--config BESTAND] [--database DATABASE]\n"
+    "                                                  toegangscodes beheren (zie code --help)\n"
     "\n"
     "De configuratie komt uit BESTAND, $TOLMO_SERVER_CONFIG of "
     "/etc/tolmo-server/tolmo-server.conf,\n"
     "en daarna uit omgevingsvariabelen (TOLMO_SERVER_LUISTER, OPENAI_API_KEY, MISTRAL_API_KEY, "
-    "…).\n";
+    "…).\n"
+    "DATABASE is een SQLite-bestand of, voor meerdere instanties, een PostgreSQL-verbinding\n"
+    "(postgresql://gebruiker@host/db of \"host=/run/postgresql dbname=tolmo\").\n";
 
 void logRegel(const std::string& regel) {
     static std::mutex m;
@@ -40,12 +42,18 @@ int main(int argc, char** argv) {
     using namespace tolmo::server;
     std::vector<std::string> args(argv + 1, argv + argc);
     std::filesystem::path configBestand;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--config" && i + 1 < args.size()) {
-            configBestand = args[i + 1];
+    std::string database;
+    for (std::size_t i = 0; i + 1 < args.size();) {
+        if (args[i] == "--config" || args[i] == "--database") {
+            if (args[i] == "--config") {
+                configBestand = args[i + 1];
+            } else {
+                database = args[i + 1];
+            }
             args.erase(args.begin() + static_cast<std::ptrdiff_t>(i),
                        args.begin() + static_cast<std::ptrdiff_t>(i) + 2);
-            break;
+        } else {
+            ++i;
         }
     }
     if (!args.empty() && (args[0] == "--help" || args[0] == "-h")) {
@@ -53,8 +61,11 @@ int main(int argc, char** argv) {
         return 0;
     }
     try {
-        const Configuratie c = Configuratie::laad(configBestand);
-        auto opslag = std::make_shared<SqliteOpslag>(c.database);
+        Configuratie c = Configuratie::laad(configBestand);
+        if (!database.empty()) {
+            c.database = database;
+        }
+        auto opslag = openOpslag(c.database, c.reserveringTimeout, c.databaseVerbindingen);
         if (!args.empty() && args[0] == "code") {
             if (args.size() > 1 && (args[1] == "--help" || args[1] == "-h")) {
                 std::cout << CodeOpdracht::hulp();

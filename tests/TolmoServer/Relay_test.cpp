@@ -5,19 +5,19 @@
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/read.hpp>
-#include <boost/asio/write.hpp>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "RelayHulp.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
@@ -32,35 +32,11 @@ namespace fs = std::filesystem;
 namespace net = boost::asio;
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
+using relay::multipart;
+using relay::wav;
 
 const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
 const std::string zin = "Dit is een lange zin die de nepaanbieder teruggeeft als transcriptie.";
-
-// A WAV file of this many seconds of a 500 Hz square wave at 16 kHz mono.
-std::string wav(std::uint32_t seconden) {
-    const std::uint32_t data = seconden * 32000;
-    std::string w = "RIFF";
-    const auto u32 = [&w](std::uint32_t v) {
-        for (int i = 0; i < 4; ++i) {
-            w += static_cast<char>((v >> (8 * i)) & 0xff);
-        }
-    };
-    u32(36 + data);
-    w += "WAVEfmt ";
-    u32(16);
-    u32(0x00010001);  // PCM, mono
-    u32(16000);
-    u32(32000);
-    u32(0x00100002);  // block 2, 16 bits
-    w += "data";
-    u32(data);
-    for (std::uint32_t i = 0; i < data / 2; ++i) {
-        const std::int16_t s = (i / 16) % 2 ? 4000 : -4000;
-        w += static_cast<char>(s & 0xff);
-        w += static_cast<char>((s >> 8) & 0xff);
-    }
-    return w;
-}
 
 // A QuickTime/M4A file of 16-bit PCM whose index (moov) comes after the audio, as the mov
 // muxer writes it by default: the duration can only be read by seeking to the end.
@@ -96,13 +72,6 @@ std::string m4aMetIndexAchteraan(const fs::path& pad, int seconden) {
     return bytes;
 }
 
-std::string multipart(const std::string& audio) {
-    return "--g\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\nwhisper-1\r\n"
-           "--g\r\nContent-Disposition: form-data; name=\"file\"; filename=\"d.wav\"\r\n"
-           "Content-Type: audio/wav\r\n\r\n" +
-           audio + "\r\n--g--\r\n";
-}
-
 class RelayTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -131,6 +100,9 @@ class RelayTest : public ::testing::Test {
                      {"TOLMO_SERVER_MAX_AUDIO_MINUTEN", "1"},
                      {"TOLMO_SERVER_VERZOEKEN_PER_MINUUT", "100000"},
                      {"TOLMO_SERVER_DRADEN", "2"},
+                     {"TOLMO_SERVER_KOP_TIMEOUT", "2"},
+                     {"TOLMO_SERVER_BODY_TIMEOUT", "2"},
+                     {"TOLMO_SERVER_MAX_VERBINDINGEN_PER_ADRES", "450"},
                      {"OPENAI_API_KEY", sleutel},
                      {"MISTRAL_API_KEY", sleutel}};
         server_ = std::make_unique<nep::LopendProces>(TOLMO_SERVER_PAD, std::vector<std::string>{},
@@ -265,34 +237,75 @@ TEST_F(RelayTest, TolmoDicteerDoorDeServer) {
 // 400 requests of one code, all sent before any reply is read: a quota of one minute admits
 // exactly 60 one-second dictations, not one more.
 TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
-    const std::string code = maakCode("druk", 1);
-    const std::string body = multipart(wav(1));
-    const std::string verzoek =
-        "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
-        "Authorization: Bearer " +
-        code +
-        "\r\nX-Tolmo-Aanbieder: openai\r\n"
-        "Content-Type: multipart/form-data; boundary=g\r\n"
-        "Connection: close\r\nContent-Length: " +
-        std::to_string(body.size()) + "\r\n\r\n" + body;
+    const std::string verzoek = relay::transcriptieVerzoek(maakCode("druk", 1), 1);
+    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
     net::io_context io;
-    const net::ip::tcp::endpoint doel(
-        net::ip::make_address("127.0.0.1"),
-        static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1))));
     std::vector<net::ip::tcp::socket> sockets;
     for (int i = 0; i < 400; ++i) {
-        sockets.emplace_back(io).connect(doel);
-        net::write(sockets.back(), net::buffer(verzoek));
+        sockets.push_back(relay::verstuur(io, poort, verzoek));
     }
     std::map<std::string, int> statussen;
     for (auto& s : sockets) {
-        std::string antwoord;
-        boost::system::error_code ec;
-        net::read(s, net::dynamic_buffer(antwoord), ec);
-        ++statussen[antwoord.substr(9, 3)];
+        ++statussen[relay::leesAntwoord(s).substr(9, 3)];
     }
     EXPECT_EQ(statussen["200"], 60);
     EXPECT_EQ(statussen["429"], 340);
+}
+
+// Clients that misbehave, each answered with a refusal or, when it stalls, a closed connection
+// (the time-out closes the socket, so no reply can follow); afterwards no connection is left
+// open and no second of the code stays reserved.
+TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
+    const std::string code = maakCode("vijand", 60);
+    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
+    const auto status = [](const std::string& a) { return a.size() < 12 ? "" : a.substr(9, 3); };
+    const std::string kop =
+        "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
+        "Authorization: Bearer " +
+        code + "\r\nX-Tolmo-Aanbieder: openai\r\n";
+    const std::string lengte = kop + "Content-Length: 100000\r\n\r\n" + std::string(1000, 'x');
+    struct Geval {
+        const char* wat;
+        std::string bytes;
+        bool klantGaatWeg;
+        std::string verwacht;  // status, empty when the server closes without a reply
+    };
+    const std::vector<Geval> gevallen{
+        {"kop komt niet af", kop, false, ""},
+        {"te grote kop", kop + "X-Vul: " + std::string(17000, 'a') + "\r\n\r\n", false, "431"},
+        {"Content-Length liegt", lengte, false, ""},
+        {"chunked zonder einde", kop + "Transfer-Encoding: chunked\r\n\r\n5\r\nhallo\r\n", false,
+         ""},
+        {"weg midden in upload", lengte, true, ""},
+    };
+    net::io_context io;
+    for (const auto& g : gevallen) {
+        auto s = relay::verstuur(io, poort, g.bytes);
+        if (g.klantGaatWeg) {
+            s.close();
+            continue;
+        }
+        EXPECT_EQ(status(relay::leesAntwoord(s)), g.verwacht) << g.wat;
+    }
+    std::vector<net::ip::tcp::socket> vol;
+    for (int i = 0; i < 450; ++i) {
+        vol.push_back(relay::verstuur(io, poort, ""));
+    }
+    auto teVeel = relay::verstuur(io, poort, "");
+    const std::string geweigerd = relay::leesAntwoord(teVeel);
+    EXPECT_EQ(status(geweigerd), "429");
+    EXPECT_NE(geweigerd.find("limiet-verbindingen"), std::string::npos) << geweigerd;
+    vol.clear();
+    std::string metrics;
+    for (int i = 0; i < 50 && metrics.find("tolmo_verbindingen 1\n") == std::string::npos; ++i) {
+        std::this_thread::sleep_for(100ms);
+        metrics =
+            relay::stuur(poort, "GET /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+    }
+    EXPECT_NE(metrics.find("tolmo_verbindingen 1\n"), std::string::npos) << metrics;
+    EXPECT_NE(voer(TOLMO_SERVER_PAD, {"code", "lijst"})
+                  .uit.find("vijand                  60              0 "),
+              std::string::npos);
 }
 
 // npm's openai package, a client we did not write, on both routes and on a refusal.

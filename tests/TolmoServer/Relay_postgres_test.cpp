@@ -1,0 +1,177 @@
+// Two real tolmo-server instances sharing one private PostgreSQL server, in front of one fake
+// provider: the quota holds across instances, the database may go away and come back, and an
+// instance that dies mid-request leaves no minutes taken for good.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "RelayHulp.h"
+#include "nep/LoopbackServer.h"
+#include "nep/LopendProces.h"
+#include "nep/PostgresServer.h"
+
+namespace tolmo {
+namespace {
+
+using namespace std::chrono_literals;
+using nep::LoopbackServer;
+
+std::string status(const std::string& antwoord) {
+    return antwoord.size() < 12 ? "" : antwoord.substr(9, 3);
+}
+
+class RelayPostgresTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!nep::PostgresServer::binMap()) {
+            GTEST_SKIP() << "Geen PostgreSQL-server geïnstalleerd (pakket postgresql).";
+        }
+        pg_ = std::make_unique<nep::PostgresServer>();
+        // A request of more than three seconds of audio waits at the provider until the test lets
+        // it go.
+        nep_.zetBehandelaar([this](const LoopbackServer::Verzoek& v) {
+            for (int i = 0; v.body.size() > 3 * 32000 && !laatGaan_ && i < 1000; ++i) {
+                std::this_thread::sleep_for(10ms);
+            }
+            return LoopbackServer::Antwoord::json(200, R"({"text":"ok"})");
+        });
+        omgeving_ = {{"TOLMO_SERVER_CONFIG", ""},
+                     {"TOLMO_SERVER_DATABASE", pg_->verbinding()},
+                     {"TOLMO_SERVER_OPENAI_URL", nep_.url()},
+                     {"TOLMO_SERVER_VERZOEKEN_PER_MINUUT", "100000"},
+                     {"TOLMO_SERVER_RESERVERING_TIMEOUT", "6"},
+                     {"TOLMO_SERVER_DRADEN", "2"},
+                     {"OPENAI_API_KEY", "sk-nep"}};
+        for (auto& s : servers_) {
+            s.poort = nep::vrijePoort();
+            auto omg = omgeving_;
+            omg["TOLMO_SERVER_LUISTER"] = "127.0.0.1:" + std::to_string(s.poort);
+            s.proces = std::make_unique<nep::LopendProces>(
+                TOLMO_SERVER_PAD, std::vector<std::string>{}, nep::LopendProces::Opties{omg});
+            ASSERT_TRUE(s.proces->wachtOpFout("luistert op", 10s));
+        }
+    }
+
+    void TearDown() override {
+        for (auto& s : servers_) {
+            if (s.proces && !s.gedood) {
+                s.proces->stuurSignaal(SIGTERM);
+                const auto r = s.proces->wacht();
+                EXPECT_EQ(r.status, 0) << r.fout;
+            }
+        }
+    }
+
+    std::string code(const std::string& naam, int minuten) {
+        const auto r = nep::voerProcesUit(
+            TOLMO_SERVER_PAD,
+            {"code", "maak", "--naam", naam, "--minuten-per-dag", std::to_string(minuten)},
+            omgeving_);
+        EXPECT_EQ(r.status, 0) << r.fout;
+        return r.uit.substr(0, r.uit.find('\n'));
+    }
+
+    // Today's seconds of the code, as "tolmo-server code lijst" reads them from the database.
+    std::int64_t gebruikt(const std::string& naam) {
+        const auto r = nep::voerProcesUit(TOLMO_SERVER_PAD, {"code", "lijst"}, omgeving_);
+        const auto regel = r.uit.find("\n" + naam + " ");
+        return regel == std::string::npos ? -1 : std::stoll(r.uit.substr(regel + 41, 18));
+    }
+
+    struct Instantie {
+        std::uint16_t poort = 0;
+        std::unique_ptr<nep::LopendProces> proces;
+        bool gedood = false;
+    };
+    std::unique_ptr<nep::PostgresServer> pg_;
+    LoopbackServer nep_;
+    std::atomic<bool> laatGaan_{false};
+    std::map<std::string, std::string> omgeving_;
+    Instantie servers_[2];
+};
+
+// 300 one-second requests of one code, half to each instance, all sent before any reply is
+// read: a two-minute quota admits exactly 120.
+TEST_F(RelayPostgresTest, QuotumExactOverTweeInstanties) {
+    const std::string verzoek = relay::transcriptieVerzoek(code("druk", 2), 1);
+    boost::asio::io_context io;
+    std::vector<boost::asio::ip::tcp::socket> sockets;
+    for (int i = 0; i < 300; ++i) {
+        sockets.push_back(relay::verstuur(io, servers_[i % 2].poort, verzoek));
+    }
+    std::map<std::string, int> statussen;
+    for (auto& s : sockets) {
+        ++statussen[status(relay::leesAntwoord(s))];
+    }
+    EXPECT_EQ(statussen["200"], 120);
+    EXPECT_EQ(statussen["429"], 180);
+    EXPECT_EQ(gebruikt("druk"), 120);
+}
+
+// The database stops while a request waits at the provider: both instances refuse with 503
+// and the Dutch message but stay healthy; when it is back they serve again by themselves, and
+// the settlement that failed meanwhile is made later (the 4 s stay used, though their
+// reservation expired).
+TEST_F(RelayPostgresTest, DatabaseWegEnTerug) {
+    const std::string c = code("wankel", 60);
+    std::string traag;
+    std::thread onderweg(
+        [&] { traag = relay::stuur(servers_[0].poort, relay::transcriptieVerzoek(c, 4)); });
+    ASSERT_TRUE(nep_.wachtOpBegonnen(1, 10s));
+    pg_->stop();
+    for (const auto& s : servers_) {
+        const std::string weg = relay::stuur(s.poort, relay::transcriptieVerzoek(c, 1));
+        EXPECT_EQ(status(weg), "503") << weg;
+        EXPECT_NE(weg.find("De database van de server is tijdelijk niet bereikbaar."),
+                  std::string::npos);
+        EXPECT_NE(weg.find("Retry-After: 5"), std::string::npos);
+        EXPECT_EQ(status(relay::stuur(s.poort,
+                                      "GET /gezond HTTP/1.1\r\nHost: x\r\n"
+                                      "Connection: close\r\n\r\n")),
+                  "200");
+    }
+    laatGaan_ = true;
+    onderweg.join();
+    EXPECT_EQ(status(traag), "200");
+    pg_->start();
+    for (const auto& s : servers_) {
+        std::string terug;
+        for (int i = 0; i < 50 && status(terug) != "200"; ++i) {
+            std::this_thread::sleep_for(100ms);
+            terug = relay::stuur(s.poort, relay::transcriptieVerzoek(c, 1));
+        }
+        EXPECT_EQ(status(terug), "200") << terug;
+    }
+    std::this_thread::sleep_for(7s);  // past the reservation's time-out and a sweep
+    EXPECT_EQ(gebruikt("wankel"), 4 + 1 + 1);
+    const auto metrics = relay::stuur(
+        servers_[0].poort, "GET /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+    EXPECT_EQ(metrics.find("tolmo_opslag_fouten_totaal 0\n"), std::string::npos) << metrics;
+}
+
+// An instance killed while its request waits at the provider never settles; the other
+// instance's sweep gives the reserved seconds back once they expire.
+TEST_F(RelayPostgresTest, ReserveringVanGestorvenInstantieVerloopt) {
+    const std::string c = code("wees", 60);
+    std::thread onderweg(
+        [&] { relay::stuur(servers_[0].poort, relay::transcriptieVerzoek(c, 4)); });
+    ASSERT_TRUE(nep_.wachtOpBegonnen(1, 10s));
+    EXPECT_EQ(gebruikt("wees"), 4);
+    servers_[0].proces->stuurSignaal(SIGKILL);
+    servers_[0].proces->wacht();
+    servers_[0].gedood = true;
+    onderweg.join();
+    laatGaan_ = true;
+    std::int64_t over = -1;
+    for (int i = 0; i < 40 && over != 0; ++i) {
+        std::this_thread::sleep_for(250ms);
+        over = gebruikt("wees");
+    }
+    EXPECT_EQ(over, 0);
+}
+
+}  // namespace
+}  // namespace tolmo
