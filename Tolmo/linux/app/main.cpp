@@ -39,6 +39,7 @@
 #include "Tolmo/linux/app/QtToestemmingsVraag.h"
 #include "Tolmo/linux/app/Systeemvak.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "TolmoKern/Transcriptie/CurlTransport.h"
 
 namespace tolmo {
 namespace {
@@ -187,6 +188,9 @@ int main(int argc, char** argv) {
     try {
         s = std::make_unique<Samenstelling>();
         s->bouw();
+        // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
+        // the first hold key and its request.
+        CurlTransport::gedeeld();
     } catch (const std::exception& e) {
         std::cerr << "tolmo-app: " << e.what() << "\n";
         return 1;
