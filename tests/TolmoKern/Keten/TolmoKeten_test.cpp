@@ -6,6 +6,7 @@
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "nep/Gevangen.h"
 #include "nep/LoopbackServer.h"
 #include "nep/NepKluis.h"
 #include "nep/NepMotor.h"
@@ -21,12 +22,7 @@ using nep::NepOpschoner;
 const std::string achtWoorden = "een twee drie vier vijf zes zeven acht";
 
 Opname opname(double seconden = 2.0) {
-    Opname o;
-    o.bestand = "/tmp/bestaat-niet.wav";
-    o.meting.registreerSampleRate(16000);
-    o.meting.aantalSamples = static_cast<std::int64_t>(seconden * 16000);
-    o.meting.somKwadraten = 1.0;
-    return o;
+    return nep::opnameVan("/tmp/bestaat-niet.wav", seconden);
 }
 
 struct Opstelling {
@@ -59,13 +55,7 @@ std::string herhaal(const std::string& s, int n) {
 // The recognition error that f throws.
 template <class F>
 HerkenningsFout gooit(F f) {
-    try {
-        (void)f();
-    } catch (const HerkenningsFout& fout) {
-        return fout;
-    }
-    ADD_FAILURE() << "geen fout";
-    return HerkenningsFout::van(Soort::opnameMislukt);
+    return nep::gevangen<HerkenningsFout>(f).value_or(HerkenningsFout::van(Soort::opnameMislukt));
 }
 
 TEST(TolmoKeten, EightCountedWordsAreCleanedSevenAreTidied) {

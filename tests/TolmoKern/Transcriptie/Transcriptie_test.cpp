@@ -14,6 +14,7 @@
 #include "TolmoKern/Transcriptie/TestTranscriptie.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "TolmoKern/Transcriptie/TransportFout.h"
+#include "nep/Gevangen.h"
 #include "nep/LoopbackServer.h"
 #include "nep/TijdelijkeOpname.h"
 
@@ -270,12 +271,9 @@ TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
                 o.server.zetAntwoord(*g.antwoord);
             }
             const auto m = motor(a, g.route, g.antwoord ? o.server.url() : gesloten, 300ms);
-            try {
-                (void)m->transcribeer(o.opname, {}, {});
-                ADD_FAILURE() << "geen fout";
-            } catch (const HerkenningsFout& f) {
-                EXPECT_EQ(f, g.verwacht(alsMotor(a))) << f.code();
-            }
+            EXPECT_EQ(
+                nep::gevangen<HerkenningsFout>([&] { return m->transcribeer(o.opname, {}, {}); }),
+                g.verwacht(alsMotor(a)));
         }
     }
 }
@@ -314,12 +312,8 @@ TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
         MistralTranscriptie m("code",
                               std::make_shared<TolmoServerTransport>(vast, Aanbieder::mistral),
                               "http://relay.invalid/" + pad);
-        try {
-            (void)m.transcribeer(o.opname, {}, {});
-            ADD_FAILURE() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f, verwacht) << f.code();
-        }
+        EXPECT_EQ(nep::gevangen<HerkenningsFout>([&] { return m.transcribeer(o.opname, {}, {}); }),
+                  verwacht);
     }
 }
 
