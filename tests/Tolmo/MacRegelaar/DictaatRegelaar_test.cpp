@@ -322,25 +322,6 @@ TEST(DictaatRegelaar, HoldKeyAndCancellation) {
     }
 }
 
-TEST(DictaatRegelaar, TheToggleStartsAndStops) {
-    Opstelling o;
-    o.maak();
-    o.toetsen.drukWissel();
-    o.lus.draai();
-    ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
-    o.spreek();
-    o.vulBestand(2048);
-    o.lus.verstrijk(3.0);
-    o.toetsen.drukWissel();
-    o.lus.draai();
-    EXPECT_THAT(o.nieuweRegels(),
-                ElementsAre("Dictaat gestart (wisselsneltoets, stijl zakelijk, ruisonderdrukking "
-                            "actief)",
-                            opname));
-    o.verwerk();
-    EXPECT_EQ(o.klembord.plakToetsen, 1);
-}
-
 TEST(DictaatRegelaar, ARecordingStopsItselfAfterTenMinutes) {
     Opstelling o;
     o.maak();

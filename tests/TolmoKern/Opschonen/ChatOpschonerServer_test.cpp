@@ -8,6 +8,7 @@
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/NepMotor.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -22,13 +23,6 @@ std::string antwoordMet(const json& inhoud) {
                                           {"finish_reason", "stop"}}})},
                 {"service_tier", "default"}}
         .dump();
-}
-
-Opname opname() {
-    Opname o;
-    o.meting.registreerSampleRate(16000);
-    o.meting.aantalSamples = 32000;
-    return o;
 }
 
 struct Opstelling {
@@ -74,7 +68,7 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
         const std::string schoon = "Ik wil vandaag drie appels en 12 peren kopen.";
         o.server.zetAntwoord(LoopbackServer::Antwoord::json(200, antwoordMet(schoon)));
         TolmoKeten k = o.keten(g.aanbieder, g.niveau);
-        const KetenResultaat r = k.verwerk(opname(), g.stijl, {});
+        const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), g.stijl, {});
         EXPECT_EQ(r.tekst, schoon);
         EXPECT_EQ(r.tijden.opschoonVerwerking, "default");
         ASSERT_EQ(o.server.aantalVerzoeken(), 1U);
@@ -157,7 +151,7 @@ TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
         // CI machine does not miss a prompt answer.
         TolmoKeten k =
             o.keten(Motor::openAI, Opschoonniveau::licht, std::chrono::milliseconds(1000));
-        const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+        const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
         EXPECT_EQ(r.tekst, g.tekst);
         EXPECT_EQ(r.opschoonProbleem, g.probleem);
         EXPECT_EQ(r.ruw, dictaat);
@@ -171,7 +165,7 @@ TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
         {LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en peren kopen.")),
          LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::strak);
-    const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+    const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     // The light answer is taken even though it also lost a number: there is no third call.
     EXPECT_EQ(r.tekst, "Ik wil appels en 12 peren kopen.");
     EXPECT_EQ(r.tijden.opschonenHerhaald, "Strak gaf minder getallen, opnieuw op Licht");
@@ -193,10 +187,10 @@ TEST(ChatOpschonerServer, ThroughTheRelay) {
     o.transport = std::make_shared<TolmoServerTransport>(std::make_shared<CurlTransport>(),
                                                          Aanbieder::mistral);
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::licht);
-    k.verwerk(opname(), Stijl::neutraal, {});
+    k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     EXPECT_EQ(o.server.verzoeken().front().header("X-Tolmo-Aanbieder"), "mistral");
     TolmoKeten opnieuw = o.keten(Motor::mistral, Opschoonniveau::licht);
-    const KetenResultaat r = opnieuw.verwerk(opname(), Stijl::neutraal, {});
+    const KetenResultaat r = opnieuw.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     EXPECT_EQ(r.tekst, dictaat);
     EXPECT_EQ(r.opschoonProbleem,
               "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw.");
