@@ -178,13 +178,11 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
         // The duration adds up across the two formats: 1.28 s at 48 kHz, then 3.84 s at 16 kHz.
         {"ander formaat", 5.0, bluetooth,
          Regels{"Audio-instellingen veranderd, andere microfoonformaat: opname loopt door in "
-                "hetzelfde "
-                "bestand"},
+                "hetzelfde bestand"},
          Daarna::doorgaan, geen, "Opname 5,1 s, 2 kB"},
         {"ander formaat vlak na de start", 0.2, bluetooth,
          Regels{"Microfoon schakelde vlak na de start om (bijvoorbeeld Bluetooth), opnieuw gestart "
-                "met "
-                "het nieuwe formaat"},
+                "met het nieuwe formaat"},
          Daarna::doorgaan, geen, "Opname 5,1 s, 2 kB"},
         {"herstart mislukt", 5.0, startFaalt,
          Regels{
