@@ -355,6 +355,10 @@ TEST(DictaatRegelaar, ConsentIsAskedOnceAndThePressThatAskedRecordsNothing) {
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
         Opstelling o(false);
+        if (g.opgeslagen) {
+            // Consent to an older text counts as none.
+            CloudToestemming{CloudToestemming::huidigeVersie - 1, 1}.bewaar(o.groep);
+        }
         o.maak();
         o.regelaar->start(Bron::menu);
         o.regelaar->start(Bron::menu);  // a second press while the question is open
@@ -376,15 +380,6 @@ TEST(DictaatRegelaar, ConsentIsAskedOnceAndThePressThatAskedRecordsNothing) {
         EXPECT_EQ(o.regelaar->toestand(), g.opgeslagen ? Toestand::neemtOp : Toestand::klaar);
         EXPECT_EQ(o.vraag.vragen.size(), g.opgeslagen ? 1U : 2U);
     }
-}
-
-TEST(DictaatRegelaar, ConsentToAnOlderTextIsAskedAgain) {
-    Opstelling o(false);
-    CloudToestemming{CloudToestemming::huidigeVersie - 1, 1}.bewaar(o.groep);
-    o.maak();
-    o.regelaar->start(Bron::menu);
-    EXPECT_EQ(o.vraag.vragen.size(), 1U);
-    EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
 }
 
 TEST(DictaatRegelaar, WithoutTheMicrophoneNothingStarts) {

@@ -216,14 +216,9 @@ TEST_F(SneltoetsMonitorTest, AKeyTheTapDeliversResetsTheMissCount) {
     lus.verstrijk(1.0);
     EXPECT_EQ(monitor->tapGemist(), 1);
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::tap);
-}
 
-TEST_F(SneltoetsMonitorTest, WitnessCheckAfterTheMechanismChangedDoesNothing) {
-    bron.tapLevert = false;
-    monitor->start(true, true);
+    // A second miss whose check comes after the monitor stopped counts for nothing.
     bron.toets(mod(linkerOptionCode, lOpt));
-    lus.verstrijk(1.0);
-    bron.toets(mod(linkerOptionCode, 0));
     monitor->stop();
     lus.verstrijk(1.0);
     EXPECT_EQ(monitor->tapGemist(), 1);
