@@ -202,7 +202,7 @@ TEST(TolmoKeten, RecognitionErrorsAndWhatReachesTheEngine) {
         kapot.onvolledig = true;
         EXPECT_EQ(gooit([&] { return o.keten.verwerk(kapot, Stijl::neutraal, {}); }).soort(),
                   Soort::opnameMislukt);
-        EXPECT_EQ(o.motor().log()->aanroepen, 0) << "an incomplete recording is never sent";
+        EXPECT_EQ(o.motor().aanroepen, 0) << "an incomplete recording is never sent";
     }
     {
         Opstelling o("");
@@ -227,7 +227,7 @@ TEST(TolmoKeten, RecognitionErrorsAndWhatReachesTheEngine) {
         const KetenResultaat r = o.keten.verwerk(opname(), Stijl::neutraal, {});
         EXPECT_EQ(r.ruw, "   ");
         EXPECT_EQ(tidied, 1);
-        EXPECT_EQ(o.motor().log()->woorden, std::vector<std::string>{"Tolmo"});
+        EXPECT_EQ(o.motor().woorden, std::vector<std::string>{"Tolmo"});
     }
 }
 
@@ -266,7 +266,7 @@ TEST(TolmoKeten, CancellationAtEachCheckpointIsNeverARecognitionError) {
         StopBron bron;
         g.richtIn(o, bron);
         EXPECT_THROW(o.keten.verwerk(opname(), Stijl::neutraal, bron.token()), Geannuleerd);
-        EXPECT_EQ(o.motor().log()->aanroepen, g.motorAanroepen);
+        EXPECT_EQ(o.motor().aanroepen, g.motorAanroepen);
         EXPECT_EQ(o.script->aanroepen.size(), g.opschoonAanroepen);
     }
 }

@@ -14,6 +14,7 @@ namespace tolmo {
 namespace {
 
 using nep::LoopbackServer;
+using A = LoopbackServer::Antwoord;
 using nlohmann::json;
 
 const std::string dictaat = "ik wil drie appels en 12 peren kopen bij de markt vandaag";
@@ -66,7 +67,7 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
         SCOPED_TRACE(g.model + " " + std::string(opschoonniveauWaarden.naam(g.niveau)));
         Opstelling o;
         const std::string schoon = "Ik wil vandaag drie appels en 12 peren kopen.";
-        o.server.zetAntwoord(LoopbackServer::Antwoord::json(200, antwoordMet(schoon)));
+        o.server.zetAntwoord(A::json(200, antwoordMet(schoon)));
         TolmoKeten k = o.keten(g.aanbieder, g.niveau);
         const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), g.stijl, {});
         EXPECT_EQ(r.tekst, schoon);
@@ -113,7 +114,6 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
 }
 
 TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
-    using A = LoopbackServer::Antwoord;
     struct Geval {
         const char* naam;
         A antwoord;
@@ -160,9 +160,8 @@ TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
 
 TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
     Opstelling o;
-    o.server.zetAntwoorden(
-        {LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en peren kopen.")),
-         LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
+    o.server.zetAntwoorden({A::json(200, antwoordMet("Ik wil appels en peren kopen.")),
+                            A::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::strak);
     const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     // The light answer is taken even though it also lost a number: there is no third call.
@@ -180,9 +179,8 @@ TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
 
 TEST(ChatOpschonerServer, ThroughTheRelay) {
     Opstelling o;
-    o.server.zetAntwoorden(
-        {LoopbackServer::Antwoord::json(200, antwoordMet("Schoon.")),
-         LoopbackServer::Antwoord::json(429, R"({"soort":"dag"})", {{"Retry-After", "60"}})});
+    o.server.zetAntwoorden({A::json(200, antwoordMet("Schoon.")),
+                            A::json(429, R"({"soort":"dag"})", {{"Retry-After", "60"}})});
     o.transport = std::make_shared<TolmoServerTransport>(std::make_shared<CurlTransport>(),
                                                          Aanbieder::mistral);
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::licht);
