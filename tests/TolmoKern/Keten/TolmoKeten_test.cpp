@@ -271,24 +271,8 @@ TEST(TolmoKeten, CancellationAtEachCheckpointIsNeverARecognitionError) {
     }
 }
 
-TEST(TolmoKeten, VoiceCommandsStayWordsInTheLiteralStyle) {
-    struct Geval {
-        Stijl stijl;
-        bool aan;
-        bool toegepast;
-    };
-    for (const Geval& g :
-         {Geval{Stijl::neutraal, true, true}, Geval{Stijl::letterlijk, true, false},
-          Geval{Stijl::los, false, false}}) {
-        Opstelling o("hallo nieuwe regel", false);
-        o.keten.spraakopdrachten = g.aan;
-        o.keten.spraakopdrachtenStap = [](const std::string& t) { return t + " <uitgevoerd>"; };
-        const KetenResultaat r = o.keten.verwerk(opname(), g.stijl, {});
-        EXPECT_EQ(r.tekst, g.toegepast ? "hallo nieuwe regel <uitgevoerd>" : "hallo nieuwe regel");
-        EXPECT_FALSE(r.opschoonProbleem);
-        EXPECT_FALSE(r.tijden.opschonenOvergeslagen) << "without a cleaner nothing is skipped";
-    }
-    // The cleaner is told whether commands were active.
+// Whether commands apply per style is in the command tests; the cleaner is told they were off.
+TEST(TolmoKeten, TheCleanerHearsThatCommandsAreOffInTheLiteralStyle) {
     Opstelling o(achtWoorden);
     o.script->strak.push_back(schoon(achtWoorden));
     o.keten.verwerk(opname(), Stijl::letterlijk, {});
