@@ -8,12 +8,11 @@
 
 namespace tolmo::nep {
 
-// An in-memory key-value store that records every change.
+// An in-memory key-value store that records the keys it was asked to set.
 class GeheugenOpslag final : public SleutelWaardeOpslag {
   public:
     std::map<std::string, OpslagWaarde> waarden;
     std::vector<std::string> gezet;
-    std::vector<std::string> verwijderd;
 
     std::optional<OpslagWaarde> lees(const std::string& sleutel) const override {
         const auto it = waarden.find(sleutel);
@@ -26,10 +25,7 @@ class GeheugenOpslag final : public SleutelWaardeOpslag {
         gezet.push_back(sleutel);
         waarden[sleutel] = std::move(waarde);
     }
-    void verwijder(const std::string& sleutel) override {
-        verwijderd.push_back(sleutel);
-        waarden.erase(sleutel);
-    }
+    void verwijder(const std::string& sleutel) override { waarden.erase(sleutel); }
 };
 
 }  // namespace tolmo::nep

@@ -44,16 +44,11 @@ inline Doel nepDoel(std::int32_t procesId, std::optional<std::string> bundleId,
     return d;
 }
 
-// Whatever the test puts in front; counts how often it was asked.
+// Whatever the test puts in front.
 class NepFocus final : public Focus {
   public:
     std::optional<Doel> doel;
-    mutable int gevraagd = 0;
-
-    std::optional<Doel> huidig() const override {
-        ++gevraagd;
-        return doel;
-    }
+    std::optional<Doel> huidig() const override { return doel; }
 };
 
 }  // namespace tolmo::nep

@@ -9,13 +9,9 @@ namespace tolmo::nep {
 class NepLogOpslag final : public LogOpslag {
   public:
     std::vector<LogRegel> opgeslagen;
-    int bewaard = 0;
 
     std::vector<LogRegel> laad() const override { return opgeslagen; }
-    void voegToe(const LogRegel& regel) override {
-        ++bewaard;
-        opgeslagen.push_back(regel);
-    }
+    void voegToe(const LogRegel& regel) override { opgeslagen.push_back(regel); }
 };
 
 }  // namespace tolmo::nep

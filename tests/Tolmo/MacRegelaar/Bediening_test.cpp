@@ -151,6 +151,9 @@ TEST(Bediening, LoslatenStoptAlleenEenHoudDictaat) {
         }
         o.lus.draai();
         ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
+        EXPECT_EQ(o.nieuweRegels().front(), std::string("Dictaat gestart (") +
+                                                (metWissel ? "wisselsneltoets" : "menu") +
+                                                ", stijl zakelijk, ruisonderdrukking actief)");
         // A hold (which ends) and a tap (which cancels).
         for (const double duur : {1.0, 0.1}) {
             o.toetsen.toets(optionOmlaag);
@@ -158,6 +161,15 @@ TEST(Bediening, LoslatenStoptAlleenEenHoudDictaat) {
             o.toetsen.toets(optionLos);
             o.lus.draai();
             EXPECT_EQ(o.regelaar->toestand(), Toestand::neemtOp) << duur;
+        }
+        // Only the toggle pressed again ends its dictation.
+        if (metWissel) {
+            o.spreek();
+            o.vulBestand(2048);
+            o.toetsen.drukWissel();
+            o.lus.draai();
+            EXPECT_EQ(o.regelaar->toestand(), Toestand::verwerken);
+            EXPECT_EQ(o.werker.gestart, 1);
         }
     }
 }

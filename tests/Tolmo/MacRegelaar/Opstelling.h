@@ -69,7 +69,6 @@ struct Opstelling {
     std::function<void()> tijdensTranscriptie;
     std::shared_ptr<nep::NepOpschoner::Script> opschoonScript =
         std::make_shared<nep::NepOpschoner::Script>();
-    std::vector<TolmoInstellingen> gebouwdMet;
 
     std::unique_ptr<DictaatRegelaar> regelaar;
     std::size_t gelezen = 0;
@@ -99,7 +98,6 @@ struct Opstelling {
     }
 
     TolmoKeten keten(const TolmoInstellingen& i) {
-        gebouwdMet.push_back(i);
         if (bouwFout) {
             throw *bouwFout;
         }

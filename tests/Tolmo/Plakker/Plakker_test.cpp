@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -39,12 +40,15 @@ TEST_F(PlakkerTest, OutcomesAndWhatStaysOnTheClipboard) {
         Uitkomst uitkomst;
         int toetsen;
         std::string daarna;  // clipboard text once everything has settled
+        // Clipboard managers keep what is not marked transient: only text that will be taken
+        // back is marked, or a manager would drop text left for the user to paste.
+        bool tijdelijk;
     };
     const Geval gevallen[] = {
-        {"geen Toegankelijkheid", false, true, true, Uitkomst::opKlembord, 0, "dictaat"},
-        {"doel veranderd", true, false, true, Uitkomst::doelGewijzigd, 0, "dictaat"},
-        {"zonder herstel", true, true, false, Uitkomst::verstuurd, 1, "dictaat"},
-        {"met herstel", true, true, true, Uitkomst::verstuurd, 1, "van de gebruiker"},
+        {"geen Toegankelijkheid", false, true, true, Uitkomst::opKlembord, 0, "dictaat", false},
+        {"doel veranderd", true, false, true, Uitkomst::doelGewijzigd, 0, "dictaat", false},
+        {"zonder herstel", true, true, false, Uitkomst::verstuurd, 1, "dictaat", false},
+        {"met herstel", true, true, true, Uitkomst::verstuurd, 1, "van de gebruiker", true},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -59,6 +63,12 @@ TEST_F(PlakkerTest, OutcomesAndWhatStaysOnTheClipboard) {
             "dictaat", g.herstel, [&] { return g.doelKlopt; }, [&](Uitkomst x) { u.push_back(x); });
         l.draai();
         ASSERT_EQ(u, std::vector<Uitkomst>{g.uitkomst});
+        ASSERT_EQ(k.items.size(), 1U);
+        EXPECT_EQ(std::ranges::any_of(k.items.front(),
+                                      [](const auto& paar) {
+                                          return paar.first == "org.nspasteboard.TransientType";
+                                      }),
+                  g.tijdelijk);
         EXPECT_EQ(k.plakToetsen, g.toetsen);
         if (g.toetsen > 0) {
             EXPECT_EQ(k.geplakt.front(), "dictaat");

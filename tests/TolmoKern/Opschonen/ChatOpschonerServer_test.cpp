@@ -8,11 +8,13 @@
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/NepMotor.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
 
 using nep::LoopbackServer;
+using A = LoopbackServer::Antwoord;
 using nlohmann::json;
 
 const std::string dictaat = "ik wil drie appels en 12 peren kopen bij de markt vandaag";
@@ -22,13 +24,6 @@ std::string antwoordMet(const json& inhoud) {
                                           {"finish_reason", "stop"}}})},
                 {"service_tier", "default"}}
         .dump();
-}
-
-Opname opname() {
-    Opname o;
-    o.meting.registreerSampleRate(16000);
-    o.meting.aantalSamples = 32000;
-    return o;
 }
 
 struct Opstelling {
@@ -72,9 +67,9 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
         SCOPED_TRACE(g.model + " " + std::string(opschoonniveauWaarden.naam(g.niveau)));
         Opstelling o;
         const std::string schoon = "Ik wil vandaag drie appels en 12 peren kopen.";
-        o.server.zetAntwoord(LoopbackServer::Antwoord::json(200, antwoordMet(schoon)));
+        o.server.zetAntwoord(A::json(200, antwoordMet(schoon)));
         TolmoKeten k = o.keten(g.aanbieder, g.niveau);
-        const KetenResultaat r = k.verwerk(opname(), g.stijl, {});
+        const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), g.stijl, {});
         EXPECT_EQ(r.tekst, schoon);
         EXPECT_EQ(r.tijden.opschoonVerwerking, "default");
         ASSERT_EQ(o.server.aantalVerzoeken(), 1U);
@@ -85,13 +80,12 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
         EXPECT_EQ(v.header("Content-Type"), "application/json");
 
         const json body = json::parse(v.body);
-        // Keys arrive sorted, and only the provider's own budget key is there.
+        // Compact, keys sorted, slashes not escaped; only the provider's own budget key.
+        EXPECT_EQ(v.body, body.dump());
         std::vector<std::string> sleutels;
         for (const auto& [sleutel, waarde] : body.items()) {
             sleutels.push_back(sleutel);
         }
-        EXPECT_TRUE(std::is_sorted(sleutels.begin(), sleutels.end()));
-        EXPECT_EQ(v.body.find(R"(\/)"), std::string::npos) << "slashes are not escaped";
         EXPECT_EQ(body["model"], g.model);
         EXPECT_EQ(body[g.budgetSleutel], static_cast<int>(dictaat.size()) * 13 / 10 + 30);
         const std::vector<std::string> verwacht =
@@ -120,7 +114,6 @@ TEST(ChatOpschonerServer, TheRequestEachProviderReceives) {
 }
 
 TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
-    using A = LoopbackServer::Antwoord;
     struct Geval {
         const char* naam;
         A antwoord;
@@ -157,7 +150,7 @@ TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
         // CI machine does not miss a prompt answer.
         TolmoKeten k =
             o.keten(Motor::openAI, Opschoonniveau::licht, std::chrono::milliseconds(1000));
-        const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+        const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
         EXPECT_EQ(r.tekst, g.tekst);
         EXPECT_EQ(r.opschoonProbleem, g.probleem);
         EXPECT_EQ(r.ruw, dictaat);
@@ -167,11 +160,10 @@ TEST(ChatOpschonerServer, BadAnswersDeliverTheUncleanedText) {
 
 TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
     Opstelling o;
-    o.server.zetAntwoorden(
-        {LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en peren kopen.")),
-         LoopbackServer::Antwoord::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
+    o.server.zetAntwoorden({A::json(200, antwoordMet("Ik wil appels en peren kopen.")),
+                            A::json(200, antwoordMet("Ik wil appels en 12 peren kopen."))});
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::strak);
-    const KetenResultaat r = k.verwerk(opname(), Stijl::neutraal, {});
+    const KetenResultaat r = k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     // The light answer is taken even though it also lost a number: there is no third call.
     EXPECT_EQ(r.tekst, "Ik wil appels en 12 peren kopen.");
     EXPECT_EQ(r.tijden.opschonenHerhaald, "Strak gaf minder getallen, opnieuw op Licht");
@@ -187,16 +179,15 @@ TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
 
 TEST(ChatOpschonerServer, ThroughTheRelay) {
     Opstelling o;
-    o.server.zetAntwoorden(
-        {LoopbackServer::Antwoord::json(200, antwoordMet("Schoon.")),
-         LoopbackServer::Antwoord::json(429, R"({"soort":"dag"})", {{"Retry-After", "60"}})});
+    o.server.zetAntwoorden({A::json(200, antwoordMet("Schoon.")),
+                            A::json(429, R"({"soort":"dag"})", {{"Retry-After", "60"}})});
     o.transport = std::make_shared<TolmoServerTransport>(std::make_shared<CurlTransport>(),
                                                          Aanbieder::mistral);
     TolmoKeten k = o.keten(Motor::mistral, Opschoonniveau::licht);
-    k.verwerk(opname(), Stijl::neutraal, {});
+    k.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     EXPECT_EQ(o.server.verzoeken().front().header("X-Tolmo-Aanbieder"), "mistral");
     TolmoKeten opnieuw = o.keten(Motor::mistral, Opschoonniveau::licht);
-    const KetenResultaat r = opnieuw.verwerk(opname(), Stijl::neutraal, {});
+    const KetenResultaat r = opnieuw.verwerk(nep::opnameVan({}, 2.0), Stijl::neutraal, {});
     EXPECT_EQ(r.tekst, dictaat);
     EXPECT_EQ(r.opschoonProbleem,
               "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw.");

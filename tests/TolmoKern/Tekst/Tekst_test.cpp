@@ -96,11 +96,16 @@ TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
     EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
     EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
     EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
-    EXPECT_TRUE(Tekst::isHoofdletter(U'Σ'));
-    EXPECT_FALSE(Tekst::isHoofdletter(U'\u01C5'));  // title case Dž
-    EXPECT_TRUE(Tekst::isLeesteken(U'…'));
-    EXPECT_TRUE(Tekst::isLeesteken(U')'));
-    EXPECT_FALSE(Tekst::isLeesteken(U'€'));
+    for (const char32_t c : {U'Σ', U'É'}) {
+        EXPECT_TRUE(Tekst::isHoofdletter(c));
+    }
+    for (const char32_t c : {U'\u01C5', U'é', U'3'}) {  // title case Dž is not upper case
+        EXPECT_FALSE(Tekst::isHoofdletter(c));
+    }
+    for (const char32_t c : {U'…', U')', U'»', U'’'}) {
+        EXPECT_TRUE(Tekst::isLeesteken(c));
+    }
+    EXPECT_FALSE(Tekst::isLeesteken(U'€'));  // a currency sign is a symbol
     EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("STRASSE", "straße"));
     EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("ΣΟΦΊΑ", "σοφία"));
     EXPECT_FALSE(Tekst::gelijkZonderHoofdletters("straat", "straten"));
@@ -153,12 +158,6 @@ TEST(Patroon, IcuSyntaxAndByteOffsets) {
     EXPECT_EQ(goed.load(), 800);
 }
 
-}  // namespace
-}  // namespace tolmo
-
-namespace tolmo {
-namespace {
-
 TEST(Tekst, InitialCapitalTouchesOnlyTheFirstLetter) {
     const struct {
         std::string woord;
@@ -191,14 +190,6 @@ TEST(Tekst, CodePointScanningAndCharacterClasses) {
     }
     EXPECT_EQ(gelezen, U"a\u00e9\uFFFD\U0001F44D");
     EXPECT_EQ(i, s.size());
-
-    EXPECT_TRUE(Tekst::isLeesteken(U'\u00bb'));
-    EXPECT_TRUE(Tekst::isLeesteken(U'\u2019'));
-    EXPECT_FALSE(Tekst::isLeesteken(U'\u20ac'));    // a currency sign is a symbol
-    EXPECT_FALSE(Tekst::isHoofdletter(U'\u01c5'));  // title case is not upper case
-    EXPECT_TRUE(Tekst::isHoofdletter(U'\u00c9'));
-    EXPECT_FALSE(Tekst::isHoofdletter(U'\u00e9'));
-    EXPECT_FALSE(Tekst::isHoofdletter(U'3'));
 }
 
 }  // namespace

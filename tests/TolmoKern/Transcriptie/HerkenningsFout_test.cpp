@@ -7,96 +7,76 @@
 namespace tolmo {
 namespace {
 
-using Soort = HerkenningsFout::Soort;
+using HF = HerkenningsFout;
+using Soort = HF::Soort;
 
 TEST(HerkenningsFout, EveryCaseHasItsMessageAndCode) {
     ServerLimiet dag{"dag", {{"Retry-After", "3600"}}, {}};
     struct Geval {
+        const char* code;
         HerkenningsFout fout;
         const char* melding;
-        const char* code;
     };
     const Geval gevallen[] = {
-        {HerkenningsFout::geenSleutel(Motor::openAI),
-         "Geen OpenAI-sleutel. Vul hem in bij Instellingen in de Tolmo-app.",
-         "geen-sleutel-openai"},
-        {HerkenningsFout::geenSleutel(Motor::mistral),
-         "Geen Mistral-sleutel. Vul hem in bij Instellingen in de Tolmo-app.",
-         "geen-sleutel-mistral"},
-        {HerkenningsFout::timeout(Motor::mistral), "Mistral reageert niet. Probeer het opnieuw.",
-         "timeout-mistral"},
-        {HerkenningsFout::api(Motor::openAI, 500), "OpenAI gaf een fout (code 500).",
-         "api-openai-500"},
-        {HerkenningsFout::api(Motor::mistral, 403), "Mistral weigert de sleutel (fout 403).",
-         "api-mistral-403"},
-        {HerkenningsFout::api(Motor::openAI, 401), "OpenAI weigert de sleutel (fout 401).",
-         "api-openai-401"},
-        {HerkenningsFout::api(Motor::mistral, 429), "Mistral: limiet of tegoed op (fout 429).",
-         "api-mistral-429"},
+        {"geen-sleutel-openai", HF::geenSleutel(Motor::openAI),
+         "Geen OpenAI-sleutel. Vul hem in bij Instellingen in de Tolmo-app."},
+        {"geen-sleutel-mistral", HF::geenSleutel(Motor::mistral),
+         "Geen Mistral-sleutel. Vul hem in bij Instellingen in de Tolmo-app."},
+        {"timeout-mistral", HF::timeout(Motor::mistral),
+         "Mistral reageert niet. Probeer het opnieuw."},
+        {"api-openai-500", HF::api(Motor::openAI, 500), "OpenAI gaf een fout (code 500)."},
+        {"api-mistral-403", HF::api(Motor::mistral, 403), "Mistral weigert de sleutel (fout 403)."},
+        {"api-openai-401", HF::api(Motor::openAI, 401), "OpenAI weigert de sleutel (fout 401)."},
+        {"api-mistral-429", HF::api(Motor::mistral, 429),
+         "Mistral: limiet of tegoed op (fout 429)."},
         // A provider payload other than Mistral reads as OpenAI.
-        {HerkenningsFout::api(Motor::tolmo, 1234567), "OpenAI gaf een fout (code 1234567).",
-         "api-openai-1234567"},
-        {HerkenningsFout::ongeldigAntwoord(Motor::mistral), "Onverwacht antwoord van Mistral.",
-         "ongeldig-antwoord-mistral"},
-        {HerkenningsFout::limietBereikt(dag),
-         "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw.", "limiet-dag"},
-        {HerkenningsFout::limietBereikt({"plafond", {}, {}}),
-         "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw.",
-         "limiet-plafond"},
-        {HerkenningsFout::serverFout(502), "De Tolmo-server gaf een fout (code 502).",
-         "server-502"},
-        {HerkenningsFout::van(Soort::geenNetwerk), "Geen internet. Probeer het opnieuw.",
-         "geen-netwerk"},
-        {HerkenningsFout::van(Soort::geenAudio), "Geen audio opgenomen. Probeer het opnieuw.",
-         "geen-audio"},
-        {HerkenningsFout::van(Soort::nietsVerstaan), "Niets verstaan. Probeer het opnieuw.",
-         "niets-verstaan"},
-        {HerkenningsFout::van(Soort::opnameMislukt),
-         "Opnemen ging mis, er is niets ingevoegd. Probeer het opnieuw.", "opname-mislukt"},
-        {HerkenningsFout::van(Soort::opnameOnderbroken),
-         "Opname onderbroken: de microfoon veranderde. Er is niets ingevoegd. Probeer het opnieuw.",
-         "opname-onderbroken"},
-        {HerkenningsFout::van(Soort::microfoonBezet),
+        {"api-openai-1234567", HF::api(Motor::tolmo, 1234567),
+         "OpenAI gaf een fout (code 1234567)."},
+        {"ongeldig-antwoord-mistral", HF::ongeldigAntwoord(Motor::mistral),
+         "Onverwacht antwoord van Mistral."},
+        {"limiet-dag", HF::limietBereikt(dag),
+         "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw."},
+        {"limiet-plafond", HF::limietBereikt({"plafond", {}, {}}),
+         "De Tolmo-server zit tijdelijk aan zijn limiet. Probeer het later opnieuw."},
+        {"server-502", HF::serverFout(502), "De Tolmo-server gaf een fout (code 502)."},
+        {"geen-netwerk", HF::van(Soort::geenNetwerk), "Geen internet. Probeer het opnieuw."},
+        {"geen-audio", HF::van(Soort::geenAudio), "Geen audio opgenomen. Probeer het opnieuw."},
+        {"niets-verstaan", HF::van(Soort::nietsVerstaan), "Niets verstaan. Probeer het opnieuw."},
+        {"opname-mislukt", HF::van(Soort::opnameMislukt),
+         "Opnemen ging mis, er is niets ingevoegd. Probeer het opnieuw."},
+        {"opname-onderbroken", HF::van(Soort::opnameOnderbroken),
+         "Opname onderbroken: de microfoon veranderde. Er is niets ingevoegd. Probeer het "
+         "opnieuw."},
+        {"microfoon-bezet", HF::van(Soort::microfoonBezet),
          "Geen geluid van de microfoon. Gebruikt een andere app hem? Sluit die en tik opnieuw op "
-         "Tolmo.",
-         "microfoon-bezet"},
-        {HerkenningsFout::van(Soort::geenToestemming),
-         "Geef eerst toestemming in de Tolmo-app om audio naar de spraakdienst te sturen.",
-         "geen-toestemming"},
-        {HerkenningsFout::van(Soort::opToestelNietBeschikbaar),
+         "Tolmo."},
+        {"geen-toestemming", HF::van(Soort::geenToestemming),
+         "Geef eerst toestemming in de Tolmo-app om audio naar de spraakdienst te sturen."},
+        {"op-toestel-niet-beschikbaar", HF::van(Soort::opToestelNietBeschikbaar),
          "Offline herkennen lukt nog niet: Nederlands staat niet op je iPhone. Open Tolmo een keer "
-         "met internet.",
-         "op-toestel-niet-beschikbaar"},
-        {HerkenningsFout::van(Soort::geenSpraakToestemming),
-         "Offline herkennen: zet Spraakherkenning aan voor Tolmo in Instellingen.",
-         "geen-spraaktoestemming"},
-        {HerkenningsFout::van(Soort::opschonenOpToestelMislukt),
-         "Opschonen op je iPhone lukte niet. Je tekst staat erin zonder opschonen.",
-         "opschonen-op-toestel-mislukt"},
-        {HerkenningsFout::van(Soort::serverNietBereikbaar),
-         "De Tolmo-server is niet bereikbaar. Probeer het opnieuw.", "server-onbereikbaar"},
-        {HerkenningsFout::van(Soort::dictaatTeLang),
+         "met internet."},
+        {"geen-spraaktoestemming", HF::van(Soort::geenSpraakToestemming),
+         "Offline herkennen: zet Spraakherkenning aan voor Tolmo in Instellingen."},
+        {"opschonen-op-toestel-mislukt", HF::van(Soort::opschonenOpToestelMislukt),
+         "Opschonen op je iPhone lukte niet. Je tekst staat erin zonder opschonen."},
+        {"server-onbereikbaar", HF::van(Soort::serverNietBereikbaar),
+         "De Tolmo-server is niet bereikbaar. Probeer het opnieuw."},
+        {"dictaat-te-lang", HF::van(Soort::dictaatTeLang),
          "Dit dictaat is te lang voor de Tolmo-server (maximaal 10 minuten). Er is niets "
-         "ingevoegd.",
-         "dictaat-te-lang"},
-        {HerkenningsFout::van(Soort::audioOngeldig),
-         "De Tolmo-server kon deze opname niet lezen. Er is niets ingevoegd. Probeer het opnieuw.",
-         "audio-ongeldig"},
-        {HerkenningsFout::aanbiederNietBeschikbaar(Motor::mistral),
+         "ingevoegd."},
+        {"audio-ongeldig", HF::van(Soort::audioOngeldig),
+         "De Tolmo-server kon deze opname niet lezen. Er is niets ingevoegd. Probeer het opnieuw."},
+        {"aanbieder-niet-beschikbaar-mistral", HF::aanbiederNietBeschikbaar(Motor::mistral),
          "Deze spraakdienst is nu niet beschikbaar. Probeer het later opnieuw. Je kunt blijven "
-         "typen.",
-         "aanbieder-niet-beschikbaar-mistral"},
-        {HerkenningsFout::toegangGeweigerd(401),
+         "typen."},
+        {"toegang-geweigerd-401", HF::toegangGeweigerd(401),
          "De Tolmo-server weigert je toegangscode (fout 401). Vul je toegangscode opnieuw in bij "
-         "Instellingen in de Tolmo-app.",
-         "toegang-geweigerd-401"},
-        {HerkenningsFout::van(Soort::geenToegangscode),
-         "Geen toegangscode voor de Tolmo-server. Vul hem in bij Instellingen in de Tolmo-app.",
-         "geen-toegangscode"},
-        {HerkenningsFout::van(Soort::geenServeradres),
+         "Instellingen in de Tolmo-app."},
+        {"geen-toegangscode", HF::van(Soort::geenToegangscode),
+         "Geen toegangscode voor de Tolmo-server. Vul hem in bij Instellingen in de Tolmo-app."},
+        {"geen-serveradres", HF::van(Soort::geenServeradres),
          "Er is geen adres van de Tolmo-server ingesteld. Zet het adres in TOLMO_SERVER_URL en "
-         "probeer het opnieuw.",
-         "geen-serveradres"},
+         "probeer het opnieuw."},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.code);
@@ -106,8 +86,8 @@ TEST(HerkenningsFout, EveryCaseHasItsMessageAndCode) {
         // Every message is a complete sentence.
         EXPECT_EQ(g.fout.melding().back(), '.');
     }
-    EXPECT_NE(HerkenningsFout::api(Motor::openAI, 500), HerkenningsFout::api(Motor::mistral, 500));
-    EXPECT_NE(HerkenningsFout::api(Motor::openAI, 500), HerkenningsFout::api(Motor::openAI, 501));
+    EXPECT_NE(HF::api(Motor::openAI, 500), HF::api(Motor::mistral, 500));
+    EXPECT_NE(HF::api(Motor::openAI, 500), HF::api(Motor::openAI, 501));
 }
 
 TEST(HerkenningsFout, TransportErrorsMapByProvider) {
@@ -117,21 +97,19 @@ TEST(HerkenningsFout, TransportErrorsMapByProvider) {
         HerkenningsFout verwacht;
     };
     const Geval gevallen[] = {
-        {UrlFout::timedOut, Motor::mistral, HerkenningsFout::timeout(Motor::mistral)},
-        {UrlFout::timedOut, Motor::openAI, HerkenningsFout::timeout(Motor::openAI)},
-        {UrlFout::badServerResponse, Motor::openAI,
-         HerkenningsFout::ongeldigAntwoord(Motor::openAI)},
-        {UrlFout::cannotParseResponse, Motor::mistral,
-         HerkenningsFout::ongeldigAntwoord(Motor::mistral)},
-        {UrlFout::badURL, Motor::openAI, HerkenningsFout::ongeldigAntwoord(Motor::openAI)},
-        {UrlFout::notConnectedToInternet, Motor::openAI, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::cannotFindHost, Motor::mistral, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::cannotConnectToHost, Motor::mistral, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::secureConnectionFailed, Motor::openAI, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::overig, Motor::openAI, HerkenningsFout::van(Soort::geenNetwerk)},
+        {UrlFout::timedOut, Motor::mistral, HF::timeout(Motor::mistral)},
+        {UrlFout::timedOut, Motor::openAI, HF::timeout(Motor::openAI)},
+        {UrlFout::badServerResponse, Motor::openAI, HF::ongeldigAntwoord(Motor::openAI)},
+        {UrlFout::cannotParseResponse, Motor::mistral, HF::ongeldigAntwoord(Motor::mistral)},
+        {UrlFout::badURL, Motor::openAI, HF::ongeldigAntwoord(Motor::openAI)},
+        {UrlFout::notConnectedToInternet, Motor::openAI, HF::van(Soort::geenNetwerk)},
+        {UrlFout::cannotFindHost, Motor::mistral, HF::van(Soort::geenNetwerk)},
+        {UrlFout::cannotConnectToHost, Motor::mistral, HF::van(Soort::geenNetwerk)},
+        {UrlFout::secureConnectionFailed, Motor::openAI, HF::van(Soort::geenNetwerk)},
+        {UrlFout::overig, Motor::openAI, HF::van(Soort::geenNetwerk)},
     };
     for (const Geval& g : gevallen) {
-        EXPECT_EQ(HerkenningsFout::uitTransportFout(TransportFout(g.code), g.aanbieder), g.verwacht)
+        EXPECT_EQ(HF::uitTransportFout(TransportFout(g.code), g.aanbieder), g.verwacht)
             << static_cast<int>(g.code);
     }
 }

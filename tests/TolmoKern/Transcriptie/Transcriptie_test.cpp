@@ -14,6 +14,7 @@
 #include "TolmoKern/Transcriptie/TestTranscriptie.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "TolmoKern/Transcriptie/TransportFout.h"
+#include "nep/Gevangen.h"
 #include "nep/LoopbackServer.h"
 #include "nep/TijdelijkeOpname.h"
 
@@ -24,7 +25,8 @@ using namespace std::chrono_literals;
 using namespace std::string_literals;
 using nep::LoopbackServer;
 using Antwoord = LoopbackServer::Antwoord;
-using Soort = HerkenningsFout::Soort;
+using HF = HerkenningsFout;
+using Soort = HF::Soort;
 
 const std::string audio = "RIFF\x24\0\0\0WAVEfmt \r\n--\0\xff"s;
 const std::string pad = "v1/audio/transcriptions";
@@ -171,9 +173,7 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
         // Built for the provider under test.
         std::function<HerkenningsFout(Motor)> verwacht;
     };
-    const auto api = [](std::int64_t s) {
-        return [s](Motor m) { return HerkenningsFout::api(m, s); };
-    };
+    const auto api = [](std::int64_t s) { return [s](Motor m) { return HF::api(m, s); }; };
     const auto vast = [](HerkenningsFout f) { return [f](Motor) { return f; }; };
     const Geval gevallen[] = {
         {Route::direct, 401, R"({"error":{"message":"bad key"}})", api(401)},
@@ -181,23 +181,22 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
         {Route::direct, 429, "", api(429)},
         {Route::direct, 500, "kapot", api(500)},
         {Route::direct, 413, "", api(413)},
-        {Route::relay, 413, "", vast(HerkenningsFout::van(Soort::dictaatTeLang))},
+        {Route::relay, 413, "", vast(HF::van(Soort::dictaatTeLang))},
         {Route::relay, 429, R"({"fout":"limiet","soort":"dag"})",
-         vast(HerkenningsFout::limietBereikt(limiet("dag")))},
+         vast(HF::limietBereikt(limiet("dag")))},
         {Route::relay, 429, R"({"fout":"limiet-minuut"})",
-         vast(HerkenningsFout::limietBereikt(limiet("minuut")))},
-        {Route::relay, 429, "", vast(HerkenningsFout::limietBereikt(limiet("plafond")))},
+         vast(HF::limietBereikt(limiet("minuut")))},
+        {Route::relay, 429, "", vast(HF::limietBereikt(limiet("plafond")))},
         {Route::relay, 503, R"({"fout":"aanbieder-niet-beschikbaar"})",
-         [](Motor m) { return HerkenningsFout::aanbiederNietBeschikbaar(m); }},
-        {Route::relay, 503, "", vast(HerkenningsFout::serverFout(503))},
-        {Route::relay, 503, R"({"fout":"onderhoud"})", vast(HerkenningsFout::serverFout(503))},
-        {Route::relay, 400, R"({"fout":"audio"})",
-         vast(HerkenningsFout::van(Soort::audioOngeldig))},
-        {Route::relay, 400, R"({"fout":"veld"})", vast(HerkenningsFout::serverFout(400))},
-        {Route::relay, 400, "audio", vast(HerkenningsFout::serverFout(400))},
-        {Route::relay, 502, "<html>Bad Gateway</html>", vast(HerkenningsFout::serverFout(502))},
-        {Route::relay, 401, "", vast(HerkenningsFout::toegangGeweigerd(401))},
-        {Route::relay, 403, R"({"fout":"toegang"})", vast(HerkenningsFout::toegangGeweigerd(403))},
+         [](Motor m) { return HF::aanbiederNietBeschikbaar(m); }},
+        {Route::relay, 503, "", vast(HF::serverFout(503))},
+        {Route::relay, 503, R"({"fout":"onderhoud"})", vast(HF::serverFout(503))},
+        {Route::relay, 400, R"({"fout":"audio"})", vast(HF::van(Soort::audioOngeldig))},
+        {Route::relay, 400, R"({"fout":"veld"})", vast(HF::serverFout(400))},
+        {Route::relay, 400, "audio", vast(HF::serverFout(400))},
+        {Route::relay, 502, "<html>Bad Gateway</html>", vast(HF::serverFout(502))},
+        {Route::relay, 401, "", vast(HF::toegangGeweigerd(401))},
+        {Route::relay, 403, R"({"fout":"toegang"})", vast(HF::toegangGeweigerd(403))},
     };
     Opstelling o;
     for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
@@ -242,15 +241,13 @@ TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
         std::optional<Antwoord> antwoord;  // nothing: the closed port
         std::function<HerkenningsFout(Motor)> verwacht;
     };
-    const auto onbereikbaar = [](Motor) {
-        return HerkenningsFout::van(Soort::serverNietBereikbaar);
-    };
-    const auto ongeldig = [](Motor m) { return HerkenningsFout::ongeldigAntwoord(m); };
+    const auto onbereikbaar = [](Motor) { return HF::van(Soort::serverNietBereikbaar); };
+    const auto ongeldig = [](Motor m) { return HF::ongeldigAntwoord(m); };
     const Geval gevallen[] = {
-        {"staat stil", Route::direct, traag, [](Motor m) { return HerkenningsFout::timeout(m); }},
+        {"staat stil", Route::direct, traag, [](Motor m) { return HF::timeout(m); }},
         {"staat stil", Route::relay, traag, onbereikbaar},
         {"gesloten poort", Route::direct, std::nullopt,
-         [](Motor) { return HerkenningsFout::van(Soort::geenNetwerk); }},
+         [](Motor) { return HF::van(Soort::geenNetwerk); }},
         {"gesloten poort", Route::relay, std::nullopt, onbereikbaar},
         {"ongeldige JSON", Route::direct, Antwoord::json(200, R"({"text": "hal)"), ongeldig},
         {"ongeldige JSON", Route::relay, Antwoord::json(200, "<html></html>"), ongeldig},
@@ -270,12 +267,9 @@ TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
                 o.server.zetAntwoord(*g.antwoord);
             }
             const auto m = motor(a, g.route, g.antwoord ? o.server.url() : gesloten, 300ms);
-            try {
-                (void)m->transcribeer(o.opname, {}, {});
-                ADD_FAILURE() << "geen fout";
-            } catch (const HerkenningsFout& f) {
-                EXPECT_EQ(f, g.verwacht(alsMotor(a))) << f.code();
-            }
+            EXPECT_EQ(
+                nep::gevangen<HerkenningsFout>([&] { return m->transcribeer(o.opname, {}, {}); }),
+                g.verwacht(alsMotor(a)));
         }
     }
 }
@@ -296,15 +290,15 @@ struct VastTransport final : HTTPTransport {
 // Through the relay, failing to reach it is the relay's problem, whatever the provider; other
 // failures below HTTP keep the meaning they have on the direct route.
 TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
-    const auto onbereikbaar = HerkenningsFout::van(Soort::serverNietBereikbaar);
+    const auto onbereikbaar = HF::van(Soort::serverNietBereikbaar);
     const std::pair<UrlFout, HerkenningsFout> gevallen[] = {
         {UrlFout::cannotFindHost, onbereikbaar},
         {UrlFout::cannotConnectToHost, onbereikbaar},
         {UrlFout::dnsLookupFailed, onbereikbaar},
         {UrlFout::timedOut, onbereikbaar},
         {UrlFout::secureConnectionFailed, onbereikbaar},
-        {UrlFout::notConnectedToInternet, HerkenningsFout::van(Soort::geenNetwerk)},
-        {UrlFout::badServerResponse, HerkenningsFout::ongeldigAntwoord(Motor::mistral)},
+        {UrlFout::notConnectedToInternet, HF::van(Soort::geenNetwerk)},
+        {UrlFout::badServerResponse, HF::ongeldigAntwoord(Motor::mistral)},
     };
     Opstelling o;
     for (const auto& [code, verwacht] : gevallen) {
@@ -314,12 +308,8 @@ TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
         MistralTranscriptie m("code",
                               std::make_shared<TolmoServerTransport>(vast, Aanbieder::mistral),
                               "http://relay.invalid/" + pad);
-        try {
-            (void)m.transcribeer(o.opname, {}, {});
-            ADD_FAILURE() << "geen fout";
-        } catch (const HerkenningsFout& f) {
-            EXPECT_EQ(f, verwacht) << f.code();
-        }
+        EXPECT_EQ(nep::gevangen<HerkenningsFout>([&] { return m.transcribeer(o.opname, {}, {}); }),
+                  verwacht);
     }
 }
 
