@@ -4,8 +4,10 @@
 
 #include <QtGui/qguiapplication_platform.h>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QSocketNotifier>
+#include <QWindow>
 #include <iostream>
 #include <string>
 
@@ -23,6 +25,15 @@ int main(int argc, char** argv) {
     wachtwoord->setEchoMode(QLineEdit::Password);
     wachtwoord->move(0, 40);
     venster.show();
+    // Focus can only go to a viewable window: "klaar" waits until the server shows it, and a
+    // refused focus is no reason to die.
+    QElapsedTimer klok;
+    klok.start();
+    while (!(venster.windowHandle() != nullptr && venster.windowHandle()->isExposed()) &&
+           klok.elapsed() < 5000) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     Display* d = app.nativeInterface<QNativeInterface::QX11Application>()->display();
     const auto w = static_cast<Window>(venster.winId());
     XChangeProperty(d, DefaultRootWindow(d), XInternAtom(d, "_NET_ACTIVE_WINDOW", False), XA_WINDOW,
