@@ -123,6 +123,9 @@ DictaatRegelaar::Opties DictaatRegelaar::metStandaarden(Opties o, const SleutelK
         o.ketenMaker = [&kluis](const TolmoInstellingen& instellingen) {
             return TolmoKeten::bouw(instellingen, kluis, nullptr);
         };
+        if (!o.verwarm) {
+            o.verwarm = &TolmoKeten::verwarm;
+        }
     }
     return o;
 }
@@ -507,6 +510,9 @@ void DictaatRegelaar::start(Bron bron) {
     plakt_ = false;
     zetToestand(Toestand::neemtOp);
     p_.indicator.toon();
+    if (o_.verwarm) {
+        o_.verwarm(dictaat_->instellingen);
+    }
 
     const char* ruis = "uit";
     if (dictaat_->instellingen.ruisonderdrukking &&

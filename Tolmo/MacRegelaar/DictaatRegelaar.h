@@ -125,6 +125,9 @@ class DictaatRegelaar {
         std::string appNaam = "Mac-app";
         // Empty: TolmoKeten::bouw with the key vault and the shared transport.
         KetenMaker ketenMaker;
+        // Called once a recording runs, to open the connection its chain will use while the
+        // user speaks. With the default chain maker: TolmoKeten::verwarm; otherwise none.
+        std::function<void(const TolmoInstellingen&)> verwarm;
         // Wall-clock milliseconds since 1970 for the log and stored dates; empty: the system's.
         std::function<std::int64_t()> wandklok;
         AudioOpnemer::Tijd opnemerTijd = AudioOpnemer::Tijd::echt();

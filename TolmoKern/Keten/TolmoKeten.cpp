@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <thread>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/Vervangingen.h"
@@ -45,6 +46,47 @@ std::int64_t TolmoKeten::telWoorden(const std::string& tekst) {
         }
     }
     return n;
+}
+
+std::optional<std::string> TolmoKeten::eersteAdres(const TolmoInstellingen& instellingen) {
+    const Eindpunten eindpunten = Eindpunten::uitOmgeving();
+    switch (instellingen.motor) {
+        case Motor::openAI:
+            return eindpunten.transcriptie(Aanbieder::openAI);
+        case Motor::mistral:
+            return eindpunten.transcriptie(Aanbieder::mistral);
+        case Motor::tolmo:
+            if (eindpunten.server()) {
+                return eindpunten.serverTranscriptie();
+            }
+            return std::nullopt;
+        case Motor::test:
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+void TolmoKeten::opwarmen(const TolmoInstellingen& instellingen) {
+    const auto adres = eersteAdres(instellingen);
+    if (!adres) {
+        return;
+    }
+    HTTPVerzoek verzoek;
+    verzoek.methode = "GET";
+    verzoek.url = *adres;
+    verzoek.timeout = std::chrono::seconds(5);
+    verzoek.maximaleAntwoordGrootte = 64 * 1024;
+    try {
+        CurlTransport::gedeeld()->verstuur(std::move(verzoek), StopToken{});
+    } catch (const std::exception&) {
+        // Nothing lost: the recording's own request connects.
+    }
+}
+
+void TolmoKeten::verwarm(const TolmoInstellingen& instellingen) {
+    if (eersteAdres(instellingen)) {
+        std::thread([instellingen] { opwarmen(instellingen); }).detach();
+    }
 }
 
 TolmoKeten TolmoKeten::bouw(const TolmoInstellingen& instellingen, const SleutelKluis& sleutels,

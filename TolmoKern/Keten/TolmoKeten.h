@@ -52,6 +52,16 @@ class TolmoKeten {
     static TolmoKeten bouw(const TolmoInstellingen& instellingen, const SleutelKluis& sleutels,
                            std::shared_ptr<HTTPTransport> transport);
 
+    // Where the chain the settings ask for sends the recording; empty for the test engine and
+    // for the relay route without a server address.
+    static std::optional<std::string> eersteAdres(const TolmoInstellingen& instellingen);
+    // Opens that connection now, with a GET whose answer does not matter, through the shared
+    // transport: the recording that follows then finds DNS, TCP and TLS done. opwarmen waits
+    // for it; verwarm leaves it to a thread of its own and returns at once. A failure costs
+    // nothing: the recording connects by itself.
+    static void opwarmen(const TolmoInstellingen& instellingen);
+    static void verwarm(const TolmoInstellingen& instellingen);
+
     // Throws HerkenningsFout, or Geannuleerd when stop is requested at a checkpoint.
     KetenResultaat verwerk(const Opname& opname, Stijl stijl, StopToken stop);
 

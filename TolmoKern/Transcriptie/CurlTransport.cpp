@@ -109,11 +109,14 @@ class VrijeVerbindingen {
         }
         return v;
     }
+    // The set handed back last is taken first, so it is the one kept when the pool is full:
+    // its connection is the newest.
     void geefTerug(std::unique_ptr<Verbinding> v) {
         const std::lock_guard lock(slot_);
-        if (vrij_.size() < CurlTransport::warmeVerbindingen) {
-            vrij_.push_back(std::move(v));
+        if (vrij_.size() >= CurlTransport::warmeVerbindingen) {
+            vrij_.erase(vrij_.begin());
         }
+        vrij_.push_back(std::move(v));
     }
 
   private:

@@ -405,5 +405,30 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
     EXPECT_EQ(gooit(bouw).soort(), Soort::geenToegangscode);
 }
 
+TEST(TolmoKeten, TheRecordingGoesOutOverTheConnectionOpenedWhileTheUserSpoke) {
+    nep::LoopbackServer server;
+    server.zetAntwoord(nep::LoopbackServer::Antwoord::json(200, R"({"text":"Hallo"})"));
+    const nep::OmgevingsVariabele openAI("TOLMO_OPENAI_URL", server.url());
+    const nep::OmgevingsVariabele geenRelay("TOLMO_SERVER_URL", std::nullopt);
+    nep::NepKluis kluis;
+    kluis.sleutels = {{Aanbieder::openAI, "sk-openai"}};
+    nep::TijdelijkeMap map;
+    TolmoInstellingen s = TolmoInstellingen::standaard();
+    s.opschonen = false;
+    for (const Motor m : {Motor::test, Motor::tolmo}) {
+        s.motor = m;
+        EXPECT_FALSE(TolmoKeten::eersteAdres(s)) << motorWaarden.naam(m);
+    }
+    s.motor = Motor::openAI;
+    TolmoKeten::opwarmen(s);
+    ASSERT_EQ(server.aantalVerzoeken(), 1U);
+    EXPECT_EQ(server.verzoeken()[0].methode, "GET");
+    EXPECT_EQ(server.verzoeken()[0].doel, "/v1/audio/transcriptions");
+    TolmoKeten::bouw(s, kluis, nullptr)
+        .verwerk(nep::opnameVan(map.schrijf("o.wav", "RIFF"), 1.5), Stijl::neutraal, {});
+    EXPECT_EQ(server.aantalVerzoeken(), 2U);
+    EXPECT_EQ(server.aantalVerbindingen(), 1U);
+}
+
 }  // namespace
 }  // namespace tolmo
