@@ -60,6 +60,11 @@ void Systeemvak::toon(const Melding& melding) {
     ververs();
 }
 
+void Systeemvak::toonStand() {
+    const MenuStand stand = h_.stand();
+    toon({"Tolmo draait al. " + stand.status, false, std::nullopt});
+}
+
 void Systeemvak::wis() {
     ververs();
 }

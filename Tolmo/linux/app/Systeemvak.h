@@ -26,6 +26,9 @@ class Systeemvak final : public Meldingen {
     void wis() override;
     // Redraws the icon and the menu from the controller's state.
     void ververs();
+    // For a second launch from the menu: a notice with the current state, since the app has no
+    // window of its own to bring forward.
+    void toonStand();
 
   private:
     Handelingen h_;
