@@ -23,6 +23,7 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/Poorten/DraadWerker.h"
 #include "Tolmo/linux/AtSpiFocus.h"
+#include "Tolmo/linux/Autostart.h"
 #include "Tolmo/linux/Bediening.h"
 #include "Tolmo/linux/BestandsKluis.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
@@ -106,7 +107,17 @@ struct Samenstelling {
                     regelaar->wissel(DictaatRegelaar::Bron::menu);
                 }
             },
-            [] { QApplication::quit(); }});
+            [] { QApplication::quit(); }, [] { return Autostart::aan(Autostart::pad()); },
+            [](bool aan) {
+                if (aan) {
+                    // The path this binary runs from: the installed one when started from the
+                    // menu.
+                    Autostart::zetAan(Autostart::pad(),
+                                      QApplication::applicationFilePath().toStdString());
+                } else {
+                    Autostart::zetUit(Autostart::pad());
+                }
+            }});
         DictaatRegelaar::Opties opties;
         opties.versie = TOLMO_VERSIE;
         opties.opnameMap = opnameMap();
