@@ -53,13 +53,26 @@ bool Autostart::aan(const std::filesystem::path& bestand) {
     if (!in) {
         return false;
     }
+    // Keys may have spaces around the '='.
+    const auto zonderRand = [](std::string_view t) {
+        const auto begin = t.find_first_not_of(" \t\r");
+        return begin == std::string_view::npos
+                   ? std::string_view()
+                   : t.substr(begin, t.find_last_not_of(" \t\r") - begin + 1);
+    };
     bool inEntry = false;
     for (std::string regel; std::getline(in, regel);) {
-        if (regel.starts_with('[')) {
-            inEntry = regel == "[Desktop Entry]";
-        } else if (inEntry &&
-                   (regel == "Hidden=true" || regel == "X-GNOME-Autostart-enabled=false")) {
-            return false;
+        const std::string_view r = zonderRand(regel);
+        const auto is = r.find('=');
+        if (r.starts_with('[')) {
+            inEntry = r == "[Desktop Entry]";
+        } else if (inEntry && is != std::string_view::npos) {
+            const auto sleutel = zonderRand(r.substr(0, is));
+            const auto waarde = zonderRand(r.substr(is + 1));
+            if ((sleutel == "Hidden" && waarde == "true") ||
+                (sleutel == "X-GNOME-Autostart-enabled" && waarde == "false")) {
+                return false;
+            }
         }
     }
     return true;

@@ -38,7 +38,7 @@ TEST(AutostartTest, OnAndOff) {
         bool aan;
     };
     for (const Geval& g :
-         {Geval{"Hidden=true\n", false}, Geval{"X-GNOME-Autostart-enabled=false\n", false},
+         {Geval{"Hidden=true\n", false}, Geval{"X-GNOME-Autostart-enabled = false\n", false},
           Geval{"[Desktop Action x]\nHidden=true\n", true}}) {
         std::ofstream(bestand) << Autostart::inhoud("/usr/bin/tolmo-app") << g.extra;
         EXPECT_EQ(Autostart::aan(bestand), g.aan) << g.extra;
