@@ -2,7 +2,9 @@
 
 #include <QPainter>
 #include <QPixmap>
+#include <exception>
 #include <iostream>
+#include <string>
 
 namespace tolmo {
 namespace {
@@ -34,10 +36,28 @@ Systeemvak::Systeemvak(Handelingen handelingen) : h_(std::move(handelingen)) {
     actie_ = menu_.addAction(QString());
     QObject::connect(actie_, &QAction::triggered, &menu_, [this] { h_.actie(huidigeActie_); });
     menu_.addSeparator();
+    inloggen_ = menu_.addAction(QStringLiteral("Starten bij inloggen"));
+    inloggen_->setCheckable(true);
+    inloggen_->setChecked(h_.startBijInloggen());
+    // triggered, not toggled: only the user's click writes the file, not the menu catching up
+    // with it.
+    QObject::connect(inloggen_, &QAction::triggered, &menu_, [this](bool aan) {
+        try {
+            h_.zetStartBijInloggen(aan);
+        } catch (const std::exception& e) {
+            toon({std::string("Starten bij inloggen instellen lukte niet: ") + e.what(), true,
+                  std::nullopt});
+        }
+        inloggen_->setChecked(h_.startBijInloggen());
+    });
     QObject::connect(menu_.addAction(QStringLiteral("Afsluiten")), &QAction::triggered, &menu_,
                      [this] { h_.afsluiten(); });
     // The menu is brought up to date as it opens, so it never shows a state already left.
-    QObject::connect(&menu_, &QMenu::aboutToShow, &menu_, [this] { ververs(); });
+    // The session's own startup settings may change the autostart entry while we run.
+    QObject::connect(&menu_, &QMenu::aboutToShow, &menu_, [this] {
+        ververs();
+        inloggen_->setChecked(h_.startBijInloggen());
+    });
     icoon_.setContextMenu(&menu_);
     QObject::connect(&icoon_, &QSystemTrayIcon::activated, &menu_,
                      [this](QSystemTrayIcon::ActivationReason reden) {
@@ -58,6 +78,11 @@ void Systeemvak::toon(const Melding& melding) {
             melding.isFout ? QSystemTrayIcon::Warning : QSystemTrayIcon::Information);
     }
     ververs();
+}
+
+void Systeemvak::toonStand() {
+    const MenuStand stand = h_.stand();
+    toon({"Tolmo draait al. " + stand.status, false, std::nullopt});
 }
 
 void Systeemvak::wis() {

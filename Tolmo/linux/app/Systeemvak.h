@@ -9,7 +9,8 @@
 
 namespace tolmo {
 
-// The tray icon and its menu: the status line, the one dictation action, quitting. Messages show
+// The tray icon and its menu: the status line, the one dictation action, start at login,
+// quitting. Messages show
 // as tray notices and on standard error, which is where a desktop session without a tray (and a
 // test) sees them.
 class Systeemvak final : public Meldingen {
@@ -18,6 +19,9 @@ class Systeemvak final : public Meldingen {
         std::function<MenuStand()> stand;
         std::function<void(MenuStand::Actie)> actie;
         std::function<void()> afsluiten;
+        std::function<bool()> startBijInloggen;
+        // Throws std::exception when the change cannot be made; the user is told.
+        std::function<void(bool)> zetStartBijInloggen;
     };
 
     explicit Systeemvak(Handelingen handelingen);
@@ -26,6 +30,9 @@ class Systeemvak final : public Meldingen {
     void wis() override;
     // Redraws the icon and the menu from the controller's state.
     void ververs();
+    // For a second launch from the menu: a notice with the current state, since the app has no
+    // window of its own to bring forward.
+    void toonStand();
 
   private:
     Handelingen h_;
@@ -33,6 +40,7 @@ class Systeemvak final : public Meldingen {
     QMenu menu_;
     QAction* status_;
     QAction* actie_;
+    QAction* inloggen_;
     MenuStand::Actie huidigeActie_ = MenuStand::Actie::start;
 };
 

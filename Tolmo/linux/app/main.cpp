@@ -7,9 +7,9 @@
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QLockFile>
 #include <QSocketNotifier>
-#include <QStandardPaths>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -23,6 +23,8 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/Poorten/DraadWerker.h"
 #include "Tolmo/linux/AtSpiFocus.h"
+#include "Tolmo/linux/Autostart.h"
+#include "Tolmo/linux/Bediening.h"
 #include "Tolmo/linux/BestandsKluis.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/LogBestand.h"
@@ -105,7 +107,17 @@ struct Samenstelling {
                     regelaar->wissel(DictaatRegelaar::Bron::menu);
                 }
             },
-            [] { QApplication::quit(); }});
+            [] { QApplication::quit(); }, [] { return Autostart::aan(Autostart::pad()); },
+            [](bool aan) {
+                if (aan) {
+                    // The path this binary runs from: the installed one when started from the
+                    // menu.
+                    Autostart::zetAan(Autostart::pad(),
+                                      QApplication::applicationFilePath().toStdString());
+                } else {
+                    Autostart::zetUit(Autostart::pad());
+                }
+            }});
         DictaatRegelaar::Opties opties;
         opties.versie = TOLMO_VERSIE;
         opties.opnameMap = opnameMap();
@@ -136,7 +148,48 @@ struct Samenstelling {
         regelaar->opstarten();
         vak->ververs();
     }
+
+    // A command from `tolmo-app --start` and the like, or from a second launch. The controller
+    // knows a hold key, the toggle combination and the menu; a shortcut bound outside the app
+    // is closest to the toggle combination, so it starts as one (and is logged as one).
+    void voerUit(Opdracht opdracht) {
+        switch (opdracht) {
+            case Opdracht::start:
+                regelaar->start(DictaatRegelaar::Bron::wisselsneltoets);
+                break;
+            case Opdracht::stop:
+                regelaar->stop();
+                break;
+            case Opdracht::wissel:
+                regelaar->wissel(DictaatRegelaar::Bron::wisselsneltoets);
+                break;
+            case Opdracht::annuleer:
+                regelaar->annuleer();
+                break;
+            case Opdracht::toon:
+                vak->toonStand();
+                break;
+        }
+    }
 };
+
+// Sends a command to the running instance; the exit status for main.
+int stuurOpdracht(Opdracht opdracht) {
+    try {
+        const Bezorging b = stuur(bedieningsPad(), opdracht);
+        if (b.uitslag == Bezorging::Uitslag::afgeleverd) {
+            return 0;
+        }
+        if (b.uitslag == Bezorging::Uitslag::draaitNiet) {
+            std::cerr << "tolmo-app: Tolmo draait niet. Start eerst tolmo-app.\n";
+        } else {
+            std::cerr << "tolmo-app: " << b.fout << "\n";
+        }
+    } catch (const std::exception& e) {
+        std::cerr << "tolmo-app: " << e.what() << "\n";
+    }
+    return 1;
+}
 
 // SIGTERM and SIGINT end the app through its event loop, so quitting still cancels a
 // recording and puts a waiting clipboard back.
@@ -152,6 +205,20 @@ void opSignaal(int /*signaal*/) {
 
 int main(int argc, char** argv) {
     using namespace tolmo;
+    const Aanroep aanroep = leesAanroep(std::vector<std::string>(argv + 1, argv + argc));
+    switch (aanroep.soort) {
+        case Aanroep::Soort::hulp:
+            std::cout << gebruik;
+            return 0;
+        case Aanroep::Soort::fout:
+            std::cerr << "tolmo-app: " << aanroep.fout << "\n" << gebruik;
+            return 2;
+        case Aanroep::Soort::opdracht:
+            // No display needed: a compositor's binding may run it from anywhere in the session.
+            return stuurOpdracht(aanroep.opdracht);
+        case Aanroep::Soort::app:
+            break;
+    }
     // Keys, clipboard and focus are X11's: under Wayland the app runs through XWayland and sees
     // only X11 windows.
     if (std::getenv("DISPLAY") == nullptr) {
@@ -165,10 +232,33 @@ int main(int argc, char** argv) {
     // The tray icon holds the app; closing the consent box or the indicator does not end it.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    QLockFile slot(QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
-                       .filePath(QStringLiteral("tolmo-app.lock")));
+    QApplication::setDesktopFileName(QStringLiteral("tolmo-app"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tolmo-app")));
+
+    // The lock decides which instance owns the control socket next to it.
+    std::filesystem::path map;
+    try {
+        map = bedieningsMap();
+    } catch (const std::exception& e) {
+        std::cerr << "tolmo-app: " << e.what() << "\n";
+        return 1;
+    }
+    QLockFile slot(QString::fromStdString((map / "tolmo-app.lock").string()));
     if (!slot.tryLock(0)) {
+        // Launched again from the menu: the running one shows itself, and this is no error.
+        if (stuur(map / "tolmo-app.sock", Opdracht::toon).uitslag ==
+            Bezorging::Uitslag::afgeleverd) {
+            std::cerr << "tolmo-app: Tolmo draait al; zie het systeemvak.\n";
+            return 0;
+        }
         std::cerr << "tolmo-app: Tolmo draait al in deze sessie.\n";
+        return 1;
+    }
+    std::unique_ptr<BedieningsServer> bediening;
+    try {
+        bediening = std::make_unique<BedieningsServer>(map / "tolmo-app.sock");
+    } catch (const std::exception& e) {
+        std::cerr << "tolmo-app: bediening niet beschikbaar: " << e.what() << "\n";
         return 1;
     }
 
@@ -195,6 +285,13 @@ int main(int argc, char** argv) {
         std::cerr << "tolmo-app: " << e.what() << "\n";
         return 1;
     }
+    // Commands wait in the socket's queue until the loop runs, so none arrives half built.
+    QSocketNotifier opdrachten(bediening->descriptor(), QSocketNotifier::Read);
+    QObject::connect(&opdrachten, &QSocketNotifier::activated, &app, [&s, &bediening] {
+        for (const Opdracht o : bediening->verwerk()) {
+            s->voerUit(o);
+        }
+    });
     QObject::connect(&app, &QApplication::aboutToQuit, &app, [&s] {
         // Cancels a running dictation, releases the keys and puts a waiting clipboard back,
         // which a clipboard manager then keeps once we are gone.

@@ -243,5 +243,28 @@ TEST_F(TolmoAppTest, TheToggleCombinationStartsAndStops) {
         << "veld: " << v.veld;
 }
 
+// A shortcut bound outside the app (a desktop's custom shortcut, a compositor's binding) drives
+// the running instance through `tolmo-app --start` and `--stop`; a second plain launch shows it.
+TEST_F(TolmoAppTest, TheControlCommandDrivesTheRunningApp) {
+    const auto roep = [this](std::vector<std::string> args) {
+        return nep::voerProcesUit(TOLMO_APP_PAD, args, omgeving());
+    };
+    const auto zonderApp = roep({"--stop"});
+    EXPECT_EQ(zonderApp.status, 1);
+    EXPECT_EQ(zonderApp.fout, "tolmo-app: Tolmo draait niet. Start eerst tolmo-app.\n");
+    TestVenster v("tolmotest");
+    ASSERT_TRUE(v.ok());
+    startApp();
+    EXPECT_EQ(roep({}).status, 0);
+    EXPECT_TRUE(app_->wachtOpFout("Tolmo: Tolmo draait al. Klaar om te dicteren", 5s));
+    ASSERT_EQ(roep({"--start"}).status, 0);
+    ASSERT_TRUE(app_->wachtOpFout("toestand neemt op", 5s));
+    nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
+    v.pomp([] { return false; }, 1200ms);
+    ASSERT_EQ(roep({"--stop"}).status, 0);
+    EXPECT_TRUE(v.pomp([&] { return v.veld.find(dictaat) != std::string::npos; }, 15s))
+        << "veld: " << v.veld;
+}
+
 }  // namespace
 }  // namespace tolmo
