@@ -1,5 +1,6 @@
 #include "TolmoServer/Metingen.h"
 
+#include <fstream>
 #include <sstream>
 
 namespace tolmo::server {
@@ -55,7 +56,25 @@ void Metingen::audio(double seconden) {
     audioSeconden_ += seconden;
 }
 
+namespace {
+
+// The process's resident memory in bytes, as the kernel reports it (VmRSS), or -1 off Linux:
+// what an operator watches when many clients hold connections open.
+long long residentGeheugen() {
+    std::ifstream status("/proc/self/status");
+    std::string regel;
+    while (std::getline(status, regel)) {
+        if (regel.starts_with("VmRSS:")) {
+            return std::stoll(regel.substr(6)) * 1024;
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
 std::string Metingen::tekst() const {
+    const long long rss = residentGeheugen();  // file reading, outside the lock
     const std::lock_guard slot(m_);
     std::ostringstream o;
     o << "# HELP tolmo_verzoeken_totaal Verzoeken per route, aanbieder en status.\n"
@@ -78,7 +97,10 @@ std::string Metingen::tekst() const {
       << "tolmo_audio_seconden_totaal " << audioSeconden_ << "\n"
       << "# HELP tolmo_verbindingen Open verbindingen van klanten.\n"
          "# TYPE tolmo_verbindingen gauge\n"
-      << "tolmo_verbindingen " << verbindingen_.load() << "\n";
+      << "tolmo_verbindingen " << verbindingen_.load() << "\n"
+      << "# HELP process_resident_memory_bytes Geheugen in gebruik (VmRSS).\n"
+         "# TYPE process_resident_memory_bytes gauge\n"
+      << "process_resident_memory_bytes " << rss << "\n";
     return o.str();
 }
 

@@ -52,6 +52,14 @@ class Opslag {
     virtual void verreken(std::int64_t reservering, bool gebruikt) = 0;
     // Gives back the reservations older than their time-out.
     virtual void ruimOp() = 0;
+
+    // Counts a request of the code in clock minute `minuut` (Unix seconds / 60): true when it
+    // stays within `perMinuut`. Only a store that instances share counts, so that N instances
+    // admit the limit once and not N times; the others return nothing and each process counts.
+    virtual std::optional<bool> telVerzoek(std::int64_t /*codeId*/, std::int64_t /*minuut*/,
+                                           std::int64_t /*perMinuut*/) {
+        return std::nullopt;
+    }
 };
 
 // SQLite for a path, PostgreSQL for a libpq connection string ("postgresql://..." or

@@ -26,6 +26,8 @@ constexpr const char* schemaStappen[] = {
     "CREATE TABLE reserveringen (id BIGSERIAL PRIMARY KEY, code_id BIGINT NOT NULL,"
     " dag TEXT NOT NULL, seconden BIGINT NOT NULL, verloopt TIMESTAMPTZ NOT NULL);"
     "CREATE INDEX reserveringen_verloopt ON reserveringen (verloopt)",
+    "CREATE TABLE verzoeken_per_minuut (code_id BIGINT NOT NULL, minuut BIGINT NOT NULL,"
+    " aantal BIGINT NOT NULL, PRIMARY KEY (code_id, minuut))",
 };
 
 // A failed statement with its SQLSTATE, so that a taken name can be told from a lost line.
@@ -291,6 +293,24 @@ void PostgresOpslag::ruimOp() {
         " UPDATE gebruik g SET seconden = GREATEST(0, g.seconden - s.s) FROM s"
         " WHERE g.code_id = s.code_id AND g.dag = s.dag",
         {}, true);
+    // Past minutes, with a margin for instances whose clocks differ a little.
+    voer(
+        "DELETE FROM verzoeken_per_minuut WHERE minuut < extract(epoch FROM now())::bigint / 60 - "
+        "2",
+        {}, true);
+}
+
+std::optional<bool> PostgresOpslag::telVerzoek(std::int64_t codeId, std::int64_t minuut,
+                                               std::int64_t perMinuut) {
+    // One statement: the minute's row is made or raised only while it stays below the limit
+    // (ON CONFLICT re-checks on the locked row), so concurrent instances never pass it. Not
+    // retried: the count may have been committed before the line broke.
+    return voer(
+               "INSERT INTO verzoeken_per_minuut AS v (code_id, minuut, aantal) VALUES ($1, $2, 1)"
+               " ON CONFLICT (code_id, minuut) DO UPDATE SET aantal = v.aantal + 1"
+               " WHERE v.aantal < $3 RETURNING aantal",
+               {std::to_string(codeId), std::to_string(minuut), std::to_string(perMinuut)}, false)
+               .rijen() > 0;
 }
 
 }  // namespace tolmo::server

@@ -37,6 +37,8 @@ class PostgresOpslag final : public Opslag {
                                           std::int64_t seconden) override;
     void verreken(std::int64_t reservering, bool gebruikt) override;
     void ruimOp() override;
+    std::optional<bool> telVerzoek(std::int64_t codeId, std::int64_t minuut,
+                                   std::int64_t perMinuut) override;
 
     class Resultaat;
 

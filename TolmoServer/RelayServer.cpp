@@ -445,9 +445,19 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     if (const auto lengte = p.content_length(); lengte && *lengte > max) {
         co_return zonderBody(weiger(413, "te-groot"));
     }
-    if (const auto wacht =
-            snelheid.tel(code->id, c.verzoekenPerMinuut, std::chrono::system_clock::now())) {
-        co_return zonderBody(limiet("verzoeken-per-minuut", *wacht));
+    const auto nu = std::chrono::system_clock::now();
+    const auto seconden =
+        std::chrono::duration_cast<std::chrono::seconds>(nu.time_since_epoch()).count();
+    std::optional<bool> gedeeld;
+    try {
+        gedeeld = co_await opOpslag(
+            [&] { return opslag->telVerzoek(code->id, seconden / 60, c.verzoekenPerMinuut); });
+    } catch (const OpslagFout& f) {
+        log(std::string("Opslag niet bereikbaar: ") + f.what());
+        co_return zonderBody(opslagWeg());
+    }
+    if (gedeeld ? !*gedeeld : snelheid.tel(code->id, c.verzoekenPerMinuut, nu).has_value()) {
+        co_return zonderBody(limiet("verzoeken-per-minuut", 60 - seconden % 60));
     }
     const std::string& sleutel = keuze == "openai" ? c.openAISleutel : c.mistralSleutel;
     if (sleutel.empty()) {

@@ -1,5 +1,7 @@
 // tolmo-server: the relay the apps dictate through. Serves by default; "code ..." manages the
 // access codes in the same store.
+#include <sys/resource.h>
+
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -36,6 +38,18 @@ void logRegel(const std::string& regel) {
     std::fwrite(uit.data(), 1, uit.size(), stderr);
 }
 
+// Each client connection takes a descriptor, and distributions start processes with a soft
+// limit of 1024 under a hard limit many times that: without raising it, a few hundred idle
+// clients would exhaust the server. Done before the configuration is read, whose default for
+// max-verbindingen is half the limit.
+void verhoogDescriptorLimiet() {
+    rlimit r{};
+    if (::getrlimit(RLIMIT_NOFILE, &r) == 0 && r.rlim_cur < r.rlim_max) {
+        r.rlim_cur = r.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &r);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -61,6 +75,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     try {
+        verhoogDescriptorLimiet();
         Configuratie c = Configuratie::laad(configBestand);
         if (!database.empty()) {
             c.database = database;

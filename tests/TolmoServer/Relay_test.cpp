@@ -1,10 +1,12 @@
 // tolmo-server as operators run it: the real binary on loopback in front of a loopback fake
 // provider, reached by the app's own transport, by the tolmo command and by npm's openai package.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -105,6 +107,9 @@ class RelayTest : public ::testing::Test {
                      {"TOLMO_SERVER_MAX_VERBINDINGEN_PER_ADRES", "450"},
                      {"OPENAI_API_KEY", sleutel},
                      {"MISTRAL_API_KEY", sleutel}};
+        for (const auto& [k, w] : extra_) {
+            omgeving_[k] = w;
+        }
         server_ = std::make_unique<nep::LopendProces>(TOLMO_SERVER_PAD, std::vector<std::string>{},
                                                       nep::LopendProces::Opties{omgeving_});
         ASSERT_TRUE(server_->wachtOpFout("luistert op", 10s));
@@ -142,6 +147,7 @@ class RelayTest : public ::testing::Test {
         return r;
     }
 
+    std::map<std::string, std::string> extra_;  // settings a derived fixture changes
     nep::TijdelijkeMap tijdelijk_;
     const fs::path map_ = tijdelijk_.pad();
     LoopbackServer nep_;
@@ -306,6 +312,56 @@ TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
     EXPECT_NE(voer(TOLMO_SERVER_PAD, {"code", "lijst"})
                   .uit.find("vijand                  60              0 "),
               std::string::npos);
+}
+
+// Started under the soft descriptor limit distributions give (1024): the server must raise it.
+struct RelayVeelVerbindingenTest : RelayTest {
+    RelayVeelVerbindingenTest() {
+        ::getrlimit(RLIMIT_NOFILE, &limiet);
+        ::setrlimit(RLIMIT_NOFILE, std::data({rlimit{1024, limiet.rlim_max}}));
+        extra_ = {{"TOLMO_SERVER_KOP_TIMEOUT", "120"},
+                  {"TOLMO_SERVER_MAX_VERBINDINGEN", "10100"},
+                  {"TOLMO_SERVER_MAX_VERBINDINGEN_PER_ADRES", "10000"}};
+    }
+    rlimit limiet{};
+};
+
+// 10,000 idle connections from 127.0.0.2 do not keep a dictation from 127.0.0.1, nor /gezond,
+// from being served within 2 s. Prints the server's resident memory without and with them.
+TEST_F(RelayVeelVerbindingenTest, TienduizendStilleVerbindingen) {
+    if (limiet.rlim_max < 10500 || ::setrlimit(RLIMIT_NOFILE, &limiet) != 0) {
+        GTEST_SKIP() << "Harde descriptorlimiet " << limiet.rlim_max << " < 10500 (ulimit -Hn).";
+    }
+    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
+    const auto rssBij = [&](const std::string& verbindingen) {  // MiB, once /metrics counts them
+        std::string m;
+        for (int i = 0; i < 100 && m.find("verbindingen " + verbindingen + "\n") > m.size(); ++i) {
+            m = relay::stuur(poort, "GET /metrics HTTP/1.1\r\nConnection: close\r\n\r\n");
+        }
+        return std::stod(m.substr(m.find("\nprocess_resident_memory_bytes ") + 31)) / 1048576;
+    };
+    const double zonder = rssBij("1");
+    net::io_context io;
+    std::vector<net::ip::tcp::socket> stil;
+    int verbonden = 0;
+    for (int i = 0; i < 10000; ++i) {
+        auto& s = stil.emplace_back(io, net::ip::tcp::v4());
+        // The port is chosen at connect: earlier runs' ports in TIME_WAIT stay usable.
+        s.set_option(net::detail::socket_option::boolean<IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT>(1));
+        s.bind({net::ip::make_address("127.0.0.2"), 0});
+        s.async_connect({net::ip::make_address("127.0.0.1"), poort},
+                        [&](const boost::system::error_code& ec) { verbonden += !ec; });
+    }
+    io.run_for(30s);  // a server that stops accepting would hold a blocking connect for minutes
+    ASSERT_EQ(verbonden, 10000);
+    const double met = rssBij("10001");
+    for (const auto& v : {relay::transcriptieVerzoek(maakCode("stil", 60), 1),
+                          std::string("GET /gezond HTTP/1.1\r\nConnection: close\r\n\r\n")}) {
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(relay::stuur(poort, v).substr(0, 12), "HTTP/1.1 200");
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+    }
+    std::printf("VmRSS: %.1f MiB zonder, %.1f MiB met 10000 stille verbindingen\n", zonder, met);
 }
 
 // npm's openai package, a client we did not write, on both routes and on a refusal.
