@@ -122,7 +122,8 @@ std::optional<XID> X11Klembord::clientVan(Display* display, Window venster) {
     if (XResQueryClientIds(display, 1, &vraag, &aantal, &waarden) == Success) {
         for (long i = 0; i < aantal && !client; ++i) {
             if (XResGetClientIdType(&waarden[i]) == XRES_CLIENT_ID_XID) {
-                client = waarden[i].spec.client;
+                // A value begins with the id it answers for (standard layout, first member).
+                client = reinterpret_cast<const XResClientIdSpec*>(&waarden[i])->client;
             }
         }
         XResClientIdsDestroy(aantal, waarden);
