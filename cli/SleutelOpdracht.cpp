@@ -21,14 +21,6 @@ const char* SleutelOpdracht::hulp() {
            "OPENAI_API_KEY, MISTRAL_API_KEY en TOLMO_TOEGANGSCODE gaan voor op het bestand.\n";
 }
 
-std::string SleutelOpdracht::gemaskeerd(const std::string& waarde) {
-    const std::u32string c = Tekst::codepunten(waarde);
-    if (c.size() <= 8) {
-        return std::string(c.size(), '*');
-    }
-    return Tekst::utf8(c.substr(0, 3)) + "…" + Tekst::utf8(c.substr(c.size() - 4));
-}
-
 int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& omgeving) {
     BestandsKluis kluis(omgeving.configMap, omgeving.omgeving);
     if (args.empty()) {
@@ -36,7 +28,7 @@ int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
                                  BestandsKluis::Soort::server}) {
             omgeving.uit << BestandsKluis::naam(soort) << ": ";
             if (const auto g = kluis.zoek(soort)) {
-                omgeving.uit << gemaskeerd(g->waarde) << " (" << g->bron << ")\n";
+                omgeving.uit << Sleutelbeheer::gemaskeerd(g->waarde) << " (" << g->bron << ")\n";
             } else {
                 omgeving.uit << "niet ingesteld\n";
             }

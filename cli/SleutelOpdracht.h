@@ -12,8 +12,6 @@ class SleutelOpdracht {
   public:
     static int voerUit(const std::vector<std::string>& args, CliOmgeving& omgeving);
     static const char* hulp();
-    // Shows enough of a secret to recognise it, never enough to use it.
-    static std::string gemaskeerd(const std::string& waarde);
 };
 
 }  // namespace tolmo::cli

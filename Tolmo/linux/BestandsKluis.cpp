@@ -35,26 +35,6 @@ std::optional<std::string> BestandsKluis::echteOmgeving(const char* naam) {
     return std::string(w);
 }
 
-std::optional<BestandsKluis::Soort> BestandsKluis::soortUit(std::string_view naam) {
-    return soortNamen.zoek(naam);
-}
-
-std::string_view BestandsKluis::naam(Soort soort) {
-    return soortNamen.naam(soort);
-}
-
-std::string_view BestandsKluis::omgevingsvariabele(Soort soort) {
-    switch (soort) {
-        case Soort::openai:
-            return "OPENAI_API_KEY";
-        case Soort::mistral:
-            return "MISTRAL_API_KEY";
-        case Soort::server:
-            return "TOLMO_TOEGANGSCODE";
-    }
-    return {};
-}
-
 std::optional<BestandsKluis::Gevonden> BestandsKluis::zoek(Soort soort) const {
     const std::string variabele(omgevingsvariabele(soort));
     if (omgeving_) {
@@ -68,16 +48,6 @@ std::optional<BestandsKluis::Gevonden> BestandsKluis::zoek(Soort soort) const {
         return std::nullopt;
     }
     return Gevonden{it->get<std::string>(), "bestand"};
-}
-
-std::optional<std::string> BestandsKluis::sleutel(Aanbieder aanbieder) const {
-    auto g = zoek(aanbieder == Aanbieder::mistral ? Soort::mistral : Soort::openai);
-    return g ? std::optional<std::string>(std::move(g->waarde)) : std::nullopt;
-}
-
-std::optional<std::string> BestandsKluis::toegangscode() const {
-    auto g = zoek(Soort::server);
-    return g ? std::optional<std::string>(std::move(g->waarde)) : std::nullopt;
 }
 
 void BestandsKluis::zet(Soort soort, const std::string& waarde) {
