@@ -23,7 +23,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   find_package(X11 REQUIRED)
 endif()
 if(TOLMO_APP)
-  find_package(Qt6 REQUIRED COMPONENTS Widgets)
+  find_package(Qt6 REQUIRED COMPONENTS Widgets Test)
 endif()
 if(TOLMO_TESTS AND TOLMO_GTEST_UIT_BRON)
   # Debian's GoogleTest libraries are built against libstdc++; with another standard library the
