@@ -17,7 +17,6 @@ LogboekTab::LogboekTab(DictaatRegelaar& regelaar, QWidget* ouder)
     auto* indeling = new QVBoxLayout(this);
     tekst_ = new QPlainTextEdit(this);
     tekst_->setReadOnly(true);
-    tekst_->setLineWrapMode(QPlainTextEdit::NoWrap);
     tekst_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     // The log itself keeps no more; the view drops the oldest as the log does.
     tekst_->setMaximumBlockCount(static_cast<int>(Logboek::maximum));

@@ -89,6 +89,14 @@ StijlenTab::StijlenTab(DictaatRegelaar& regelaar, const std::vector<AppStijl>& p
     tabel_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     indeling->addWidget(tabel_, 1);
 
+    auto* platform = new QLabel(
+        "Gangbare Linux-apps zoals Thunderbird, Telegram en terminals krijgen hun eigen stijl "
+        "ook als ze hier niet staan. Met Ingebouwde lijst herstellen zet je ze erbij, zodat je "
+        "hun stijl kunt kiezen.",
+        this);
+    platform->setWordWrap(true);
+    indeling->addWidget(platform);
+
     auto* knoppen = new QHBoxLayout;
     auto* voegToe = new QPushButton("Vorige app toevoegen", this);
     voegToe->setToolTip("Voegt de app toe die voor de instellingen actief was.");

@@ -53,8 +53,7 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
     spraakdienst_ = waarde(dienst);
     dienstIndeling->addWidget(spraakdienst_);
     auto* uitleg = waarde(dienst);
-    uitleg->setText(tekst(CloudToestemming::tekst));
-    uitleg->setEnabled(false);
+    uitleg->setText("Waar je mee instemt: " + tekst(CloudToestemming::tekst));
     dienstIndeling->addWidget(uitleg);
     indeling->addWidget(dienst);
     indeling->addStretch();

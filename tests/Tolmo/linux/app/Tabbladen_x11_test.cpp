@@ -27,6 +27,8 @@
 #include "nep/QtTest.h"
 // Last: Xlib's macros.
 #include "Tolmo/linux/X11Focus.h"
+#include "Tolmo/linux/X11ToetsBron.h"
+#include "Tolmo/linux/X11Verbinding.h"
 
 namespace tolmo {
 namespace {
@@ -341,9 +343,8 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
         o.groep.verwijder(std::string(CloudToestemming::sleutel));
     });
     bool volgt = true;
-    const ToetsBron::Teksten x11{.viaTap = "XInput2 (ruwe toetsen)",
-                                 .geen = "niets (XInput2 ontbreekt op deze X-server)"};
-    auto& tab = z.bouw(x11, [&volgt] { return volgt; });
+    X11Verbinding x;
+    auto& tab = z.bouw(X11ToetsBron(x).teksten(), [&volgt] { return volgt; });
     EXPECT_THAT(z.melding(), testing::HasSubstr("Nee: XInput2 ontbreekt op deze X-server"));
     EXPECT_THAT(z.melding(), testing::HasSubstr("niets (XInput2 ontbreekt op deze X-server)."));
     EXPECT_THAT(z.melding(), testing::HasSubstr("Nog niet gegeven."));
@@ -387,7 +388,8 @@ TEST(Tabbladen, TekstenEnSchermafdrukken) {
     });
     woorden.bouw();
     woorden.o.dicteer();
-    toestemmingen.bouw(ToetsBron::Teksten{}, [] { return true; });
+    X11Verbinding x;
+    toestemmingen.bouw(X11ToetsBron(x).teksten(), [] { return true; });
     logboek.bouw();
     struct Rij {
         QWidget* tab;
