@@ -254,6 +254,8 @@ TEST(Tabbladen, EenVoorstelToevoegenEnDeGrensVanDeLijst) {
 TEST(Tabbladen, EenVervangingBewerken) {
     using Tabel = std::map<std::string, std::vector<std::string>>;
     const Tabel begin{{"Tolmo", {"tolmo", "tol mo"}}, {"KLM", {"ka el em"}}};
+    const Tabel meer{{"Tolmo", {"tolmo", "tol mo"}}, {"KLM", {"ka el em", "kaelem"}}};
+    const Tabel hernoemd{{"Tolmo", {"tolmo", "tol mo"}}, {"K.L.M.", {"ka el em"}}};
     struct Geval {
         const char* naam;
         int kolom;  // of the "KLM" row, the first
@@ -262,16 +264,8 @@ TEST(Tabbladen, EenVervangingBewerken) {
         std::string melding;
     };
     const std::vector<Geval> gevallen{
-        {"uitspraken",
-         1,
-         " ka el em,kaelem , ka el em",
-         {{"Tolmo", {"tolmo", "tol mo"}}, {"KLM", {"ka el em", "kaelem"}}},
-         ""},
-        {"schrijfwijze",
-         0,
-         "K.L.M.",
-         {{"Tolmo", {"tolmo", "tol mo"}}, {"K.L.M.", {"ka el em"}}},
-         ""},
+        {"uitspraken", 1, " ka el em,kaelem , ka el em", meer, ""},
+        {"schrijfwijze", 0, "K.L.M.", hernoemd, ""},
         {"schrijfwijze bestaat al", 0, "Tolmo", begin, "Tolmo staat al in de vervangingen."},
         {"leeg", 0, "  ", begin, "Een vervanging heeft een schrijfwijze nodig."},
     };
