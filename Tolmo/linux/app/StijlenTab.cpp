@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -13,8 +14,25 @@
 namespace tolmo {
 namespace {
 
+// A style box that lets the wheel pass unless the user clicked it first: scrolling the long
+// table must never change, and store, the style of whatever row passes under the pointer.
+class StijlKeuze final : public QComboBox {
+  public:
+    using QComboBox::QComboBox;
+
+  protected:
+    void wheelEvent(QWheelEvent* gebeurtenis) override {
+        if (hasFocus()) {
+            QComboBox::wheelEvent(gebeurtenis);
+        } else {
+            gebeurtenis->ignore();
+        }
+    }
+};
+
 QComboBox* stijlKeuze(QWidget* ouder) {
-    auto* keuze = new QComboBox(ouder);
+    auto* keuze = new StijlKeuze(ouder);
+    keuze->setFocusPolicy(Qt::StrongFocus);
     for (const auto& [stijl, ruw] : stijlWaarden.rijen) {
         keuze->addItem(StijlenTab::naam(stijl),
                        QString::fromUtf8(ruw.data(), static_cast<int>(ruw.size())));

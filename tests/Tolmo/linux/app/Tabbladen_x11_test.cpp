@@ -12,6 +12,7 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QTest>
+#include <QWheelEvent>
 #include <functional>
 #include <map>
 #include <memory>
@@ -128,6 +129,13 @@ TEST(Tabbladen, StijlenLandInDeInstellingenEnDeOpslag) {
                 rij < 0 ? t.findChildren<QComboBox*>().at(0) : tabel(t).cellWidget(rij, 2), k);
         };
     };
+    // The wheel over a row's box while scrolling the table.
+    const auto wiel = [](StijlenTab& t) {
+        QWidget* box = tabel(t).cellWidget(3, 2);
+        QWheelEvent e({5, 5}, box->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(box, &e);
+    };
     const auto verwijder = [](StijlenTab& t) {
         tabel(t).selectRow(1);
         QTest::mouseClick(knop(t, "Verwijderen"), Qt::LeftButton);
@@ -162,6 +170,7 @@ TEST(Tabbladen, StijlenLandInDeInstellingenEnDeOpslag) {
         {"standaardstijl", toets(-1, Qt::Key_Down), losStandaard},
         // WhatsApp is loose: one step up is neutral.
         {"stijl van een rij", toets(3, Qt::Key_Up), whatsAppNeutraal},
+        {"wiel over een rij", wiel, niets},
         {"eigen app erbij", vorige, plus(notities),
          "Notities staat nu in de lijst met stijl Neutraal.",
          AppStijl{notities.bundleId, "Notities", Stijl::los}},
