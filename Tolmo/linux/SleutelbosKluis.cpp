@@ -4,6 +4,7 @@
 #include <libsecret/secret.h>
 
 #include <functional>
+#include <mutex>
 #include <utility>
 
 namespace tolmo {
@@ -63,11 +64,14 @@ struct SleutelbosKluis::Staat {
     GEigen<GDBusConnection> verbinding;
     GEigen<SecretService> dienst;
     std::chrono::milliseconds geduld{};
+    // One call at a time: a main context runs in one thread only.
+    mutable std::mutex bezig;
 
     // Runs one asynchronous call on our own context and waits for its result. After `tijd` the
     // call is cancelled (its callback still comes, with G_IO_ERROR_CANCELLED): an unlock prompt
     // nobody answers must not hold the app or the command forever.
     GEigen<GAsyncResult> wacht(const Begin& begin, std::chrono::milliseconds tijd) const {
+        const std::lock_guard<std::mutex> slot(bezig);
         g_main_context_push_thread_default(context.get());
         const GEigen<GCancellable> stop(g_cancellable_new());
         GAsyncResult* klaar = nullptr;
@@ -100,8 +104,7 @@ struct SleutelbosKluis::Staat {
     [[nodiscard]] std::runtime_error fout(const std::string& wat, GError* f) const {
         const GEigen<GError> eigen(f);
         if (f != nullptr && g_error_matches(f, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
-            return std::runtime_error(wat + ": de sleutelbos antwoordde niet binnen " +
-                                      std::to_string(geduld.count() / 1000) + " seconden.");
+            return std::runtime_error(wat + ": de sleutelbos antwoordde niet op tijd.");
         }
         std::string reden = f != nullptr ? f->message : "onbekende fout";
         if (!reden.empty() && reden.back() != '.') {
@@ -173,12 +176,13 @@ SleutelbosKluis::SleutelbosKluis(const std::string& busAdres, BestandsKluis::Omg
     }
     // libsecret speaks over the process's session bus, which GLib finds from the same
     // environment as busAdres. (A proxy of its own over our connection is refused: the service
-    // object insists on the session bus.) Starting the service may take a while.
+    // object insists on the session bus.) Starting the service may take a moment; no prompt is
+    // involved yet, so a service that hangs is given up long before `geduld`.
     r = s_->wacht(
         [&](GCancellable* c, GAsyncReadyCallback cb, gpointer d) {
             secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, c, cb, d);
         },
-        geduld);
+        snel * 10);
     s_->dienst.reset(secret_service_open_finish(r.get(), &f));
     if (!s_->dienst) {
         throw s_->fout("De sleutelbos is niet te bereiken", f);

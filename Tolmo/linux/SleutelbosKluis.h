@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "Tolmo/linux/BestandsKluis.h"
@@ -29,8 +30,8 @@ class SleutelbosKluis final : public Sleutelbeheer {
     };
 
     // Connects and checks that a Secret Service answers. Throws GeenDienst when none runs or can
-    // be started, std::runtime_error when the bus or the service fails; both within `snel` unless
-    // a service is being started.
+    // be started, std::runtime_error when the bus or the service fails or hangs; within `snel`
+    // when there is none, within ten times `snel` when one is there but does not answer.
     SleutelbosKluis(const std::string& busAdres, BestandsKluis::Omgeving omgeving,
                     std::optional<std::filesystem::path> oudeMap = std::nullopt,
                     std::chrono::milliseconds snel = std::chrono::milliseconds(500),
