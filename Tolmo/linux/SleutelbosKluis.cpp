@@ -67,6 +67,18 @@ struct SleutelbosKluis::Staat {
     // One call at a time: a main context runs in one thread only.
     mutable std::mutex bezig;
 
+    Staat() = default;
+    Staat(const Staat&) = delete;
+    Staat& operator=(const Staat&) = delete;
+    ~Staat() {
+        dienst.reset();
+        verbinding.reset();
+        // GDBus hands what the proxy's signal subscriptions held back through the context they
+        // were made in, ours; without this last round it would never be freed.
+        while (g_main_context_iteration(context.get(), FALSE) != FALSE) {
+        }
+    }
+
     // Runs one asynchronous call on our own context and waits for its result. After `tijd` the
     // call is cancelled (its callback still comes, with G_IO_ERROR_CANCELLED): an unlock prompt
     // nobody answers must not hold the app or the command forever.
