@@ -17,8 +17,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
-#include "Tolmo/linux/BestandsKluis.h"
 #include "Tolmo/linux/PulseAudioEngine.h"
+#include "Tolmo/linux/Sleutelopslag.h"
 #include "Tolmo/linux/SoxrOmzetter.h"
 #include "Tolmo/linux/WavSchrijver.h"
 #include "TolmoKern/Audio/OpnameFout.h"
@@ -460,14 +460,17 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
                                                                     instellingen.stijlPerApp});
 
     // The chain first: a missing key is reported before anyone speaks or a file is converted.
-    const BestandsKluis kluis(omgeving.configMap, omgeving.omgeving);
+    const auto kluis = openSleutelbeheer(omgeving.configMap, omgeving.omgeving);
     const auto transport = std::make_shared<VoortgangTransport>(CurlTransport::gedeeld());
     std::optional<TolmoKeten> keten;
     try {
-        keten.emplace(TolmoKeten::bouw(instellingen, kluis, transport));
+        keten.emplace(TolmoKeten::bouw(instellingen, *kluis, transport));
     } catch (const HerkenningsFout& f) {
         meldKetenFout(omgeving, f);
         return 1;
+    } catch (const std::runtime_error& e) {
+        // The keyring was locked and stayed so, or did not answer.
+        throw InvoerFout(e.what());
     }
 
     std::error_code ec;

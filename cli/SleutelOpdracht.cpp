@@ -3,7 +3,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "Tolmo/linux/BestandsKluis.h"
+#include "Tolmo/linux/Sleutelopslag.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo::cli {
@@ -14,20 +14,28 @@ const char* SleutelOpdracht::hulp() {
            "SOORT is openai, mistral of server (de toegangscode van de Tolmo-server).\n"
            "Zonder meer: toont welke sleutels er zijn, gemaskeerd.\n"
            "  zet SOORT  leest de sleutel van standaardinvoer (nooit van de opdrachtregel, waar\n"
-           "             andere gebruikers hem zouden kunnen zien) en bewaart hem in een bestand\n"
-           "             dat alleen jij kunt lezen.\n"
+           "             andere gebruikers hem zouden kunnen zien) en bewaart hem in de\n"
+           "             sleutelbos van je sessie (GNOME Keyring, KWallet). Zonder sleutelbos\n"
+           "             gaat hij naar een bestand dat alleen jij kunt lezen.\n"
            "  wis SOORT  verwijdert de bewaarde sleutel.\n"
            "\n"
-           "OPENAI_API_KEY, MISTRAL_API_KEY en TOLMO_TOEGANGSCODE gaan voor op het bestand.\n";
+           "Sleutels die nog in dat bestand staan, verhuizen naar de sleutelbos zodra er een is.\n"
+           "OPENAI_API_KEY, MISTRAL_API_KEY en TOLMO_TOEGANGSCODE gaan voor op wat bewaard is.\n";
 }
 
 int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& omgeving) {
-    BestandsKluis kluis(omgeving.configMap, omgeving.omgeving);
+    const auto kluis = openSleutelbeheer(omgeving.configMap, omgeving.omgeving);
     if (args.empty()) {
-        for (const auto soort : {BestandsKluis::Soort::openai, BestandsKluis::Soort::mistral,
-                                 BestandsKluis::Soort::server}) {
-            omgeving.uit << BestandsKluis::naam(soort) << ": ";
-            if (const auto g = kluis.zoek(soort)) {
+        for (const auto soort : {Sleutelbeheer::Soort::openai, Sleutelbeheer::Soort::mistral,
+                                 Sleutelbeheer::Soort::server}) {
+            std::optional<Sleutelbeheer::Gevonden> g;
+            try {
+                g = kluis->zoek(soort);
+            } catch (const std::runtime_error& e) {
+                throw InvoerFout(e.what());
+            }
+            omgeving.uit << Sleutelbeheer::naam(soort) << ": ";
+            if (g) {
                 omgeving.uit << Sleutelbeheer::gemaskeerd(g->waarde) << " (" << g->bron << ")\n";
             } else {
                 omgeving.uit << "niet ingesteld\n";
@@ -38,14 +46,20 @@ int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
     if (args.size() != 2 || (args[0] != "zet" && args[0] != "wis")) {
         throw GebruiksFout("Gebruik: tolmo sleutel [zet SOORT | wis SOORT].");
     }
-    const auto soort = BestandsKluis::soortUit(args[1]);
+    const auto soort = Sleutelbeheer::soortUit(args[1]);
     if (!soort) {
         throw GebruiksFout("Onbekende soort sleutel \"" + args[1] +
                            "\". Kies openai, mistral of server.");
     }
-    const std::string naam(BestandsKluis::naam(*soort));
+    const std::string naam(Sleutelbeheer::naam(*soort));
     if (args[0] == "wis") {
-        if (kluis.wis(*soort)) {
+        bool gewist = false;
+        try {
+            gewist = kluis->wis(*soort);
+        } catch (const std::runtime_error& e) {
+            throw InvoerFout(e.what());
+        }
+        if (gewist) {
             omgeving.uit << "De sleutel voor " << naam << " is gewist.\n";
         } else {
             omgeving.uit << "Er was geen sleutel voor " << naam << " bewaard.\n";
@@ -63,13 +77,12 @@ int SleutelOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
         throw InvoerFout("Deze sleutel bevat spaties of ongeldige tekens. Er is niets bewaard.");
     }
     try {
-        kluis.zet(*soort, sleutel);
+        kluis->zet(*soort, sleutel);
     } catch (const std::exception& e) {
-        throw InvoerFout("De sleutel kon niet worden bewaard in " + kluis.bestand().string() +
-                         " (" + e.what() + ").");
+        throw InvoerFout("De sleutel kon niet worden bewaard in " + kluis->plek() + " (" +
+                         e.what() + ").");
     }
-    omgeving.uit << "De sleutel voor " << naam << " is bewaard in " << kluis.bestand().string()
-                 << ".\n";
+    omgeving.uit << "De sleutel voor " << naam << " is bewaard in " << kluis->plek() << ".\n";
     return 0;
 }
 

@@ -64,7 +64,9 @@ class DicteerTest : public ::testing::Test {
                    {"TOLMO_TOEGANGSCODE", ""},
                    {"TOLMO_OPENAI_URL", ""},
                    {"TOLMO_MISTRAL_URL", ""},
-                   {"TOLMO_SERVER_URL", ""}};
+                   {"TOLMO_SERVER_URL", ""},
+                   // The user's own keyring stays out of the tests.
+                   {"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
         for (const auto& [k, v] : extra) {
             o[k] = v;
         }

@@ -22,7 +22,10 @@ class CliTest : public ::testing::Test {
         std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map_.string()},
                                                     {"OPENAI_API_KEY", ""},
                                                     {"MISTRAL_API_KEY", ""},
-                                                    {"TOLMO_TOEGANGSCODE", ""}};
+                                                    {"TOLMO_TOEGANGSCODE", ""},
+                                                    // Keys go to the file, never to the
+                                                    // user's own keyring.
+                                                    {"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
         for (auto& [k, v] : extra) {
             omgeving[k] = v;
         }
