@@ -18,9 +18,11 @@ namespace tolmo {
 // vault. Keys still in the old file (one that could not be moved) are found after the keyring's,
 // and leave the file as soon as the keyring holds them.
 //
-// The vault talks over a connection of its own to the bus it was given, and runs every call on a
-// main context of its own, so it neither depends on nor disturbs the caller's main loop. A call
-// that waits for the keyring's unlock prompt is cancelled after `geduld`.
+// The vault checks over a connection of its own that the bus it was given has a Secret Service;
+// libsecret then speaks over the process's session bus (the same bus, found from the same
+// environment). Every call runs on a main context of its own, so it neither depends on nor
+// disturbs the caller's main loop, and it blocks the caller: a call that waits for the keyring's
+// unlock prompt is cancelled after `geduld`.
 class SleutelbosKluis final : public Sleutelbeheer {
   public:
     // Thrown when there is no Secret Service on the bus (nor one the bus would start).
