@@ -3,6 +3,8 @@
 #include <X11/X.h>
 #include <X11/keysym.h>
 
+#include <string>
+
 #include "Tolmo/linux/X11Toetsen.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
@@ -53,9 +55,12 @@ std::optional<CombinatieOpname> InstellingenKeuzes::opname(unsigned long keysym,
         return CombinatieOpname{CombinatieOpname::Uitkomst::ongeldig, std::nullopt};
     }
     // The characters ignoring modifiers: the key's own letter or sign, which Latin-1 keysyms are.
+    // Function keys have no characters; their name makes a better label than a key number.
     std::optional<std::string> tekens;
     if (keysym >= XK_space && keysym <= XK_asciitilde) {
         tekens = Tekst::kleineLetters(std::string(1, static_cast<char>(keysym)));
+    } else if (keysym >= XK_F1 && keysym <= XK_F20) {
+        tekens = "F" + std::to_string(keysym - XK_F1 + 1);
     }
     return CombinatieOpname::uitToetsOmlaag(*code, vlaggen, tekens);
 }
