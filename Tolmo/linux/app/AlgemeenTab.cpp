@@ -44,6 +44,7 @@ AlgemeenTab::AlgemeenTab(DictaatRegelaar& regelaar, std::function<bool()> startB
     auto* combinatieRij = new QHBoxLayout;
     combinatieRij->addWidget(combinatie_);
     combinatieRij->addWidget(combinatieMelding_, 1);
+    combinatieRij->addStretch();
     k->addLayout(combinatieRij);
     k->addWidget(opmaak::hulpTekst(
         QStringLiteral("Klik en druk de nieuwe combinatie. Ctrl telt als Control, Alt als Option "

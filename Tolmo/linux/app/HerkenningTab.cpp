@@ -135,6 +135,8 @@ HerkenningTab::HerkenningTab(Onderdelen onderdelen) : o_(std::move(onderdelen)) 
         k->addWidget(
             opmaak::hulpTekst(q(beschrijving(r)) + QStringLiteral("\n") + beoordeling(r), vlak));
     }
+    // The ratings are of the three routes above; the relay's depend on the provider behind it.
+    k->addWidget(opmaak::hulpTekst(q(EngineIndicatoren::voetnoot), vlak));
     auto* server = new QRadioButton(QStringLiteral("Tolmo-server — via je eigen server"), vlak);
     routes_.addButton(server, serverKeuze);
     k->addWidget(server);
@@ -151,7 +153,6 @@ HerkenningTab::HerkenningTab(Onderdelen onderdelen) : o_(std::move(onderdelen)) 
     aanbiederRij->addWidget(aanbieder_);
     aanbiederRij->addStretch();
     k->addLayout(aanbiederRij);
-    k->addWidget(opmaak::hulpTekst(q(EngineIndicatoren::voetnoot), vlak));
     QObject::connect(&routes_, &QButtonGroup::idClicked, this, [this](int id) {
         const Motor m = id == serverKeuze
                             ? Motor::tolmo

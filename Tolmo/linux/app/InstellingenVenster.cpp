@@ -29,7 +29,7 @@ InstellingenVenster::InstellingenVenster(Onderdelen o)
                 tab->ververs(w);
             }
         });
-    resize(760, 720);
+    resize(760, 760);
 }
 
 InstellingenVenster::~InstellingenVenster() {

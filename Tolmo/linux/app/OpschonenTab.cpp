@@ -113,7 +113,7 @@ OpschonenTab::OpschonenTab(DictaatRegelaar& regelaar) : regelaar_(regelaar) {
         auto* veld = new VoorbeeldVeld([this] { bewaarVoorbeelden(); }, vlak);
         veld->setPlaceholderText(QStringLiteral("Voorbeeld %1").arg(i + 1));
         veld->setTabChangesFocus(true);
-        veld->setFixedHeight(64);
+        veld->setFixedHeight(56);
         voorbeelden_[i] = veld;
         tellers_[i] = new QLabel(vlak);
         tellers_[i]->setAlignment(Qt::AlignRight);
