@@ -6,6 +6,9 @@
 #include <iostream>
 #include <string>
 
+#include "Tolmo/linux/InstellingenKeuzes.h"
+#include "Tolmo/linux/app/Opmaak.h"
+
 namespace tolmo {
 namespace {
 
@@ -36,6 +39,32 @@ Systeemvak::Systeemvak(Handelingen handelingen) : h_(std::move(handelingen)) {
     actie_ = menu_.addAction(QString());
     QObject::connect(actie_, &QAction::triggered, &menu_, [this] { h_.actie(huidigeActie_); });
     menu_.addSeparator();
+    routeMenu_ = menu_.addMenu(QStringLiteral("Route"));
+    routes_.setExclusive(true);
+    auto routeItem = [this](const QString& naam, Motor motor) {
+        QAction* a = routeMenu_->addAction(naam);
+        a->setCheckable(true);
+        a->setData(static_cast<int>(motor));
+        routes_.addAction(a);
+        QObject::connect(a, &QAction::triggered, &menu_, [this, motor] {
+            h_.wijzigInstellingen([motor](TolmoInstellingen& t) { t.motor = motor; });
+        });
+        return a;
+    };
+    for (const RouteKeuze r : InstellingenKeuzes::routes) {
+        routeItem(opmaak::q(titel(r)), InstellingenKeuzes::motor(r));
+    }
+    serverRoute_ = routeItem(QStringLiteral("Tolmo-server"), Motor::tolmo);
+    opschonen_ = menu_.addAction(QStringLiteral("Opschonen"));
+    opschonen_->setCheckable(true);
+    QObject::connect(opschonen_, &QAction::triggered, &menu_, [this](bool aan) {
+        h_.wijzigInstellingen([aan](TolmoInstellingen& t) { t.opschonen = aan; });
+    });
+    menu_.addSeparator();
+    QObject::connect(menu_.addAction(QStringLiteral("Instellingen…")), &QAction::triggered, &menu_,
+                     [this] { h_.toonInstellingen({}); });
+    QObject::connect(menu_.addAction(QStringLiteral("Logboek")), &QAction::triggered, &menu_,
+                     [this] { h_.toonInstellingen(QStringLiteral("Logboek")); });
     inloggen_ = menu_.addAction(QStringLiteral("Starten bij inloggen"));
     inloggen_->setCheckable(true);
     inloggen_->setChecked(h_.startBijInloggen());
@@ -93,7 +122,15 @@ void Systeemvak::ververs() {
     const MenuStand stand = h_.stand();
     huidigeActie_ = stand.actie;
     status_->setText(QString::fromStdString(stand.status));
-    actie_->setText(QString::fromStdString(stand.actieTitel));
+    actie_->setText(
+        QString::fromStdString(InstellingenKeuzes::actieTitel(stand, h_.wisselSneltoets())));
+    const TolmoInstellingen& inst = h_.instellingen();
+    for (QAction* a : routes_.actions()) {
+        a->setChecked(a->data().toInt() == static_cast<int>(inst.motor));
+    }
+    serverRoute_->setVisible(h_.serverBekend() || inst.motor == Motor::tolmo);
+    routeMenu_->setTitle(QString::fromStdString(stand.route));
+    opschonen_->setChecked(inst.opschonen);
     icoon_.setToolTip(QString::fromStdString("Tolmo — " + stand.status));
     icoon_.setIcon(icoonVoor(stand.actie));
 }

@@ -1,16 +1,20 @@
 #pragma once
 
+#include <QActionGroup>
 #include <QMenu>
 #include <QSystemTrayIcon>
 #include <functional>
+#include <optional>
 
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/Poorten/Meldingen.h"
+#include "TolmoKern/Instellingen/TolmoInstellingen.h"
+#include "TolmoKern/Sneltoetsen/Toetscombinatie.h"
 
 namespace tolmo {
 
-// The tray icon and its menu: the status line, the one dictation action, start at login,
-// quitting. Messages show
+// The tray icon and its menu: the status line, the one dictation action (named with its toggle
+// combination), the route, cleanup, the settings window, start at login, quitting. Messages show
 // as tray notices and on standard error, which is where a desktop session without a tray (and a
 // test) sees them.
 class Systeemvak final : public Meldingen {
@@ -22,6 +26,13 @@ class Systeemvak final : public Meldingen {
         std::function<bool()> startBijInloggen;
         // Throws std::exception when the change cannot be made; the user is told.
         std::function<void(bool)> zetStartBijInloggen;
+        std::function<const TolmoInstellingen&()> instellingen;
+        std::function<void(const std::function<void(TolmoInstellingen&)>&)> wijzigInstellingen;
+        std::function<std::optional<Toetscombinatie>()> wisselSneltoets;
+        // The relay server is offered as a route only when the app knows where it is.
+        std::function<bool()> serverBekend;
+        // Opens the settings window, at the named tab when not empty.
+        std::function<void(const QString&)> toonInstellingen;
     };
 
     explicit Systeemvak(Handelingen handelingen);
@@ -30,9 +41,10 @@ class Systeemvak final : public Meldingen {
     void wis() override;
     // Redraws the icon and the menu from the controller's state.
     void ververs();
-    // For a second launch from the menu: a notice with the current state, since the app has no
-    // window of its own to bring forward.
+    // A notice with the current state.
     void toonStand();
+
+    [[nodiscard]] QMenu& menu() { return menu_; }
 
   private:
     Handelingen h_;
@@ -41,6 +53,10 @@ class Systeemvak final : public Meldingen {
     QAction* status_;
     QAction* actie_;
     QAction* inloggen_;
+    QMenu* routeMenu_;
+    QActionGroup routes_{nullptr};
+    QAction* serverRoute_;
+    QAction* opschonen_;
     MenuStand::Actie huidigeActie_ = MenuStand::Actie::start;
 };
 

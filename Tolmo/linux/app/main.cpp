@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <QAbstractEventDispatcher>
+#include <QActionGroup>
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
@@ -13,14 +14,19 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+#include <variant>
 
 #include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
+#include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
 #include "Tolmo/linux/AtSpiFocus.h"
 #include "Tolmo/linux/Autostart.h"
@@ -36,6 +42,7 @@
 #include "Tolmo/linux/X11ToetsBron.h"
 #include "Tolmo/linux/X11Verbinding.h"
 #include "Tolmo/linux/XdgOpslag.h"
+#include "Tolmo/linux/app/InstellingenVenster.h"
 #include "Tolmo/linux/app/OpnameVenster.h"
 #include "Tolmo/linux/app/QtHoofdLus.h"
 #include "Tolmo/linux/app/QtToestemmingsVraag.h"
@@ -86,6 +93,39 @@ struct Samenstelling {
     QSocketNotifier x11Gebeurtenissen{x11.descriptor(), QSocketNotifier::Read};
     // Last, so it goes first: it holds every port above.
     std::unique_ptr<DictaatRegelaar> regelaar;
+    // Holds the controller, so it goes before it.
+    std::unique_ptr<InstellingenVenster> venster;
+    // A developer's address in the environment at launch wins over the stored one.
+    std::optional<std::string> adresUitOmgeving = [] {
+        const char* a = std::getenv(ServerAdres::omgevingsvariabele);
+        return a != nullptr && *a != '\0' ? std::optional<std::string>(a) : std::nullopt;
+    }();
+
+    // The chain finds the relay server through the environment, so the chosen address is put
+    // there: at launch and each time the user changes it.
+    void zetServerAdresInOmgeving() {
+        std::optional<std::string> ingevoerd;
+        if (const auto w = standaard.lees(ServerAdres::instellingSleutel)) {
+            if (const auto* tekst = std::get_if<std::string>(&*w)) {
+                ingevoerd = *tekst;
+            }
+        }
+        if (const auto adres = ServerAdres::kies(adresUitOmgeving, ingevoerd, std::nullopt)) {
+            ::setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
+        } else {
+            ::unsetenv(ServerAdres::omgevingsvariabele);
+        }
+    }
+
+    static bool startBijInloggen() { return Autostart::aan(Autostart::pad()); }
+    static void zetStartBijInloggen(bool aan) {
+        if (aan) {
+            // The path this binary runs from: the installed one when started from the menu.
+            Autostart::zetAan(Autostart::pad(), QApplication::applicationFilePath().toStdString());
+        } else {
+            Autostart::zetUit(Autostart::pad());
+        }
+    }
 
     void bouw() {
         // Xlib may read events into its queue while it answers a request, so the queue is also
@@ -107,17 +147,15 @@ struct Samenstelling {
                     regelaar->wissel(DictaatRegelaar::Bron::menu);
                 }
             },
-            [] { QApplication::quit(); }, [] { return Autostart::aan(Autostart::pad()); },
-            [](bool aan) {
-                if (aan) {
-                    // The path this binary runs from: the installed one when started from the
-                    // menu.
-                    Autostart::zetAan(Autostart::pad(),
-                                      QApplication::applicationFilePath().toStdString());
-                } else {
-                    Autostart::zetUit(Autostart::pad());
-                }
-            }});
+            [] { QApplication::quit(); }, startBijInloggen, zetStartBijInloggen,
+            [this]() -> const TolmoInstellingen& { return regelaar->instellingen(); },
+            [this](const std::function<void(TolmoInstellingen&)>& w) {
+                regelaar->wijzigInstellingen(w);
+            },
+            [this] { return regelaar->macInstellingen().wisselSneltoets; },
+            [] { return std::getenv(ServerAdres::omgevingsvariabele) != nullptr; },
+            [this](const QString& tab) { venster->toon(tab); }});
+        zetServerAdresInOmgeving();
         DictaatRegelaar::Opties opties;
         opties.versie = TOLMO_VERSIE;
         opties.opnameMap = opnameMap();
@@ -146,6 +184,9 @@ struct Samenstelling {
             vak->ververs();
         });
         regelaar->opstarten();
+        venster = std::make_unique<InstellingenVenster>(InstellingenVenster::Onderdelen{
+            *regelaar, kluis, standaard, [this] { zetServerAdresInOmgeving(); }, adresUitOmgeving,
+            startBijInloggen, zetStartBijInloggen});
         vak->ververs();
     }
 
@@ -167,6 +208,8 @@ struct Samenstelling {
                 regelaar->annuleer();
                 break;
             case Opdracht::toon:
+                // Launched again from the menu: the user is looking for the app's window.
+                venster->toon();
                 vak->toonStand();
                 break;
         }
@@ -248,7 +291,7 @@ int main(int argc, char** argv) {
         // Launched again from the menu: the running one shows itself, and this is no error.
         if (stuur(map / "tolmo-app.sock", Opdracht::toon).uitslag ==
             Bezorging::Uitslag::afgeleverd) {
-            std::cerr << "tolmo-app: Tolmo draait al; zie het systeemvak.\n";
+            std::cerr << "tolmo-app: Tolmo draait al; de instellingen staan open.\n";
             return 0;
         }
         std::cerr << "tolmo-app: Tolmo draait al in deze sessie.\n";
@@ -300,6 +343,7 @@ int main(int argc, char** argv) {
     });
     std::cerr << "Tolmo: klaar" << std::endl;
     const int code = QApplication::exec();
+    s->venster.reset();
     s->regelaar.reset();
     s.reset();
     return code;

@@ -70,6 +70,13 @@ struct Opstelling {
     std::shared_ptr<nep::NepOpschoner::Script> opschoonScript =
         std::make_shared<nep::NepOpschoner::Script>();
 
+    // Other stores in place of the two in memory (real files, say); set before maak().
+    SleutelWaardeOpslag* andereGroep = nullptr;
+    SleutelWaardeOpslag* andereStandaard = nullptr;
+    bool altijdViaServer = true;
+    // The settings the chain of the last dictation was built with.
+    std::optional<TolmoInstellingen> ketenInstellingen;
+
     std::unique_ptr<DictaatRegelaar> regelaar;
     std::size_t gelezen = 0;
 
@@ -87,10 +94,12 @@ struct Opstelling {
         o.wandklok = [this] { return static_cast<std::int64_t>(lus.uptime() * 1000); };
         o.opnemerTijd = {[this] { return lus.uptime(); }, [](double) {}};
         o.ketenMaker = [this](const TolmoInstellingen& i) { return keten(i); };
+        o.altijdViaServer = altijdViaServer;
         regelaar = std::make_unique<DictaatRegelaar>(
             DictaatRegelaar::Poorten{lus, toestemmingen, toetsen, engine, omzetters, schrijvers,
                                      klembord, focus, vraag, indicator, meldingen, logOpslag,
-                                     werker, groep, standaard, kluis},
+                                     werker, andereGroep ? *andereGroep : groep,
+                                     andereStandaard ? *andereStandaard : standaard, kluis},
             std::move(o));
         regelaar->opstarten();
         lus.draai();
@@ -98,6 +107,7 @@ struct Opstelling {
     }
 
     TolmoKeten keten(const TolmoInstellingen& i) {
+        ketenInstellingen = i;
         if (bouwFout) {
             throw *bouwFout;
         }

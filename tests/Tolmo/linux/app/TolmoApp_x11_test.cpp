@@ -244,7 +244,8 @@ TEST_F(TolmoAppTest, TheToggleCombinationStartsAndStops) {
 }
 
 // A shortcut bound outside the app (a desktop's custom shortcut, a compositor's binding) drives
-// the running instance through `tolmo-app --start` and `--stop`; a second plain launch shows it.
+// the running instance through `tolmo-app --start` and `--stop`; a second plain launch opens its
+// settings window.
 TEST_F(TolmoAppTest, TheControlCommandDrivesTheRunningApp) {
     const auto roep = [this](std::vector<std::string> args) {
         return nep::voerProcesUit(TOLMO_APP_PAD, args, omgeving());
@@ -257,6 +258,25 @@ TEST_F(TolmoAppTest, TheControlCommandDrivesTheRunningApp) {
     startApp();
     EXPECT_EQ(roep({}).status, 0);
     EXPECT_TRUE(app_->wachtOpFout("Tolmo: Tolmo draait al. Klaar om te dicteren", 5s));
+    // The second launch brought the settings window to the front.
+    const auto titel = [](Window w) {
+        Display* d = XOpenDisplay(nullptr);
+        Atom type = None;
+        int formaat = 0;
+        unsigned long n = 0, rest = 0;
+        unsigned char* p = nullptr;
+        XGetWindowProperty(d, w, XInternAtom(d, "_NET_WM_NAME", False), 0, 256, False,
+                           XInternAtom(d, "UTF8_STRING", False), &type, &formaat, &n, &rest, &p);
+        std::string uit = p != nullptr ? std::string(reinterpret_cast<char*>(p), n) : "";
+        if (p != nullptr) {
+            XFree(p);
+        }
+        XCloseDisplay(d);
+        return uit;
+    };
+    EXPECT_TRUE(v.pomp([&] { return titel(v.actief()) == "Tolmo — Instellingen"; }, 5s))
+        << titel(v.actief());
+    ASSERT_TRUE(v.activeer());
     ASSERT_EQ(roep({"--start"}).status, 0);
     ASSERT_TRUE(app_->wachtOpFout("toestand neemt op", 5s));
     nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});

@@ -1,0 +1,90 @@
+#include "Tolmo/linux/InstellingenKeuzes.h"
+
+#include <X11/X.h>
+#include <X11/keysym.h>
+
+#include <string>
+
+#include "Tolmo/linux/X11Toetsen.h"
+#include "TolmoKern/Tekst/Tekst.h"
+
+namespace tolmo {
+
+Motor InstellingenKeuzes::motor(RouteKeuze keuze) {
+    switch (keuze) {
+        case RouteKeuze::wereldwijd:
+            return Motor::openAI;
+        case RouteKeuze::europa:
+            return Motor::mistral;
+        case RouteKeuze::test:
+            return Motor::test;
+    }
+    return Motor::openAI;
+}
+
+std::optional<RouteKeuze> InstellingenKeuzes::route(Motor m) {
+    switch (m) {
+        case Motor::openAI:
+            return RouteKeuze::wereldwijd;
+        case Motor::mistral:
+            return RouteKeuze::europa;
+        case Motor::test:
+            return RouteKeuze::test;
+        case Motor::tolmo:
+            break;
+    }
+    return std::nullopt;
+}
+
+std::optional<CombinatieOpname> InstellingenKeuzes::opname(unsigned long keysym,
+                                                           unsigned int xModificaties) {
+    if (modificatieVlaggen(keysym) != 0) {
+        return std::nullopt;
+    }
+    ToetsVlaggen vlaggen;
+    for (const auto& [masker, vlag] :
+         {std::pair{ShiftMask, ToetsVlaggen::shift}, std::pair{ControlMask, ToetsVlaggen::control},
+          std::pair{Mod1Mask, ToetsVlaggen::option}, std::pair{Mod4Mask, ToetsVlaggen::command}}) {
+        if ((xModificaties & static_cast<unsigned int>(masker)) != 0) {
+            vlaggen.ruw |= vlag;
+        }
+    }
+    // A key without an Apple key code cannot be grabbed again from the stored combination.
+    const auto code = appleToetscode(keysym);
+    if (!code) {
+        return CombinatieOpname{CombinatieOpname::Uitkomst::ongeldig, std::nullopt};
+    }
+    // The characters ignoring modifiers: the key's own letter or sign, which Latin-1 keysyms are.
+    // Function keys have no characters; their name makes a better label than a key number.
+    std::optional<std::string> tekens;
+    if (keysym >= XK_space && keysym <= XK_asciitilde) {
+        tekens = Tekst::kleineLetters(std::string(1, static_cast<char>(keysym)));
+    } else if (keysym >= XK_F1 && keysym <= XK_F20) {
+        tekens = "F" + std::to_string(keysym - XK_F1 + 1);
+    }
+    return CombinatieOpname::uitToetsOmlaag(*code, vlaggen, tekens);
+}
+
+InstellingenKeuzes::Sleutelinvoer InstellingenKeuzes::sleutel(const std::string& invoer) {
+    if (!Tekst::isGeldigeUtf8(invoer)) {
+        return {std::nullopt, "Deze sleutel bevat ongeldige tekens. Er is niets bewaard."};
+    }
+    const std::string schoon = Tekst::trim(invoer);
+    if (schoon.empty()) {
+        return {std::nullopt, "Vul eerst een sleutel in."};
+    }
+    if (Tekst::splitsOpWitruimte(schoon).size() != 1) {
+        return {std::nullopt, "Deze sleutel bevat spaties. Er is niets bewaard."};
+    }
+    return {schoon, {}};
+}
+
+std::string InstellingenKeuzes::actieTitel(const MenuStand& stand,
+                                           const std::optional<Toetscombinatie>& wisselSneltoets) {
+    if (stand.actie == MenuStand::Actie::annuleer || !wisselSneltoets) {
+        return stand.actieTitel;
+    }
+    return stand.actieTitel + " (" + wisselSneltoets->weergave() + ")";
+}
+
+}  // namespace tolmo

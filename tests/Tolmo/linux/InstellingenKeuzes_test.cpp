@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include "Tolmo/linux/InstellingenKeuzes.h"
+
+// After gtest: Xlib's macros.
+#include <X11/X.h>
+#include <X11/keysym.h>
+
+namespace tolmo {
+namespace {
+
+using Uitkomst = CombinatieOpname::Uitkomst;
+using M = Toetscombinatie::Modificaties;
+
+TEST(InstellingenKeuzes, AKeyPressWhileRecordingBecomesACombinationOrARefusal) {
+    struct Geval {
+        KeySym keysym;
+        unsigned int mods;
+        std::optional<Uitkomst> uitkomst;  // empty: still waiting for the key
+        std::string weergave;
+    };
+    for (const Geval& g : {
+             Geval{XK_d, ControlMask | Mod1Mask, Uitkomst::geldig, "⌃⌥D"},
+             // Under xcb a letter held with Shift comes as its capital.
+             Geval{XK_K, ShiftMask | Mod4Mask, Uitkomst::geldig, "⇧⌘K"},
+             Geval{XK_space, ControlMask, Uitkomst::geldig, "⌃Spatie"},
+             Geval{XK_F5, Mod4Mask, Uitkomst::geldig, "⌘F5"},
+             Geval{XK_K, ShiftMask, Uitkomst::ongeldig, ""},
+             Geval{XK_d, 0, Uitkomst::ongeldig, ""},
+             // A key the stored combination could not be grabbed by again.
+             Geval{XK_eacute, ControlMask, Uitkomst::ongeldig, ""},
+             Geval{XK_Escape, 0, Uitkomst::afgebroken, ""},
+             Geval{XK_Escape, ControlMask | Mod1Mask, Uitkomst::afgebroken, ""},
+             Geval{XK_Control_L, ControlMask, std::nullopt, ""},
+             Geval{XK_ISO_Level3_Shift, 0, std::nullopt, ""},
+         }) {
+        const auto o = InstellingenKeuzes::opname(g.keysym, g.mods);
+        ASSERT_EQ(o.has_value(), g.uitkomst.has_value()) << g.keysym;
+        if (!o) {
+            continue;
+        }
+        EXPECT_EQ(o->uitkomst, *g.uitkomst) << g.keysym;
+        EXPECT_EQ(o->combinatie.has_value(), o->uitkomst == Uitkomst::geldig) << g.keysym;
+        if (o->combinatie) {
+            EXPECT_EQ(o->combinatie->weergave(), g.weergave);
+        }
+    }
+    // The stored form is the one the key grab reads back.
+    EXPECT_EQ(InstellingenKeuzes::opname(XK_d, ControlMask | Mod1Mask)->combinatie,
+              MacInstellingen::standaard().wisselSneltoets);
+}
+
+TEST(InstellingenKeuzes, AKeyIsTrimmedAndRefusedWithSpacesOrBrokenText) {
+    struct Geval {
+        std::string invoer;
+        std::optional<std::string> sleutel;
+        std::string fout;
+    };
+    for (const Geval& g :
+         {Geval{"  sk-abc123\n", "sk-abc123", ""}, Geval{"sk-abc 123", std::nullopt, "spaties"},
+          Geval{"OpenAI: sk-abc", std::nullopt, "spaties"},
+          Geval{"sk-\xff\xfe", std::nullopt, "ongeldige tekens"},
+          Geval{" \t", std::nullopt, "Vul eerst"}}) {
+        const auto s = InstellingenKeuzes::sleutel(g.invoer);
+        EXPECT_EQ(s.sleutel, g.sleutel) << g.invoer;
+        EXPECT_NE(s.fout.find(g.fout), std::string::npos) << s.fout;
+        EXPECT_EQ(s.fout.empty(), s.sleutel.has_value());
+    }
+}
+
+TEST(InstellingenKeuzes, RoutesAndTheMenuTitle) {
+    for (const RouteKeuze r : InstellingenKeuzes::routes) {
+        EXPECT_EQ(InstellingenKeuzes::route(InstellingenKeuzes::motor(r)), r);
+    }
+    EXPECT_EQ(InstellingenKeuzes::motor(RouteKeuze::europa), Motor::mistral);
+    EXPECT_EQ(InstellingenKeuzes::route(Motor::tolmo), std::nullopt);
+
+    const auto d = MacInstellingen::standaard().wisselSneltoets;
+    const auto stand = [](DictaatRegelaar::Toestand t) {
+        return MenuStand::van(t, std::nullopt, TolmoInstellingen::standaard());
+    };
+    EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::klaar), d),
+              "Start dicteren (⌃⌥D)");
+    EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::neemtOp), d),
+              "Stop dicteren (⌃⌥D)");
+    EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::verwerken), d),
+              "Annuleren");
+    EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::klaar), std::nullopt),
+              "Start dicteren");
+}
+
+}  // namespace
+}  // namespace tolmo
