@@ -23,6 +23,12 @@
 #include <system_error>
 #include <variant>
 
+// Before the X11 headers, whose macros (None, Bool) break Qt's.
+#include "Tolmo/linux/app/LogboekTab.h"
+#include "Tolmo/linux/app/StijlenTab.h"
+#include "Tolmo/linux/app/ToestemmingenTab.h"
+#include "Tolmo/linux/app/WoordenlijstTab.h"
+
 #include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
@@ -35,6 +41,7 @@
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/LogBestand.h"
 #include "Tolmo/linux/PulseAudioEngine.h"
+#include "Tolmo/linux/Sleutelopslag.h"
 #include "Tolmo/linux/SoxrOmzetter.h"
 #include "Tolmo/linux/WavSchrijver.h"
 #include "Tolmo/linux/X11Focus.h"
@@ -43,10 +50,14 @@
 #include "Tolmo/linux/X11Verbinding.h"
 #include "Tolmo/linux/XdgOpslag.h"
 #include "Tolmo/linux/app/InstellingenVenster.h"
+#include "Tolmo/linux/app/LogboekTab.h"
 #include "Tolmo/linux/app/OpnameVenster.h"
 #include "Tolmo/linux/app/QtHoofdLus.h"
 #include "Tolmo/linux/app/QtToestemmingsVraag.h"
+#include "Tolmo/linux/app/StijlenTab.h"
 #include "Tolmo/linux/app/Systeemvak.h"
+#include "Tolmo/linux/app/ToestemmingenTab.h"
+#include "Tolmo/linux/app/WoordenlijstTab.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 
@@ -86,7 +97,9 @@ struct Samenstelling {
     XdgOpslag standaard{XdgOpslag::configMap(), "app.tolmo", meld};
     LogBestand logOpslag{LogBestand::standaardPad(), Logboek::maximum};
     DraadWerker werker;
-    BestandsKluis kluis{XdgOpslag::configMap()};
+    // The user's keyring when one runs, else the file only they can read.
+    std::unique_ptr<Sleutelbeheer> kluis =
+        openSleutelbeheer(XdgOpslag::configMap(), BestandsKluis::echteOmgeving);
     GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
     OpnameVenster indicator{golf};
     std::unique_ptr<Systeemvak> vak;
@@ -95,6 +108,8 @@ struct Samenstelling {
     std::unique_ptr<DictaatRegelaar> regelaar;
     // Holds the controller, so it goes before it.
     std::unique_ptr<InstellingenVenster> venster;
+    // The app in front when the window was last asked for: the one "Vorige app toevoegen" adds.
+    std::optional<AppStijl> vorigeApp;
     // A developer's address in the environment at launch wins over the stored one.
     std::optional<std::string> adresUitOmgeving = [] {
         const char* a = std::getenv(ServerAdres::omgevingsvariabele);
@@ -127,6 +142,16 @@ struct Samenstelling {
         }
     }
 
+    // The tray menu and a second launch leave the user's app in front until the window shows, so
+    // that app is read first; the window itself (our own process) is not one to add.
+    void toonVenster(const QString& tab = {}) {
+        if (const auto doel = focus.huidig();
+            doel && doel->bundleId && doel->procesId != static_cast<std::int32_t>(::getpid())) {
+            vorigeApp = AppStijl{*doel->bundleId, "", Stijl::neutraal};
+        }
+        venster->toon(tab);
+    }
+
     void bouw() {
         // Xlib may read events into its queue while it answers a request, so the queue is also
         // emptied each time the loop is about to sleep, not only when the socket is readable.
@@ -154,7 +179,7 @@ struct Samenstelling {
             },
             [this] { return regelaar->macInstellingen().wisselSneltoets; },
             [] { return std::getenv(ServerAdres::omgevingsvariabele) != nullptr; },
-            [this](const QString& tab) { venster->toon(tab); }});
+            [this](const QString& tab) { toonVenster(tab); }});
         zetServerAdresInOmgeving();
         DictaatRegelaar::Opties opties;
         opties.versie = TOLMO_VERSIE;
@@ -169,7 +194,7 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         DictaatRegelaar::Poorten poorten{
             lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
-            vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, kluis};
+            vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, *kluis};
         poorten.esc = &esc;
         regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
         golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
@@ -185,8 +210,17 @@ struct Samenstelling {
         });
         regelaar->opstarten();
         venster = std::make_unique<InstellingenVenster>(InstellingenVenster::Onderdelen{
-            *regelaar, kluis, standaard, [this] { zetServerAdresInOmgeving(); }, adresUitOmgeving,
+            *regelaar, *kluis, standaard, [this] { zetServerAdresInOmgeving(); }, adresUitOmgeving,
             startBijInloggen, zetStartBijInloggen});
+        venster->voegToe(std::make_unique<StijlenTab>(*regelaar, linuxAppStijlen(),
+                                                      [this] { return vorigeApp; }),
+                         QStringLiteral("Stijlen"));
+        venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
+                         QStringLiteral("Woordenlijst"));
+        venster->voegToe(std::make_unique<ToestemmingenTab>(*regelaar, toetsen.teksten(),
+                                                            [this] { return focus.volgt(); }),
+                         QStringLiteral("Toestemmingen"));
+        venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
     }
 
@@ -209,7 +243,7 @@ struct Samenstelling {
                 break;
             case Opdracht::toon:
                 // Launched again from the menu: the user is looking for the app's window.
-                venster->toon();
+                toonVenster();
                 vak->toonStand();
                 break;
         }
