@@ -1,5 +1,4 @@
-// A real keyring: gnome-keyring-daemon on a private session bus, with a home of its own. The bus
-// starts nothing by itself, so a bus without the keyring is one without a Secret Service.
+// The key vaults against a real keyring on a private session bus, and without one.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -13,8 +12,7 @@
 
 #include "Tolmo/linux/SleutelbosKluis.h"
 #include "Tolmo/linux/Sleutelopslag.h"
-#include "nep/LopendProces.h"
-#include "nep/TijdelijkeOpname.h"
+#include "nep/PriveSleutelbos.h"
 
 namespace tolmo {
 namespace {
@@ -23,96 +21,14 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Soort = Sleutelbeheer::Soort;
 
-class Sleutelbos : public ::testing::Test {
+class Sleutelbos : public ::testing::Test, public nep::PriveSleutelbos {
   protected:
     void SetUp() override {
-        if (!fs::exists("/usr/bin/gnome-keyring-daemon")) {
+        if (!geinstalleerd()) {
             GTEST_SKIP()
                 << "gnome-keyring-daemon is niet geïnstalleerd (zie scripts/installeer.sh).";
         }
     }
-
-    // A session bus with nothing on it, and nothing it could start.
-    std::string startBus() {
-        const fs::path conf = map_.schrijf(
-            "bus.conf",
-            "<busconfig><type>session</type><listen>unix:path=" + (thuis_ / "bus").string() +
-                "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
-                "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow "
-                "eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
-        bus_.emplace("/usr/bin/dbus-daemon",
-                     std::vector<std::string>{"--config-file=" + conf.string(), "--nofork",
-                                              "--print-address=2"},
-                     nep::LopendProces::Opties{});
-        EXPECT_TRUE(bus_->wachtOpFout("unix:", 5s));
-        return "unix:path=" + (thuis_ / "bus").string();
-    }
-
-    // The keyring on that bus, unlocked with a password from standard input, as at login.
-    // libsecret talks over the process's session bus: it must be this one.
-    bool startSleutelbos() {
-        omgeving_["DBUS_SESSION_BUS_ADDRESS"] = startBus();
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", omgeving_["DBUS_SESSION_BUS_ADDRESS"].c_str(), 1);
-        std::map<std::string, std::string> env{{"HOME", thuis_.string()}};
-        for (const auto& [k, v] : omgeving_) {
-            env[k] = v;
-        }
-        sleutelbos_.emplace(
-            "/usr/bin/gnome-keyring-daemon",
-            std::vector<std::string>{"--foreground", "--unlock", "--components=secrets"},
-            nep::LopendProces::Opties{env, false});
-        sleutelbos_->schrijf("wachtwoord-van-de-test");
-        sleutelbos_->sluitInvoer();
-        for (int i = 0; i < 100; ++i, ::usleep(50000)) {
-            if (dynamic_cast<SleutelbosKluis*>(open().get()) != nullptr) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    std::unique_ptr<Sleutelbeheer> open() {
-        return openSleutelbeheer(configMap_, [this](const char* naam) {
-            const auto it = omgeving_.find(naam);
-            return it == omgeving_.end() ? std::nullopt : std::optional<std::string>(it->second);
-        });
-    }
-
-    nep::ProcesUitkomst tolmo(const std::vector<std::string>& args, const std::string& invoer = {},
-                              std::map<std::string, std::string> extra = {}) {
-        extra.insert(omgeving_.begin(), omgeving_.end());
-        for (const char* v : {"OPENAI_API_KEY", "MISTRAL_API_KEY", "TOLMO_TOEGANGSCODE"}) {
-            extra.emplace(v, "");
-        }
-        return nep::voerProcesUit(TOLMO_CLI_PAD, args, extra, invoer);
-    }
-
-    // Every file under the temporary home that holds `tekst`.
-    std::vector<fs::path> bestandenMet(const std::string& tekst) const {
-        std::vector<fs::path> r;
-        for (const auto& e : fs::recursive_directory_iterator(thuis_)) {
-            if (!e.is_regular_file()) {
-                continue;
-            }
-            std::ifstream in(e.path(), std::ios::binary);
-            if (std::string(std::istreambuf_iterator<char>(in), {}).find(tekst) !=
-                std::string::npos) {
-                r.push_back(e.path());
-            }
-        }
-        return r;
-    }
-
-    nep::TijdelijkeMap map_;
-    const fs::path thuis_ = map_.pad();
-    const fs::path configMap_ = thuis_ / ".config" / "tolmo";
-    std::map<std::string, std::string> omgeving_{
-        {"XDG_CONFIG_HOME", (thuis_ / ".config").string()},
-        {"XDG_DATA_HOME", (thuis_ / ".local" / "share").string()},
-        {"XDG_CACHE_HOME", (thuis_ / ".cache").string()},
-        {"XDG_RUNTIME_DIR", thuis_.string()}};
-    std::optional<nep::LopendProces> bus_;
-    std::optional<nep::LopendProces> sleutelbos_;
 };
 
 TEST_F(Sleutelbos, KeysGoToTheKeyringAndNeverIntoAFile) {

@@ -21,6 +21,7 @@
 #include "Tolmo/linux/app/InstellingenVenster.h"
 #include "Tolmo/linux/app/Systeemvak.h"
 // Last: Xlib's macros.
+#include "nep/PriveSleutelbos.h"
 #include "nep/XvfbServer.h"
 
 namespace tolmo {
@@ -225,6 +226,39 @@ TEST_F(InstellingenVensterTest, SecretsGoToTheVaultAndAreShownOnlyMasked) {
     EXPECT_EQ(standaard_.lees(ServerAdres::instellingSleutel),
               OpslagWaarde(std::string("https://tolmo.example.eu")));
     EXPECT_EQ(adresWijzigingen_, 1);
+}
+
+// With a keyring running, a key typed into the window goes there: the command-line tool finds it,
+// and no file holds it.
+TEST(InstellingenVensterSleutelbos, AKeyFromTheWindowIsInTheKeyringForTheCommandLine) {
+    if (!nep::PriveSleutelbos::geinstalleerd()) {
+        GTEST_SKIP() << "gnome-keyring-daemon is niet geïnstalleerd (zie scripts/installeer.sh).";
+    }
+    ASSERT_NE(&qt(), nullptr);
+    nep::PriveSleutelbos bos;
+    ASSERT_TRUE(bos.startSleutelbos()) << "gnome-keyring-daemon kwam niet op de bus";
+    const auto kluis = bos.open();
+    ASSERT_NE(dynamic_cast<SleutelbosKluis*>(kluis.get()), nullptr);
+    test::Opstelling f;
+    f.maak();
+    XdgOpslag standaard{bos.thuis_, "app.tolmo"};
+    InstellingenVenster venster(
+        {*f.regelaar, *kluis, standaard, [] {}, std::nullopt, [] { return false; }, [](bool) {}});
+    venster.toon("Herkenning");
+    auto velden = venster.findChildren<QLineEdit*>();
+    velden.removeIf([](QLineEdit* v) { return v->echoMode() != QLineEdit::Password; });
+    ASSERT_EQ(velden.size(), 3);
+    const std::string sleutel = "sk-venster-in-bos-5678wxyz";
+    velden[0]->setText(QString::fromStdString(sleutel));
+    QTest::keyClick(velden[0], Qt::Key_Return);
+
+    EXPECT_TRUE(teksten(venster).contains(
+        QString::fromStdString(Sleutelbeheer::gemaskeerd(sleutel) + " (uit sleutelbos)")));
+    const auto r = bos.tolmo({"sleutel"});
+    EXPECT_EQ(r.uit,
+              "openai: sk-…wxyz (sleutelbos)\nmistral: niet ingesteld\nserver: niet ingesteld\n")
+        << r.fout;
+    EXPECT_TRUE(bos.bestandenMet(sleutel).empty()) << bos.bestandenMet(sleutel).front();
 }
 
 TEST_F(InstellingenVensterTest, EveryTabShowsItsTextsAndIsPhotographed) {
