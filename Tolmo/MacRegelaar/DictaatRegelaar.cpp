@@ -309,7 +309,7 @@ void DictaatRegelaar::wissel(Bron bron) {
 void DictaatRegelaar::vraagToestemming() {
     vraagOpen_ = true;
     p_.vraag.vraag("Voordat je dicteert",
-                   std::string(CloudToestemming::tekst) + "\n\n" + zonderToestemming,
+                   std::string(o_.toestemming.tekst) + "\n\n" + zonderToestemming,
                    {"Akkoord", "Niet nu"}, [w = std::weak_ptr<DictaatRegelaar*>(anker_)](int knop) {
                        if (const auto p = w.lock()) {
                            (**p).toestemmingsAntwoord(knop);
@@ -325,7 +325,7 @@ void DictaatRegelaar::toestemmingsAntwoord(int knop) {
         return;
     }
     CloudToestemming t;
-    t.versie = CloudToestemming::huidigeVersie;
+    t.versie = o_.toestemming.versie;
     t.datum = o_.wandklok();
     t.bewaar(p_.groep);
     cloudToestemming_ = t;
@@ -338,7 +338,7 @@ void DictaatRegelaar::start(Bron bron) {
     if (toestand_ != Toestand::klaar || vraagOpen_) {
         return;
     }
-    if (!cloudToestemming_ || !cloudToestemming_->geldig()) {
+    if (!cloudToestemming_ || !cloudToestemming_->geldig(o_.toestemming.versie)) {
         vraagToestemming();
         return;
     }

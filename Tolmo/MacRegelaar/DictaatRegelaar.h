@@ -137,6 +137,9 @@ class DictaatRegelaar {
         PlakToets plakToets;
         // Styles for the platform's common apps, used when the user's rows name none of them.
         std::vector<AppStijl> platformApps;
+        // What the consent question says: the Mac app's text unless the shell routes otherwise.
+        CloudToestemming::Tekst toestemming{CloudToestemming::huidigeVersie,
+                                            CloudToestemming::tekst};
     };
 
     // A recording stops by itself after ten minutes.
@@ -206,6 +209,10 @@ class DictaatRegelaar {
     }
     [[nodiscard]] const std::optional<CloudToestemming>& cloudToestemming() const {
         return cloudToestemming_;
+    }
+    // The text the user is asked to agree to, and its version.
+    [[nodiscard]] const CloudToestemming::Tekst& toestemmingsTekst() const {
+        return o_.toestemming;
     }
     [[nodiscard]] std::optional<Bron> bron() const;
     [[nodiscard]] const std::optional<Doel>& plakDoel() const;

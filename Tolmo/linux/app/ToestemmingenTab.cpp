@@ -53,7 +53,7 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
     spraakdienst_ = waarde(dienst);
     dienstIndeling->addWidget(spraakdienst_);
     auto* uitleg = waarde(dienst);
-    uitleg->setText("Waar je mee instemt: " + tekst(CloudToestemming::tekst));
+    uitleg->setText("Waar je mee instemt: " + tekst(r_.toestemmingsTekst().tekst));
     dienstIndeling->addWidget(uitleg);
     indeling->addWidget(dienst);
     indeling->addStretch();
@@ -92,7 +92,7 @@ void ToestemmingenTab::toon() {
     const auto& toestemming = r_.cloudToestemming();
     if (!toestemming) {
         spraakdienst_->setText("Nog niet gegeven. Tolmo vraagt het voor je eerste dictaat.");
-    } else if (!toestemming->geldig()) {
+    } else if (!toestemming->geldig(r_.toestemmingsTekst().versie)) {
         spraakdienst_->setText("Gegeven voor een eerdere tekst (versie " +
                                QString::number(toestemming->versie) +
                                "). Tolmo vraagt het opnieuw voor je volgende dictaat.");

@@ -192,6 +192,8 @@ struct Samenstelling {
         opties.altijdViaServer = false;
         opties.plakToets = {"Ctrl+V", "Ctrl+V"};
         opties.platformApps = linuxAppStijlen();
+        // The route is the user's, so the consent names each one it may take.
+        opties.toestemming = CloudToestemming::eigenRoute;
         DictaatRegelaar::Poorten poorten{
             lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
             vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, *kluis};

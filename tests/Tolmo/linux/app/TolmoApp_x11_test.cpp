@@ -64,8 +64,8 @@ class TolmoAppTest : public ::testing::Test {
         }
         const fs::path groep = config_ / "tolmo" / "group.app.tolmo.json";
         nlohmann::json doc = nlohmann::json::parse(std::ifstream(groep));
-        doc[std::string(CloudToestemming::sleutel)] = {{"versie", CloudToestemming::huidigeVersie},
-                                                       {"datum", 0}};
+        doc[std::string(CloudToestemming::sleutel)] = {
+            {"versie", CloudToestemming::eigenRoute.versie}, {"datum", 0}};
         std::ofstream(groep) << doc.dump();
     }
 
