@@ -23,6 +23,7 @@ class Sleutelbeheer : public SleutelKluis {
         std::string bron;
     };
 
+    // Throws std::exception when the store cannot be read (a locked keyring that stays locked).
     [[nodiscard]] virtual std::optional<Gevonden> zoek(Soort soort) const = 0;
     // Throws std::exception when the secret cannot be stored; what was stored stays.
     virtual void zet(Soort soort, const std::string& waarde) = 0;

@@ -64,14 +64,18 @@ class HerkenningTab::SleutelRij {
         QObject::connect(bewaarKnop, &QPushButton::clicked, ouder, [this] { bewaar(); });
         QObject::connect(veld_, &QLineEdit::returnPressed, ouder, [this] { bewaar(); });
         QObject::connect(wisKnop, &QPushButton::clicked, ouder, [this] { wis(); });
-        toon();
     }
 
+    // A keyring may be locked or not answer: that is shown, and the app goes on.
     void toon() {
-        if (const auto g = kluis_.zoek(soort_)) {
-            stand_->setText(q(Sleutelbeheer::gemaskeerd(g->waarde) + " (uit " + g->bron + ")"));
-        } else {
-            stand_->setText(QStringLiteral("Niet ingesteld"));
+        try {
+            if (const auto g = kluis_.zoek(soort_)) {
+                stand_->setText(q(Sleutelbeheer::gemaskeerd(g->waarde) + " (uit " + g->bron + ")"));
+            } else {
+                stand_->setText(QStringLiteral("Niet ingesteld"));
+            }
+        } catch (const std::exception& e) {
+            stand_->setText(q("Niet te lezen: " + std::string(e.what())));
         }
     }
 
@@ -98,8 +102,16 @@ class HerkenningTab::SleutelRij {
 
     void wis() {
         veld_->clear();
-        const bool gewist = kluis_.wis(soort_);
-        const auto over = kluis_.zoek(soort_);
+        bool gewist = false;
+        std::optional<Sleutelbeheer::Gevonden> over;
+        try {
+            gewist = kluis_.wis(soort_);
+            over = kluis_.zoek(soort_);
+        } catch (const std::exception& e) {
+            opmaak::toonMelding(*melding_, q("Wissen lukte niet (" + std::string(e.what()) + ")."),
+                                true);
+            return;
+        }
         if (over) {
             // Only the environment can still hold one; the app cannot change that.
             opmaak::toonMelding(*melding_,
@@ -203,6 +215,16 @@ HerkenningTab::HerkenningTab(Onderdelen onderdelen) : o_(std::move(onderdelen)) 
 }
 
 HerkenningTab::~HerkenningTab() = default;
+
+// The keys are read when the tab comes into view, not when the window is built at launch: a
+// keyring lookup is a round trip to another process, and a locked one may wait for its prompt.
+// Reading them each time also shows a key set with `tolmo sleutel` meanwhile.
+void HerkenningTab::showEvent(QShowEvent* gebeurtenis) {
+    InstellingenTab::showEvent(gebeurtenis);
+    for (const auto& rij : sleutels_) {
+        rij->toon();
+    }
+}
 
 void HerkenningTab::ververs(DictaatRegelaar::Wijziging w) {
     if (w == DictaatRegelaar::Wijziging::instellingen) {

@@ -36,6 +36,9 @@ class HerkenningTab final : public InstellingenTab {
 
     void ververs(DictaatRegelaar::Wijziging wijziging) override;
 
+  protected:
+    void showEvent(QShowEvent* gebeurtenis) override;
+
   private:
     class SleutelRij;
 
