@@ -411,6 +411,29 @@ void meldKetenFout(CliOmgeving& o, const HerkenningsFout& f) {
     }
 }
 
+// Opens the key store when the chain first asks for a key: the test engine needs none, and a
+// keyring costs a round trip to another process (and may move the file's keys) on opening.
+class KluisBijGebruik final : public SleutelKluis {
+  public:
+    explicit KluisBijGebruik(const CliOmgeving& omgeving) : omgeving_(omgeving) {}
+    [[nodiscard]] std::optional<std::string> sleutel(Aanbieder aanbieder) const override {
+        return open().sleutel(aanbieder);
+    }
+    [[nodiscard]] std::optional<std::string> toegangscode() const override {
+        return open().toegangscode();
+    }
+
+  private:
+    const Sleutelbeheer& open() const {
+        if (!kluis_) {
+            kluis_ = openSleutelbeheer(omgeving_.configMap, omgeving_.omgeving);
+        }
+        return *kluis_;
+    }
+    const CliOmgeving& omgeving_;
+    mutable std::unique_ptr<Sleutelbeheer> kluis_;
+};
+
 }  // namespace
 
 const char* DicteerOpdracht::hulp() {
@@ -460,11 +483,11 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
                                                                     instellingen.stijlPerApp});
 
     // The chain first: a missing key is reported before anyone speaks or a file is converted.
-    const auto kluis = openSleutelbeheer(omgeving.configMap, omgeving.omgeving);
+    const KluisBijGebruik kluis(omgeving);
     const auto transport = std::make_shared<VoortgangTransport>(CurlTransport::gedeeld());
     std::optional<TolmoKeten> keten;
     try {
-        keten.emplace(TolmoKeten::bouw(instellingen, *kluis, transport));
+        keten.emplace(TolmoKeten::bouw(instellingen, kluis, transport));
     } catch (const HerkenningsFout& f) {
         meldKetenFout(omgeving, f);
         return 1;
