@@ -73,4 +73,14 @@ inline std::string stuur(std::uint16_t poort, const std::string& verzoek) {
     return leesAntwoord(s);
 }
 
+// A GET of `pad`, closing the connection after it.
+inline std::string haal(std::uint16_t poort, const std::string& pad) {
+    return stuur(poort, "GET " + pad + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+}
+
+// The status code of a raw reply, empty when the server closed without one.
+inline std::string status(const std::string& antwoord) {
+    return antwoord.size() < 12 ? "" : antwoord.substr(9, 3);
+}
+
 }  // namespace tolmo::relay

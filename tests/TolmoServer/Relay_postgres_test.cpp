@@ -19,10 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
-
-std::string status(const std::string& antwoord) {
-    return antwoord.size() < 12 ? "" : antwoord.substr(9, 3);
-}
+using relay::status;
 
 class RelayPostgresTest : public ::testing::Test {
   protected:
@@ -135,10 +132,7 @@ TEST_F(RelayPostgresTest, DatabaseWegEnTerug) {
         EXPECT_NE(weg.find("De database van de server is tijdelijk niet bereikbaar."),
                   std::string::npos);
         EXPECT_NE(weg.find("Retry-After: 5"), std::string::npos);
-        EXPECT_EQ(status(relay::stuur(s.poort,
-                                      "GET /gezond HTTP/1.1\r\nHost: x\r\n"
-                                      "Connection: close\r\n\r\n")),
-                  "200");
+        EXPECT_EQ(status(relay::haal(s.poort, "/gezond")), "200");
     }
     laatGaan_ = true;
     onderweg.join();
@@ -154,8 +148,7 @@ TEST_F(RelayPostgresTest, DatabaseWegEnTerug) {
     }
     std::this_thread::sleep_for(7s);  // past the reservation's time-out and a sweep
     EXPECT_EQ(gebruikt("wankel"), 4 + 1 + 1);
-    const auto metrics = relay::stuur(
-        servers_[0].poort, "GET /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+    const auto metrics = relay::haal(servers_[0].poort, "/metrics");
     EXPECT_EQ(metrics.find("tolmo_opslag_fouten_totaal 0\n"), std::string::npos) << metrics;
 }
 

@@ -35,6 +35,7 @@ namespace net = boost::asio;
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
 using relay::multipart;
+using relay::status;
 using relay::wav;
 
 const std::string sleutel = "sk-nep-DEZE-SLEUTEL-MAG-NERGENS-STAAN";
@@ -91,7 +92,7 @@ class RelayTest : public ::testing::Test {
             }
             return LoopbackServer::Antwoord::json(200, R"({"text":")" + zin + R"("})");
         });
-        url_ = "http://127.0.0.1:" + std::to_string(nep::vrijePoort());
+        url_ = "http://127.0.0.1:" + std::to_string(poort_);
         omgeving_ = {{"XDG_STATE_HOME", (map_ / "staat").string()},
                      {"XDG_CONFIG_HOME", (map_ / "config").string()},
                      {"TMPDIR", map_.string()},
@@ -152,6 +153,7 @@ class RelayTest : public ::testing::Test {
     const fs::path map_ = tijdelijk_.pad();
     LoopbackServer nep_;
     std::atomic<bool> kapot_{false};
+    const std::uint16_t poort_ = nep::vrijePoort();
     std::string url_;
     std::map<std::string, std::string> omgeving_;
     std::unique_ptr<nep::LopendProces> server_;
@@ -244,11 +246,10 @@ TEST_F(RelayTest, TolmoDicteerDoorDeServer) {
 // exactly 60 one-second dictations, not one more.
 TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
     const std::string verzoek = relay::transcriptieVerzoek(maakCode("druk", 1), 1);
-    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
     net::io_context io;
     std::vector<net::ip::tcp::socket> sockets;
     for (int i = 0; i < 400; ++i) {
-        sockets.push_back(relay::verstuur(io, poort, verzoek));
+        sockets.push_back(relay::verstuur(io, poort_, verzoek));
     }
     std::map<std::string, int> statussen;
     for (auto& s : sockets) {
@@ -263,8 +264,6 @@ TEST_F(RelayTest, QuotumExactBijGelijktijdigeVerzoeken) {
 // open and no second of the code stays reserved.
 TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
     const std::string code = maakCode("vijand", 60);
-    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
-    const auto status = [](const std::string& a) { return a.size() < 12 ? "" : a.substr(9, 3); };
     const std::string kop =
         "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\n"
         "Authorization: Bearer " +
@@ -286,7 +285,7 @@ TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
     };
     net::io_context io;
     for (const auto& g : gevallen) {
-        auto s = relay::verstuur(io, poort, g.bytes);
+        auto s = relay::verstuur(io, poort_, g.bytes);
         if (g.klantGaatWeg) {
             s.close();
             continue;
@@ -295,9 +294,9 @@ TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
     }
     std::vector<net::ip::tcp::socket> vol;
     for (int i = 0; i < 450; ++i) {
-        vol.push_back(relay::verstuur(io, poort, ""));
+        vol.push_back(relay::verstuur(io, poort_, ""));
     }
-    auto teVeel = relay::verstuur(io, poort, "");
+    auto teVeel = relay::verstuur(io, poort_, "");
     const std::string geweigerd = relay::leesAntwoord(teVeel);
     EXPECT_EQ(status(geweigerd), "429");
     EXPECT_NE(geweigerd.find("limiet-verbindingen"), std::string::npos) << geweigerd;
@@ -305,8 +304,7 @@ TEST_F(RelayTest, VijandigeKlantenLatenNietsAchter) {
     std::string metrics;
     for (int i = 0; i < 50 && metrics.find("tolmo_verbindingen 1\n") == std::string::npos; ++i) {
         std::this_thread::sleep_for(100ms);
-        metrics =
-            relay::stuur(poort, "GET /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+        metrics = relay::haal(poort_, "/metrics");
     }
     EXPECT_NE(metrics.find("tolmo_verbindingen 1\n"), std::string::npos) << metrics;
     EXPECT_NE(voer(TOLMO_SERVER_PAD, {"code", "lijst"})
@@ -332,11 +330,10 @@ TEST_F(RelayVeelVerbindingenTest, TienduizendStilleVerbindingen) {
     if (limiet.rlim_max < 10500 || ::setrlimit(RLIMIT_NOFILE, &limiet) != 0) {
         GTEST_SKIP() << "Harde descriptorlimiet " << limiet.rlim_max << " < 10500 (ulimit -Hn).";
     }
-    const auto poort = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
     const auto rssBij = [&](const std::string& verbindingen) {  // MiB, once /metrics counts them
         std::string m;
         for (int i = 0; i < 100 && m.find("verbindingen " + verbindingen + "\n") > m.size(); ++i) {
-            m = relay::stuur(poort, "GET /metrics HTTP/1.1\r\nConnection: close\r\n\r\n");
+            m = relay::haal(poort_, "/metrics");
         }
         return std::stod(m.substr(m.find("\nprocess_resident_memory_bytes ") + 31)) / 1048576;
     };
@@ -349,7 +346,7 @@ TEST_F(RelayVeelVerbindingenTest, TienduizendStilleVerbindingen) {
         // The port is chosen at connect: earlier runs' ports in TIME_WAIT stay usable.
         s.set_option(net::detail::socket_option::boolean<IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT>(1));
         s.bind({net::ip::make_address("127.0.0.2"), 0});
-        s.async_connect({net::ip::make_address("127.0.0.1"), poort},
+        s.async_connect({net::ip::make_address("127.0.0.1"), poort_},
                         [&](const boost::system::error_code& ec) { verbonden += !ec; });
     }
     io.run_for(30s);  // a server that stops accepting would hold a blocking connect for minutes
@@ -358,7 +355,7 @@ TEST_F(RelayVeelVerbindingenTest, TienduizendStilleVerbindingen) {
     for (const auto& v : {relay::transcriptieVerzoek(maakCode("stil", 60), 1),
                           std::string("GET /gezond HTTP/1.1\r\nConnection: close\r\n\r\n")}) {
         const auto begin = std::chrono::steady_clock::now();
-        EXPECT_EQ(relay::stuur(poort, v).substr(0, 12), "HTTP/1.1 200");
+        EXPECT_EQ(relay::stuur(poort_, v).substr(0, 12), "HTTP/1.1 200");
         EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
     }
     std::printf("VmRSS: %.1f MiB zonder, %.1f MiB met 10000 stille verbindingen\n", zonder, met);

@@ -7,41 +7,19 @@
 
 #include <nlohmann/json.hpp>
 
-#include "nep/LopendProces.h"
-#include "nep/TijdelijkeOpname.h"
+#include "CliTest.h"
 
 namespace tolmo {
 namespace {
 
 namespace fs = std::filesystem;
 
-class CliTest : public ::testing::Test {
-  protected:
-    nep::ProcesUitkomst tolmo(const std::vector<std::string>& args, const std::string& invoer = {},
-                              std::map<std::string, std::string> extra = {}) {
-        std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map_.string()},
-                                                    {"OPENAI_API_KEY", ""},
-                                                    {"MISTRAL_API_KEY", ""},
-                                                    {"TOLMO_TOEGANGSCODE", ""},
-                                                    // Keys go to the file, never to the
-                                                    // user's own keyring.
-                                                    {"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
-        for (auto& [k, v] : extra) {
-            omgeving[k] = v;
-        }
-        return nep::voerProcesUit(TOLMO_CLI_PAD, args, omgeving, invoer);
-    }
-
-    std::string document() {
-        std::ifstream in(map_ / "tolmo" / "group.app.tolmo.json");
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
-
-    nep::TijdelijkeMap tijdelijk_;
-    const fs::path map_ = tijdelijk_.pad();
-};
+std::string document(const fs::path& map) {
+    std::ifstream in(map / "config" / "tolmo" / "group.app.tolmo.json");
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
 
 TEST_F(CliTest, SettingsRoundTripAndRefusals) {
     auto r = tolmo({"instellingen"});
@@ -71,7 +49,7 @@ TEST_F(CliTest, SettingsRoundTripAndRefusals) {
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.args.back());
-        const std::string voor = document();
+        const std::string voor = document(map_);
         r = tolmo(g.args);
         EXPECT_EQ(r.status, g.status) << r.fout;
         if (g.status == 0) {
@@ -80,7 +58,7 @@ TEST_F(CliTest, SettingsRoundTripAndRefusals) {
         } else {
             EXPECT_NE(r.fout.find(g.uitOfFout), std::string::npos) << r.fout;
             EXPECT_TRUE(r.uit.empty());
-            EXPECT_EQ(document(), voor) << "a refused change leaves the document as it was";
+            EXPECT_EQ(document(map_), voor) << "a refused change leaves the document as it was";
         }
     }
     const auto doc = nlohmann::json::parse(tolmo({"instellingen"}).uit);
@@ -94,14 +72,14 @@ TEST_F(CliTest, SettingsRoundTripAndRefusals) {
 }
 
 TEST_F(CliTest, KeysAreReadFromStandardInputAndKeptPrivate) {
-    auto r = tolmo({"sleutel", "zet", "openai"}, "sk-geheim-1234567890\n");
+    auto r = tolmo({"sleutel", "zet", "openai"}, {}, "sk-geheim-1234567890\n");
     ASSERT_EQ(r.status, 0) << r.fout;
-    const fs::path bestand = map_ / "tolmo" / "sleutels.json";
+    const fs::path bestand = map_ / "config" / "tolmo" / "sleutels.json";
     struct stat st {};
     ASSERT_EQ(::stat(bestand.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600U) << "only the owner may read the keys";
 
-    r = tolmo({"sleutel"}, "", {{"TOLMO_TOEGANGSCODE", "code-uit-omgeving-42"}});
+    r = tolmo({"sleutel"}, {{"TOLMO_TOEGANGSCODE", "code-uit-omgeving-42"}});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.uit,
               "openai: sk-…7890 (bestand)\n"
@@ -110,7 +88,7 @@ TEST_F(CliTest, KeysAreReadFromStandardInputAndKeptPrivate) {
     EXPECT_EQ(r.uit.find("geheim"), std::string::npos);
 
     // The environment wins over the file.
-    r = tolmo({"sleutel"}, "", {{"OPENAI_API_KEY", "sk-omgeving-abcdefgh"}});
+    r = tolmo({"sleutel"}, {{"OPENAI_API_KEY", "sk-omgeving-abcdefgh"}});
     EXPECT_NE(r.uit.find("openai: sk-…efgh (OPENAI_API_KEY)"), std::string::npos) << r.uit;
 
     struct Geval {
@@ -126,7 +104,7 @@ TEST_F(CliTest, KeysAreReadFromStandardInputAndKeptPrivate) {
         {{"sleutel", "zet", "openai", "sk-op-de-regel"}, "", 2, "Gebruik: tolmo sleutel"},
     };
     for (const Geval& g : fouten) {
-        r = tolmo(g.args, g.invoer);
+        r = tolmo(g.args, {}, g.invoer);
         EXPECT_EQ(r.status, g.status);
         EXPECT_NE(r.fout.find(g.fout), std::string::npos) << r.fout;
     }

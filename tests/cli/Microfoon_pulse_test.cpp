@@ -11,8 +11,8 @@
 #include <regex>
 #include <string>
 
+#include "CliTest.h"
 #include "nep/LoopbackServer.h"
-#include "nep/LopendProces.h"
 #include "nep/PulseDaemon.h"
 
 namespace tolmo {
@@ -42,16 +42,8 @@ class MicrofoonTest : public ::testing::Test {
         fs::create_directories(tmp_);
     }
 
-    std::map<std::string, std::string> omgeving(std::map<std::string, std::string> extra) const {
-        std::map<std::string, std::string> o{
-            {"XDG_CONFIG_HOME", (daemon_.map() / "config").string()},
-            {"TMPDIR", tmp_.string()},
-            {"OPENAI_API_KEY", ""},
-            {"TOLMO_OPENAI_URL", ""}};
-        for (auto& [k, v] : extra) {
-            o[k] = v;
-        }
-        return o;
+    [[nodiscard]] Omgeving omgeving(const Omgeving& extra) const {
+        return cliOmgeving(daemon_.map(), extra);
     }
 
     nep::PulseDaemon daemon_;

@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "nep/LopendProces.h"
-#include "nep/TijdelijkeOpname.h"
+#include "CliTest.h"
 
 namespace tolmo {
 namespace {
 
-TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
-    const nep::TijdelijkeMap map;
-    const std::map<std::string, std::string> omgeving{{"XDG_CONFIG_HOME", map.pad().string()}};
+TEST_F(CliTest, CleanCommandsAndStyleThroughTheBinary) {
     using Args = std::vector<std::string>;
     struct Geval {
         Args args;
@@ -38,25 +35,17 @@ TEST(TekstOpdrachten, CleanCommandsAndStyleThroughTheBinary) {
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.args.front() + " / " + g.invoer);
-        const auto r = nep::voerProcesUit(TOLMO_CLI_PAD, g.args, omgeving, g.invoer);
+        const auto r = tolmo(g.args, {}, g.invoer);
         EXPECT_EQ(r.status, g.status);
         EXPECT_EQ(r.uit, g.uit);
         EXPECT_EQ(r.fout, g.fout);
     }
 
     // The saved default style and word list are used when no option says otherwise.
-    ASSERT_EQ(nep::voerProcesUit(TOLMO_CLI_PAD,
-                                 {"instellingen", "zet", "standaardStijl", "letterlijk"}, omgeving)
-                  .status,
-              0);
-    ASSERT_EQ(
-        nep::voerProcesUit(TOLMO_CLI_PAD, {"instellingen", "zet", "stijlPerApp", "[]"}, omgeving)
-            .status,
-        0);
-    EXPECT_EQ(nep::voerProcesUit(TOLMO_CLI_PAD, {"stijl", "com.apple.mail"}, omgeving).uit,
-              "letterlijk\n");
-    EXPECT_EQ(nep::voerProcesUit(TOLMO_CLI_PAD, {"opschonen"}, omgeving, "ls -la.").uit,
-              "ls -la\n");
+    ASSERT_EQ(tolmo({"instellingen", "zet", "standaardStijl", "letterlijk"}).status, 0);
+    ASSERT_EQ(tolmo({"instellingen", "zet", "stijlPerApp", "[]"}).status, 0);
+    EXPECT_EQ(tolmo({"stijl", "com.apple.mail"}).uit, "letterlijk\n");
+    EXPECT_EQ(tolmo({"opschonen"}, {}, "ls -la.").uit, "ls -la\n");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/buffers_range.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/string.hpp>
 #include <boost/beast/http.hpp>
 #include <chrono>
 #include <condition_variable>
@@ -57,7 +58,7 @@ class LoopbackServer {
 
         [[nodiscard]] std::optional<std::string> header(std::string_view naam) const {
             for (const auto& [n, w] : headers) {
-                if (zelfdeNaam(n, naam)) {
+                if (boost::beast::iequals(n, naam)) {
                     return w;
                 }
             }
@@ -209,15 +210,6 @@ class LoopbackServer {
         };
     };
 
-    static bool zelfdeNaam(std::string_view a, std::string_view b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            const auto klein = [](char c) {
-                return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-            };
-            return klein(x) == klein(y);
-        });
-    }
-
     void accepteer() {
         for (;;) {
             boost::asio::ip::tcp::socket s(io_);
@@ -306,7 +298,7 @@ class LoopbackServer {
                     return false;
                 }
                 const auto expect = parser.get()[http::field::expect];
-                if (zelfdeNaam(std::string_view(expect.data(), expect.size()), "100-continue")) {
+                if (boost::beast::iequals(expect, "100-continue")) {
                     boost::asio::write(s, boost::asio::buffer("HTTP/1.1 100 Continue\r\n\r\n", 25),
                                        ec);
                 }
