@@ -12,20 +12,13 @@
 namespace tolmo {
 namespace {
 
-struct Geval {
-    std::string gesproken;
-    std::string verwacht;
-};
-
-void controleer(const std::vector<Geval>& gevallen) {
-    for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.gesproken);
-        EXPECT_EQ(Spraakopdrachten::pasToe(g.gesproken), g.verwacht);
-    }
-}
-
-TEST(Spraakopdrachten, CommandsOnTheirOwnAreCarriedOutInsideASentenceTheyStayWords) {
-    controleer({
+// Spoken text in, typed text out.
+TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
+    const struct {
+        std::string gesproken;
+        std::string verwacht;
+    } gevallen[] = {
+        // Commands on their own are carried out; inside a sentence they stay words.
         {"Dat klopt. Nieuwe regel. Tot morgen.", "Dat klopt.\nTot morgen."},
         {"Dat was het. Nieuwe regel. Dan gaan we.", "Dat was het.\nDan gaan we."},
         {"de nieuwe regel geldt", "de nieuwe regel geldt"},
@@ -50,11 +43,7 @@ TEST(Spraakopdrachten, CommandsOnTheirOwnAreCarriedOutInsideASentenceTheyStayWor
         // A sentence end hidden behind a closing quote or parenthesis still counts.
         {"Hij zei \"ja.\" Nieuwe regel dan", "Hij zei \"ja.\"\nDan"},
         {"(zie boven.) Nieuwe regel dan", "(zie boven.)\nDan"},
-    });
-}
-
-TEST(Spraakopdrachten, NeighbourWordsBlockTheirCommands) {
-    controleer({
+        // Neighbouring words block their commands.
         // Determiners before "nieuwe regel", "nieuwe alinea" and "dubbele punt".
         {"Ik ken elke nieuwe regel. Goed", "Ik ken elke nieuwe regel. Goed"},
         {"Lees zo'n nieuwe alinea. Goed", "Lees zo'n nieuwe alinea. Goed"},
@@ -85,11 +74,7 @@ TEST(Spraakopdrachten, NeighbourWordsBlockTheirCommands) {
         {"Hier volgt mijn opsomming melk", "Hier volgt mijn opsomming melk"},
         {"Boodschappen opsomming", "Boodschappen opsomming"},
         {"Graag opsomming punt", "Graag opsomming."},
-    });
-}
-
-TEST(Spraakopdrachten, DeleteTakesBackTheLastSentenceOnlyAtASentenceStart) {
-    controleer({
+        // "Schrap dat" takes back the last sentence, only at a sentence start.
         {"Eerste zin. Tweede zin. Schrap dat. Derde zin.", "Eerste zin. Derde zin."},
         {"Een. twee drie. Laatste zin weg. vier", "Een. Vier"},
         // In the middle of a sentence, or not closed off, it is text.
@@ -107,11 +92,7 @@ TEST(Spraakopdrachten, DeleteTakesBackTheLastSentenceOnlyAtASentenceStart) {
         {"Schrap dat. Verder", "Schrap dat. Verder"},
         // A pending opening quote is taken back with the sentence.
         {"Een. Twee. Open aanhalingstekens schrap dat. drie", "Een. Drie"},
-    });
-}
-
-TEST(Spraakopdrachten, QuotesAttachToTheNeighbouringWords) {
-    controleer({
+        // Quotes attach to the neighbouring words.
         {"Hij zei open aanhalingstekens ja, sluit aanhalingstekens en ging",
          "Hij zei \"ja,\" en ging"},
         {"Hij zei dubbele punt aanhalingstekens openen ja aanhalingstekens sluiten",
@@ -120,11 +101,7 @@ TEST(Spraakopdrachten, QuotesAttachToTheNeighbouringWords) {
         {"Aanhalingsteken openen tekst aanhalingsteken sluiten punt", "\"tekst\"."},
         // Left open at the end, the quote is still typed.
         {"Hij zei open aanhalingstekens", "Hij zei \""},
-    });
-}
-
-TEST(Spraakopdrachten, SpokenListBecomesDashLines) {
-    controleer({
+        // A spoken list becomes dash lines.
         {"Boodschappen dubbele punt opsomming melk nieuwe regel eieren nieuwe regel brood "
          "einde opsomming Dat was het.",
          "Boodschappen:\n- melk\n- eieren\n- brood\nDat was het."},
@@ -149,11 +126,7 @@ TEST(Spraakopdrachten, SpokenListBecomesDashLines) {
         // Ending a list that was never opened changes nothing.
         {"Klaar einde opsomming en dan", "Klaar en dan"},
         {"Klaar punt opsomming appels", "Klaar.\n- appels"},
-    });
-}
-
-TEST(Spraakopdrachten, CommandsAtTheEdgesAndTheCapitalsAfterThem) {
-    controleer({
+        // Commands at the edges, and the capitals after them.
         {"Nieuwe regel. Hallo", "\nHallo"},
         {"Komma en dan", ", en dan"},
         {"punt", "."},
@@ -171,18 +144,18 @@ TEST(Spraakopdrachten, CommandsAtTheEdgesAndTheCapitalsAfterThem) {
         {"Oké. Nieuwe regel. élan", "Oké.\nÉlan"},
         {"Oké. Nieuwe regel. 3 appels", "Oké.\n3 appels"},
         {"nieuw toestel punt iPhone kopen", "nieuw toestel. iPhone kopen"},
-    });
-}
-
-TEST(Spraakopdrachten, WhiteSpaceIsCollapsedAndTextIsNeverBroken) {
-    controleer({
+        // White space is collapsed and text is never broken.
         {"  Dat  klopt.\n\nNieuwe\tregel.\u00a0Tot   morgen. \n", "Dat klopt.\nTot morgen."},
         {"een\n\ntwee\u2003drie", "een twee drie"},
         {"", ""},
         {" \n\t ", ""},
         // Invalid UTF-8 comes out as U+FFFD, never as broken bytes.
         {"a\xff komma b", "a\xEF\xBF\xBD, b"},
-    });
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.gesproken);
+        EXPECT_EQ(Spraakopdrachten::pasToe(g.gesproken), g.verwacht);
+    }
 }
 
 TEST(Spraakopdrachten, TokensKeepTheWordAndItsCore) {
