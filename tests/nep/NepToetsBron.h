@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,113 +28,101 @@ class NepToetsBron final : public ToetsBron {
     std::vector<Toetscombinatie> bezet;
     ToetsVlaggen sessie;
 
-    // What it was asked, e.g. "maakTap", "tap aan", "tap weg", "globale monitor",
-    // "globale monitor weg", "registreer ⌃⌥D", "wissel weg ⌃⌥D".
+    // What it was asked: "maakTap", "tap aan", "globale monitor", "lokale monitor",
+    // "wisselhandler", "registreer ⌃⌥D"; a registration that goes adds "<naam> weg" ("tap weg",
+    // "registreer ⌃⌥D weg").
     std::vector<std::string> verzoeken;
-
-    // The handlers of live registrations (empty once removed) ...
+    // The registrations alive now, by those names.
+    std::set<std::string> levend;
+    // The handlers last handed over, kept after their registration is gone so that a test can
+    // still call them, as the system might a moment late.
     OpGebeurtenis tapHandler, globaleHandler, lokaleHandler;
     std::function<void(TapUit)> tapUitHandler;
     std::function<void()> wisselHandler;
     std::optional<Toetscombinatie> geregistreerd;
     bool tapAan = false;
-    // ... and copies kept for good, to call after their owner is gone.
-    OpGebeurtenis oudeTapHandler, oudeGlobaleHandler;
-    std::function<void(TapUit)> oudeTapUitHandler;
-    std::function<void()> oudeWisselHandler;
 
     std::unique_ptr<Tap> maakTap(OpGebeurtenis opGebeurtenis,
                                  std::function<void(TapUit)> opUitgezet) override {
-        verzoeken.push_back("maakTap");
+        verzoeken.emplace_back("maakTap");
         if (!tapLukt) {
             return nullptr;
         }
-        tapHandler = oudeTapHandler = std::move(opGebeurtenis);
-        tapUitHandler = oudeTapUitHandler = std::move(opUitgezet);
-        tapAan = false;
+        tapHandler = std::move(opGebeurtenis);
+        tapUitHandler = std::move(opUitgezet);
+        levend.insert("tap");
         return std::make_unique<NepTap>(*this);
     }
     std::unique_ptr<Registratie> installeerGlobaleMonitor(OpGebeurtenis op) override {
-        oudeGlobaleHandler = op;
-        return registreer("globale monitor", globaleMonitorLukt, globaleHandler, std::move(op));
+        globaleHandler = std::move(op);
+        return registreer("globale monitor", globaleMonitorLukt);
     }
     std::unique_ptr<Registratie> installeerLokaleMonitor(OpGebeurtenis op) override {
-        return registreer("lokale monitor", true, lokaleHandler, std::move(op));
+        lokaleHandler = std::move(op);
+        return registreer("lokale monitor", true);
     }
     std::unique_ptr<Registratie> installeerWisselHandler(std::function<void()> op) override {
-        if (handlerLukt) {
-            oudeWisselHandler = op;
-        }
-        return registreer("wisselhandler", handlerLukt, wisselHandler, std::move(op));
+        wisselHandler = std::move(op);
+        return registreer("wisselhandler", handlerLukt);
     }
     std::unique_ptr<Registratie> registreerWissel(const Toetscombinatie& c) override {
-        verzoeken.push_back("registreer " + c.weergave());
-        if (std::find(bezet.begin(), bezet.end(), c) != bezet.end()) {
-            return nullptr;
-        }
-        geregistreerd = c;
-        return std::make_unique<NepRegistratie>([this, c] {
-            verzoeken.push_back("wissel weg " + c.weergave());
-            geregistreerd.reset();
-        });
+        auto r =
+            registreer("registreer " + c.weergave(), std::ranges::find(bezet, c) == bezet.end());
+        geregistreerd = r ? std::optional(c) : std::nullopt;
+        return r;
     }
     ToetsVlaggen sessieVlaggen() const override { return sessie; }
 
     // One real key event: the session state follows it, the tap sees it first (when it exists,
     // is enabled and delivers), then the global monitor, or the local one when the event is
-    // aimed at the app itself.
+    // aimed at the app itself. Copies throughout: a handler may remove its own registration.
     void toets(const Gebeurtenis& g, bool inApp = false) {
         if (g.soort == Soort::modificatie) {
             sessie = g.vlaggen;
         }
-        // Copies throughout: a handler may remove its own registration.
-        if (auto h = tapHandler; h && tapAan && tapLevert) {
+        if (auto h = tapHandler; levend.contains("tap") && tapAan && tapLevert) {
             h(g);
         }
-        if (auto h = inApp ? lokaleHandler : globaleHandler) {
+        if (auto h = inApp ? lokaleHandler : globaleHandler;
+            levend.contains(inApp ? "lokale monitor" : "globale monitor")) {
             h(g);
         }
     }
     void zetTapUit(TapUit reden) {
         tapAan = false;
-        if (auto h = tapUitHandler) {
+        if (auto h = tapUitHandler; levend.contains("tap")) {
             h(reden);
         }
     }
     void drukWissel() {
-        if (auto h = wisselHandler; h && geregistreerd) {
+        if (auto h = wisselHandler; levend.contains("wisselhandler") && geregistreerd) {
             h();
         }
     }
 
   private:
-    // Records the request "naam"; when granted, installs the handler until the registration
-    // goes, which is recorded as "naam weg".
-    template <class Handler>
-    std::unique_ptr<Registratie> registreer(const std::string& naam, bool lukt, Handler& plek,
-                                            Handler handler) {
+    std::unique_ptr<Registratie> registreer(const std::string& naam, bool lukt) {
         verzoeken.push_back(naam);
         if (!lukt) {
             return nullptr;
         }
-        plek = std::move(handler);
-        return std::make_unique<NepRegistratie>([this, naam, &plek] {
-            verzoeken.push_back(naam + " weg");
-            plek = nullptr;
-        });
+        levend.insert(naam);
+        return std::make_unique<NepRegistratie>(*this, naam);
+    }
+    void weg(const std::string& naam) {
+        verzoeken.push_back(naam + " weg");
+        levend.erase(naam);
+        if (naam.starts_with("registreer ")) {
+            geregistreerd.reset();
+        }
     }
 
     class NepTap final : public Tap {
       public:
-        explicit NepTap(NepToetsBron& b) : bron_(b) {}
-        ~NepTap() override {
-            bron_.verzoeken.push_back("tap weg");
-            bron_.tapAan = false;
-            bron_.tapHandler = nullptr;
-            bron_.tapUitHandler = nullptr;
-        }
+        explicit NepTap(NepToetsBron& b) : bron_(b) { bron_.tapAan = false; }
+        ~NepTap() override { bron_.weg("tap"); }
         void zetAan() override {
-            bron_.verzoeken.push_back("tap aan");
+            bron_.verzoeken.emplace_back("tap aan");
             bron_.tapAan = bron_.tapGaatAan;
         }
         bool isAan() const override { return bron_.tapAan; }
@@ -144,11 +133,12 @@ class NepToetsBron final : public ToetsBron {
 
     class NepRegistratie final : public Registratie {
       public:
-        explicit NepRegistratie(std::function<void()> weg) : weg_(std::move(weg)) {}
-        ~NepRegistratie() override { weg_(); }
+        NepRegistratie(NepToetsBron& b, std::string naam) : bron_(b), naam_(std::move(naam)) {}
+        ~NepRegistratie() override { bron_.weg(naam_); }
 
       private:
-        std::function<void()> weg_;
+        NepToetsBron& bron_;
+        std::string naam_;
     };
 };
 

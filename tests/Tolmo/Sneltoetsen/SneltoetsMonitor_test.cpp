@@ -41,34 +41,30 @@ const std::string tapDood =
     "CGEventTap ontvangt geen toetsen terwijl de NSEvent-monitor ze wel ziet: Invoermonitoring "
     "werkt niet voor deze versie";
 
-class SneltoetsMonitorTest : public ::testing::Test {
-  protected:
+using Acties = std::vector<Actie>;
+
+// A monitor on a fake key source and a fake clock, keeping what it tells its owner.
+struct Opstelling {
     nep::NepToetsBron bron;
     nep::NepHoofdLus lus;
     Regels log;
-    std::vector<Actie> acties;
+    Acties acties;
     int wissels = 0;
     std::unique_ptr<SneltoetsMonitor> monitor;
 
-    void SetUp() override { maak(HoudToets::rechterOption); }
-
-    // A new monitor; `opnieuw` also on a fresh key source.
-    void maak(HoudToets toets, bool opnieuw = false) {
-        if (opnieuw) {
-            monitor.reset();
-            bron = nep::NepToetsBron{};
-        }
-        monitor = std::make_unique<SneltoetsMonitor>(bron, lus, toets);
+    explicit Opstelling(HoudToets toets = HoudToets::rechterOption)
+        : monitor(std::make_unique<SneltoetsMonitor>(bron, lus, toets)) {
         monitor->opHoudActie = [this](Actie a) { acties.push_back(a); };
         monitor->opWissel = [this] { ++wissels; };
         monitor->opLog = [this](const std::string& r) { log.push_back(r); };
     }
-
-    // The log lines and decisions since the last call.
+    // The log lines, decisions and requests since the last call.
     Regels nieuweRegels() { return std::exchange(log, {}); }
-    std::vector<Actie> nieuweActies() { return std::exchange(acties, {}); }
+    Acties nieuweActies() { return std::exchange(acties, {}); }
     Regels nieuweVerzoeken() { return std::exchange(bron.verzoeken, {}); }
 };
+
+class SneltoetsMonitorTest : public ::testing::Test, public Opstelling {};
 
 TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
     struct Geval {
@@ -83,11 +79,6 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
          Regels{"maakTap", "tap aan", "globale monitor", "lokale monitor"}},
         {"alleen Invoermonitoring", true, false, true, true, true, Mechanisme::tap,
          Regels{tapGemaakt, viaTap}, Regels{"maakTap", "tap aan"}},
-        {"alleen Toegankelijkheid", false, true, true, true, true, Mechanisme::nsEvent,
-         Regels{viaNsEvent}, Regels{"globale monitor", "lokale monitor"}},
-        // The first start says why the hold key does nothing, though the mechanism stays geen.
-        {"geen van beide", false, false, true, true, true, Mechanisme::geen, Regels{nietActief},
-         Regels{}},
         {"tap geweigerd, Toegankelijkheid wel", true, true, false, true, true, Mechanisme::nsEvent,
          Regels{"CGEventTap maken mislukt", viaNsEvent},
          Regels{"maakTap", "globale monitor", "lokale monitor"}},
@@ -100,44 +91,41 @@ TEST_F(SneltoetsMonitorTest, StartChoosesHowTheHoldKeyIsWatched) {
          Regels{nietActief}, Regels{"globale monitor", "lokale monitor"}},
     };
     for (const Geval& g : gevallen) {
-        maak(HoudToets::rechterOption, true);
-        bron.tapLukt = g.tapLukt;
-        bron.tapGaatAan = g.tapGaatAan;
-        bron.globaleMonitorLukt = g.globaleMonitorLukt;
-        log.clear();
-        monitor->start(g.invoermonitoring, g.toegankelijkheid);
-        EXPECT_EQ(monitor->mechanisme(), g.verwacht) << g.naam;
-        EXPECT_EQ(nieuweRegels(), g.regels) << g.naam;
-        EXPECT_EQ(bron.verzoeken, g.verzoeken) << g.naam;
-        EXPECT_EQ(monitor->tapMislukt(), !g.tapLukt && g.invoermonitoring) << g.naam;
+        SCOPED_TRACE(g.naam);
+        Opstelling o;
+        o.bron.tapLukt = g.tapLukt;
+        o.bron.tapGaatAan = g.tapGaatAan;
+        o.bron.globaleMonitorLukt = g.globaleMonitorLukt;
+        o.monitor->start(g.invoermonitoring, g.toegankelijkheid);
+        EXPECT_EQ(o.monitor->mechanisme(), g.verwacht);
+        EXPECT_EQ(o.nieuweRegels(), g.regels);
+        EXPECT_EQ(o.nieuweVerzoeken(), g.verzoeken);
+        // A refused tap stays refused until the app is restarted; a granted one is made anew
+        // after a stop.
+        EXPECT_EQ(o.monitor->tapMislukt(), !g.tapLukt && g.invoermonitoring);
+        o.bron.tapLukt = true;
+        o.monitor->stop();
+        o.monitor->start(g.invoermonitoring, g.toegankelijkheid);
+        EXPECT_EQ(std::ranges::count(o.nieuweVerzoeken(), "maakTap"),
+                  g.invoermonitoring && g.tapLukt ? 1 : 0);
     }
 }
 
+// The hold key's log lines and a combination's cancel through the tap are pinned with the
+// controller (DictaatRegelaar.HoldKeyAndCancellation).
 TEST_F(SneltoetsMonitorTest, WithAWorkingTapTheMonitorsOnlyWitness) {
     monitor->start(true, true);
-    nieuweRegels();
     bron.toets(mod(rechterOptionCode, rOpt));
     // Decisions hop to the main loop; the owner never runs inside the event callback.
     EXPECT_TRUE(acties.empty());
     lus.draai();
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
+    EXPECT_EQ(nieuweActies(), Acties{Actie::begin});
     lus.verstrijk(0.4);
     bron.toets(mod(rechterOptionCode, 0), true);
     lus.verstrijk(2.0);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
+    EXPECT_EQ(nieuweActies(), Acties{Actie::einde});
     EXPECT_EQ(monitor->tapGemist(), 0);
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::tap);
-    EXPECT_EQ(nieuweRegels(), (Regels{"Eerste modificatietoets ontvangen via CGEventTap "
-                                      "(Invoermonitoring)",
-                                      "Houdtoets ingedrukt", "Houdtoets losgelaten"}));
-
-    // Option+E: the tap's key-down cancels; the monitors' copy of it changes nothing.
-    bron.toets(mod(rechterOptionCode, rOpt));
-    bron.toets(omlaag(letterE));
-    bron.toets(mod(rechterOptionCode, 0));
-    lus.verstrijk(2.0);
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::begin, Actie::annuleer}));
-    EXPECT_EQ(lus.actieveTimers(), 0);
 }
 
 TEST_F(SneltoetsMonitorTest, DeadTapIsAbandonedAfterTwoWitnessedMisses) {
@@ -169,7 +157,7 @@ TEST_F(SneltoetsMonitorTest, DeadTapIsAbandonedAfterTwoWitnessedMisses) {
     lus.verstrijk(0.5);
     bron.toets(mod(rechterOptionCode, 0));
     lus.draai();
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::begin, Actie::einde}));
+    EXPECT_EQ(nieuweActies(), (Acties{Actie::begin, Actie::einde}));
     monitor->start(true, true);
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::nsEvent);
     EXPECT_EQ(nieuweRegels(),
@@ -189,15 +177,15 @@ TEST_F(SneltoetsMonitorTest, WitnessCountsOnlyChangesTheTapMissedForOverASecond)
         {"direct erna niet", 0.0, 0},
     };
     for (const Geval& g : gevallen) {
-        maak(HoudToets::rechterOption, true);
-        monitor->start(true, true);
-        bron.toets(mod(linkerOptionCode, lOpt));
-        bron.toets(mod(linkerOptionCode, 0));
-        bron.tapLevert = false;
-        lus.verstrijk(g.stilte);
-        bron.toets(mod(linkerOptionCode, lOpt));
-        lus.verstrijk(0.3);
-        EXPECT_EQ(monitor->tapGemist(), g.gemist) << g.naam;
+        Opstelling o;
+        o.monitor->start(true, true);
+        o.bron.toets(mod(linkerOptionCode, lOpt));
+        o.bron.toets(mod(linkerOptionCode, 0));
+        o.bron.tapLevert = false;
+        o.lus.verstrijk(g.stilte);
+        o.bron.toets(mod(linkerOptionCode, lOpt));
+        o.lus.verstrijk(0.3);
+        EXPECT_EQ(o.monitor->tapGemist(), g.gemist) << g.naam;
     }
 }
 
@@ -226,18 +214,25 @@ TEST_F(SneltoetsMonitorTest, AKeyTheTapDeliversResetsTheMissCount) {
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::geen);
 }
 
+// While a hold lasts the session state is polled every quarter second, counted from the press:
+// a release the events missed ends the hold at the second poll after it, not a moment earlier
+// (a poll too soon or too often) and not later.
 TEST_F(SneltoetsMonitorTest, SafetyNetEndsAHoldWhoseReleaseWasMissed) {
+    const auto losNaEenHalveSeconde = [&] {
+        bron.sessie = V{};
+        lus.verstrijk(0.49609375);
+        EXPECT_TRUE(nieuweActies().empty());
+        lus.verstrijk(0.00390625);
+        EXPECT_EQ(nieuweActies(), Acties{Actie::einde});
+        EXPECT_EQ(lus.actieveTimers(), 0);
+    };
     monitor->start(true, false);
+    lus.verstrijk(0.125);
     bron.toets(mod(rechterOptionCode, rOpt));
     lus.draai();
+    EXPECT_EQ(nieuweActies(), Acties{Actie::begin});
     EXPECT_EQ(lus.actieveTimers(), 1);
-    // The release never arrives as an event; only the session state knows.
-    bron.sessie = V{};
-    lus.verstrijk(0.25);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
-    lus.verstrijk(0.25);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
-    EXPECT_EQ(lus.actieveTimers(), 0);
+    losNaEenHalveSeconde();
     // The logged state was cleared with it, so the next press is logged again.
     nieuweRegels();
     bron.toets(mod(rechterOptionCode, rOpt));
@@ -245,52 +240,48 @@ TEST_F(SneltoetsMonitorTest, SafetyNetEndsAHoldWhoseReleaseWasMissed) {
 
     // While the session still shows the generic bit the hold goes on, however long.
     bron.sessie = V{V::option};
-    lus.verstrijk(10.0);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
-    // A second begin restarts rather than adds a timer.
+    lus.verstrijk(10.0625);
+    EXPECT_EQ(nieuweActies(), Acties{Actie::begin});
+    // A new hold starts the polls anew from its own press, and never adds a second timer.
     bron.toets(mod(rechterOptionCode, 0));
     bron.toets(mod(rechterOptionCode, rOpt));
     lus.draai();
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::einde, Actie::begin}));
+    EXPECT_EQ(nieuweActies(), (Acties{Actie::einde, Actie::begin}));
     EXPECT_EQ(lus.actieveTimers(), 1);
+    losNaEenHalveSeconde();
 }
 
-// A missed release must end the hold on the second poll after it, the polls a quarter second
-// apart and counted from the press: not earlier (a poll too soon or too often), not later.
-TEST_F(SneltoetsMonitorTest, SafetyNetPollsAQuarterSecondApartFromThePress) {
+// A hold in progress is cancelled, the new key works at once, and keys that could be the hold
+// key are reported anew (once per hold key).
+TEST_F(SneltoetsMonitorTest, ChangingTheHoldKey) {
+    const std::string fnGezien = "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)";
+    const std::string in = "Houdtoets ingedrukt";
     monitor->start(true, false);
-    lus.verstrijk(0.125);
-    bron.toets(mod(rechterOptionCode, rOpt));
-    lus.draai();
-    nieuweActies();
-    bron.sessie = V{};
-    lus.verstrijk(0.49609375);
-    EXPECT_TRUE(nieuweActies().empty());
-    lus.verstrijk(0.00390625);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::einde});
-}
-
-TEST_F(SneltoetsMonitorTest, ChangingTheHoldKeyDuringAHoldCancelsIt) {
-    monitor->start(true, false);
+    nieuweRegels();
+    bron.toets(mod(fnCode, V::fn));
+    bron.toets(mod(fnCode, 0));
     bron.toets(mod(rechterOptionCode, rOpt));
     lus.draai();
     monitor->zetHoudToets(HoudToets::fn);
     lus.draai();
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::begin, Actie::annuleer}));
+    EXPECT_EQ(nieuweActies(), (Acties{Actie::begin, Actie::annuleer}));
     EXPECT_EQ(lus.actieveTimers(), 0);
-    EXPECT_EQ(monitor->herkenner(), HoudToetsHerkenner(HoudToets::fn));
 
     bron.toets(mod(rechterOptionCode, 0));
     bron.toets(mod(fnCode, V::fn));
     lus.verstrijk(1.0);
     bron.toets(mod(fnCode, 0));
     lus.draai();
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::begin, Actie::einde}));
+    EXPECT_EQ(nieuweActies(), (Acties{Actie::begin, Actie::einde}));
 
     // Without a hold nothing is delivered.
-    monitor->zetHoudToets(HoudToets::rechterCommand);
+    monitor->zetHoudToets(HoudToets::rechterOption);
     lus.draai();
     EXPECT_TRUE(acties.empty());
+    bron.toets(mod(fnCode, V::fn));
+    EXPECT_EQ(nieuweRegels(), (Regels{"Eerste modificatietoets ontvangen via CGEventTap "
+                                      "(Invoermonitoring)",
+                                      fnGezien, in, in, "Houdtoets losgelaten", fnGezien}));
 }
 
 TEST_F(SneltoetsMonitorTest, StopDuringAHoldDeliversNoCancel) {
@@ -304,7 +295,7 @@ TEST_F(SneltoetsMonitorTest, StopDuringAHoldDeliversNoCancel) {
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::geen);
     EXPECT_FALSE(monitor->herkenner().houdtVast());
     lus.verstrijk(5.0);
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
+    EXPECT_EQ(nieuweActies(), Acties{Actie::begin});
     EXPECT_EQ(lus.actieveTimers(), 0);
     EXPECT_TRUE(nieuweRegels().empty());
 
@@ -313,20 +304,6 @@ TEST_F(SneltoetsMonitorTest, StopDuringAHoldDeliversNoCancel) {
     EXPECT_EQ(nieuweVerzoeken(),
               (Regels{"maakTap", "tap aan", "globale monitor", "lokale monitor"}));
     EXPECT_EQ(nieuweRegels(), (Regels{tapGemaakt, viaTap}));
-}
-
-TEST_F(SneltoetsMonitorTest, FailedTapIsNotRetriedAfterStop) {
-    bron.tapLukt = false;
-    monitor->start(true, true);
-    bron.tapLukt = true;
-    monitor->stop();
-    monitor->start(true, true);
-    monitor->start(true, false);
-    EXPECT_EQ(std::count(bron.verzoeken.begin(), bron.verzoeken.end(), "maakTap"), 1);
-    EXPECT_TRUE(monitor->tapMislukt());
-    EXPECT_EQ(monitor->mechanisme(), Mechanisme::geen);
-    EXPECT_EQ(nieuweRegels(),
-              (Regels{"CGEventTap maken mislukt", viaNsEvent, viaNsEvent, nietActief}));
 }
 
 TEST_F(SneltoetsMonitorTest, PermissionsChangingAtRunTime) {
@@ -364,7 +341,7 @@ TEST_F(SneltoetsMonitorTest, AHoldCannotSurviveAChangeOfMechanism) {
     lus.draai();
     monitor->start(true, true);
     lus.draai();
-    EXPECT_EQ(nieuweActies(), (std::vector<Actie>{Actie::begin, Actie::annuleer}));
+    EXPECT_EQ(nieuweActies(), (Acties{Actie::begin, Actie::annuleer}));
     EXPECT_EQ(lus.actieveTimers(), 0);
     // The key still down from before: its release through the tap is not a hold.
     bron.toets(mod(rechterOptionCode, 0));
@@ -374,7 +351,7 @@ TEST_F(SneltoetsMonitorTest, AHoldCannotSurviveAChangeOfMechanism) {
     bron.toets(mod(rechterOptionCode, rOpt));
     monitor->start(true, true);
     lus.draai();
-    EXPECT_EQ(nieuweActies(), std::vector<Actie>{Actie::begin});
+    EXPECT_EQ(nieuweActies(), Acties{Actie::begin});
 }
 
 TEST_F(SneltoetsMonitorTest, TapSwitchedOffBySystemIsSwitchedOnAgain) {
@@ -422,28 +399,15 @@ TEST_F(SneltoetsMonitorTest, ModifierLogging) {
          Regels{}},
     };
     for (const Geval& g : gevallen) {
-        maak(g.toets, true);
-        monitor->start(g.viaTap, true);
-        log.clear();
+        Opstelling o(g.toets);
+        o.monitor->start(g.viaTap, true);
+        o.nieuweRegels();
         for (const Gebeurtenis& e : g.gebeurtenissen) {
-            bron.toets(e);
-            lus.verstrijk(0.5);
+            o.bron.toets(e);
+            o.lus.verstrijk(0.5);
         }
-        EXPECT_EQ(nieuweRegels(), g.regels) << g.naam;
+        EXPECT_EQ(o.nieuweRegels(), g.regels) << g.naam;
     }
-}
-
-TEST_F(SneltoetsMonitorTest, ChangingTheHoldKeyReportsCandidatesAgain) {
-    monitor->start(true, false);
-    bron.toets(mod(fnCode, V::fn));
-    bron.toets(mod(fnCode, 0));
-    monitor->zetHoudToets(HoudToets::rechterOption);
-    bron.toets(mod(fnCode, V::fn));
-    const std::string regel = "Fn (wereldbol) gezien, maar de houdtoets is Rechter Option (⌥)";
-    EXPECT_EQ(nieuweRegels(),
-              (Regels{tapGemaakt, viaTap,
-                      "Eerste modificatietoets ontvangen via CGEventTap (Invoermonitoring)", regel,
-                      regel}));
 }
 
 TEST_F(SneltoetsMonitorTest, NothingHappensOnceTheMonitorIsGone) {
@@ -454,18 +418,14 @@ TEST_F(SneltoetsMonitorTest, NothingHappensOnceTheMonitorIsGone) {
     bron.tapLevert = true;
     bron.toets(mod(rechterOptionCode, rOpt));  // begin: a posted decision and the safety net
     nieuweRegels();
-    nieuweVerzoeken();
     monitor.reset();
-    const Regels weg = nieuweVerzoeken();
-    for (const char* v : {"tap weg", "globale monitor weg", "lokale monitor weg", "wissel weg ⌃⌥D",
-                          "wisselhandler weg"}) {
-        EXPECT_NE(std::find(weg.begin(), weg.end(), v), weg.end()) << v;
-    }
+    EXPECT_TRUE(bron.levend.empty()) << "every registration is removed";
+    nieuweVerzoeken();
     lus.verstrijk(5.0);
-    bron.oudeTapHandler(mod(rechterOptionCode, 0));
-    bron.oudeGlobaleHandler(mod(rechterOptionCode, 0));
-    bron.oudeTapUitHandler(ToetsBron::TapUit::timeOut);
-    bron.oudeWisselHandler();
+    bron.tapHandler(mod(rechterOptionCode, 0));
+    bron.globaleHandler(mod(rechterOptionCode, 0));
+    bron.tapUitHandler(ToetsBron::TapUit::timeOut);
+    bron.wisselHandler();
     lus.verstrijk(5.0);
     EXPECT_TRUE(acties.empty());
     EXPECT_TRUE(log.empty());
@@ -487,20 +447,30 @@ TEST_F(SneltoetsMonitorTest, ToggleRegistration) {
         bool verwacht;
         Regels verzoeken;
         std::optional<Toetscombinatie> geregistreerd;
+        bool handlerLukt = true;
     };
     const Stap stappen[] = {
+        // Registered without a handler, the combination would be taken from other apps and
+        // still do nothing here.
+        {"geen handler", d, false, false, {"wisselhandler"}, std::nullopt, false},
         {"eerste", d, false, true, {"wisselhandler", "registreer ⌃⌥D"}, d},
-        {"vervangen, handler blijft", k, false, true, {"wissel weg ⌃⌥D", "registreer ⇧⌘K"}, k},
-        {"ongeldig: oude weg, toch true", alleenShift, false, true, Regels{"wissel weg ⇧⌘K"},
+        {"vervangen, handler blijft", k, false, true, {"registreer ⌃⌥D weg", "registreer ⇧⌘K"}, k},
+        {"ongeldig: oude weg, toch true", alleenShift, false, true, Regels{"registreer ⇧⌘K weg"},
          std::nullopt},
         {"opnieuw", d, false, true, {"registreer ⌃⌥D"}, d},
-        {"afwezig: oude weg, true", std::nullopt, false, true, {"wissel weg ⌃⌥D"}, std::nullopt},
+        {"afwezig: oude weg, true",
+         std::nullopt,
+         false,
+         true,
+         {"registreer ⌃⌥D weg"},
+         std::nullopt},
         {"bezet: false, niets bewaard", bezet, false, false, {"registreer ⌘F"}, std::nullopt},
         {"na weigering opnieuw", k, false, true, {"registreer ⇧⌘K"}, k},
-        {"verwijderen", std::nullopt, true, true, {"wissel weg ⇧⌘K"}, std::nullopt},
+        {"verwijderen", std::nullopt, true, true, {"registreer ⇧⌘K weg"}, std::nullopt},
         {"verwijderen zonder registratie", std::nullopt, true, true, {}, std::nullopt},
     };
     for (const Stap& s : stappen) {
+        bron.handlerLukt = s.handlerLukt;
         bool kreeg = true;
         if (s.verwijder) {
             monitor->verwijderWissel();
@@ -520,15 +490,6 @@ TEST_F(SneltoetsMonitorTest, ToggleRegistration) {
     monitor->stop();
     bron.drukWissel();
     EXPECT_EQ(bron.geregistreerd, d);
-}
-
-TEST_F(SneltoetsMonitorTest, ToggleWithoutHandlerIsNotRegistered) {
-    bron.handlerLukt = false;
-    EXPECT_FALSE(monitor->registreerWissel(Toetscombinatie{2, {1}, "D"}));
-    EXPECT_EQ(nieuweVerzoeken(), Regels{"wisselhandler"});
-    bron.handlerLukt = true;
-    EXPECT_TRUE(monitor->registreerWissel(Toetscombinatie{2, {1}, "D"}));
-    EXPECT_EQ(nieuweVerzoeken(), (Regels{"wisselhandler", "registreer ⌃D"}));
 }
 
 }  // namespace
