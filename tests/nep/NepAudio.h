@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -47,85 +48,64 @@ class NepBuffer {
 };
 
 // Converts by averaging the channels and keeping every n-th frame (rates that divide evenly).
-class NepOmzetter final : public Omzetter {
-  public:
-    NepOmzetter(InvoerFormaat van, std::vector<std::size_t>* ruimte) : van_(van), ruimte_(ruimte) {}
-    const InvoerFormaat& invoer() const override { return van_; }
-    std::size_t zetOm(const AudioBlok& b, std::span<float> uit,
-                      std::error_code&) noexcept override {
-        ruimte_->push_back(uit.size());
-        const auto stap = static_cast<std::size_t>(van_.sampleRate / doelFormaat.sampleRate);
-        std::size_t n = 0;
-        for (std::size_t i = 0; i < b.frames && n < uit.size(); i += stap) {
-            float som = 0;
-            for (std::uint32_t c = 0; c < b.formaat.kanalen; ++c) {
-                som += b.sample(c, i);
-            }
-            uit[n++] = som / static_cast<float>(b.formaat.kanalen);
-        }
-        return n;
-    }
-    std::size_t spoel(std::span<float>, std::error_code&) noexcept override { return 0; }
-
-  private:
-    InvoerFormaat van_;
-    std::vector<std::size_t>* ruimte_;
-};
-
+// Records the room each conversion was given for its output, in frames.
 class NepOmzetterMaker final : public Omzetter::Maker {
   public:
     bool weigert = false;
     int gemaakt = 0;
-    // The room each conversion was given for its output, in frames.
     std::vector<std::size_t> ruimte;
     std::unique_ptr<Omzetter> maak(const InvoerFormaat& van, const InvoerFormaat&) override {
         if (weigert) {
             return nullptr;
         }
         ++gemaakt;
-        return std::make_unique<NepOmzetter>(van, &ruimte);
+        return std::make_unique<NepOmzetter>(van, ruimte);
     }
+
+  private:
+    class NepOmzetter final : public Omzetter {
+      public:
+        NepOmzetter(InvoerFormaat van, std::vector<std::size_t>& ruimte)
+            : van_(van), ruimte_(ruimte) {}
+        const InvoerFormaat& invoer() const override { return van_; }
+        std::size_t zetOm(const AudioBlok& b, std::span<float> uit,
+                          std::error_code&) noexcept override {
+            ruimte_.push_back(uit.size());
+            const auto stap = static_cast<std::size_t>(van_.sampleRate / doelFormaat.sampleRate);
+            std::size_t n = 0;
+            for (std::size_t i = 0; i < b.frames && n < uit.size(); i += stap) {
+                float som = 0;
+                for (std::uint32_t c = 0; c < b.formaat.kanalen; ++c) {
+                    som += b.sample(c, i);
+                }
+                uit[n++] = som / static_cast<float>(b.formaat.kanalen);
+            }
+            return n;
+        }
+        std::size_t spoel(std::span<float>, std::error_code&) noexcept override { return 0; }
+
+      private:
+        InvoerFormaat van_;
+        std::vector<std::size_t>& ruimte_;
+    };
 };
 
-// Keeps what is written in memory (and creates the file, so deleting it can be checked);
-// fails from the given write on.
-class NepSchrijver final : public AudioSchrijver {
+// Keeps what each file is given in memory (and creates the file, so deleting it can be checked).
+class NepSchrijverMaker final : public AudioSchrijver::Maker {
   public:
     struct Stand {
         std::vector<float> samples;
         int schrijfacties = 0;
         bool gesloten = false;
-        bool sluitenFaalt = false;
     };
-    NepSchrijver(std::shared_ptr<Stand> stand, int faaltVanaf)
-        : stand_(std::move(stand)), faaltVanaf_(faaltVanaf) {}
-    void schrijf(std::span<const float> s, std::error_code& fout) noexcept override {
-        ++stand_->schrijfacties;
-        if (faaltVanaf_ > 0 && stand_->schrijfacties >= faaltVanaf_) {
-            fout = std::make_error_code(std::errc::no_space_on_device);
-            return;
-        }
-        stand_->samples.insert(stand_->samples.end(), s.begin(), s.end());
-    }
-    bool sluit() noexcept override {
-        stand_->gesloten = true;
-        return !stand_->sluitenFaalt;
-    }
-
-  private:
-    std::shared_ptr<Stand> stand_;
-    int faaltVanaf_;
-};
-
-class NepSchrijverMaker final : public AudioSchrijver::Maker {
-  public:
-    int faaltVanaf = 0;  // 0: never
+    // Writing fails from this write of a file on (0: never).
+    int faaltVanaf = 0;
     // The file cannot be created, as on a full or read-only disk.
     bool openFaalt = false;
     // Finishing the file fails, as when its header cannot be rewritten.
     bool sluitenFaalt = false;
     std::vector<std::filesystem::path> paden;
-    std::vector<std::shared_ptr<NepSchrijver::Stand>> standen;
+    std::deque<Stand> standen;
     std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad, AudioFormaat) override {
         if (openFaalt) {
             throw std::system_error(std::make_error_code(std::errc::read_only_file_system),
@@ -133,10 +113,29 @@ class NepSchrijverMaker final : public AudioSchrijver::Maker {
         }
         std::ofstream(pad).put('x');
         paden.push_back(pad);
-        standen.push_back(std::make_shared<NepSchrijver::Stand>());
-        standen.back()->sluitenFaalt = sluitenFaalt;
-        return std::make_unique<NepSchrijver>(standen.back(), faaltVanaf);
+        return std::make_unique<NepSchrijver>(*this, standen.emplace_back());
     }
+
+  private:
+    class NepSchrijver final : public AudioSchrijver {
+      public:
+        NepSchrijver(const NepSchrijverMaker& m, Stand& s) : maker_(m), stand_(s) {}
+        void schrijf(std::span<const float> s, std::error_code& fout) noexcept override {
+            if (++stand_.schrijfacties >= maker_.faaltVanaf && maker_.faaltVanaf > 0) {
+                fout = std::make_error_code(std::errc::no_space_on_device);
+                return;
+            }
+            stand_.samples.insert(stand_.samples.end(), s.begin(), s.end());
+        }
+        bool sluit() noexcept override {
+            stand_.gesloten = true;
+            return !maker_.sluitenFaalt;
+        }
+
+      private:
+        const NepSchrijverMaker& maker_;
+        Stand& stand_;
+    };
 };
 
 }  // namespace tolmo::nep

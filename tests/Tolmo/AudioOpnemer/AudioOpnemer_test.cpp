@@ -21,6 +21,13 @@ constexpr InvoerFormaat stereo48{48000, 2};
 constexpr InvoerFormaat mono16{16000, 1};
 constexpr InvoerFormaat geen{0, 0};
 
+// A buffer holding one constant value on every channel, so its level is exact: 20·log10(c).
+nep::NepBuffer constant(InvoerFormaat f, float c, std::uint32_t frames = 2048) {
+    nep::NepBuffer b(f, frames, 0.0);
+    std::fill(b.data().begin(), b.data().end(), c);
+    return b;
+}
+
 struct Opstelling {
     nep::NepAudioEngine engine;
     nep::NepOmzetterMaker omzetters;
@@ -34,14 +41,20 @@ struct Opstelling {
                                                 slapen.push_back(s);
                                                 klok += s;
                                             }}};
-};
 
-// A buffer holding one constant value on every channel, so its level is exact: 20·log10(c).
-nep::NepBuffer constant(InvoerFormaat f, float c, std::uint32_t frames = 2048) {
-    nep::NepBuffer b(f, frames, 0.0);
-    std::fill(b.data().begin(), b.data().end(), c);
-    return b;
-}
+    // The engine running without voice processing and a WAV recording begun.
+    void neemOp() {
+        opnemer.startEngine(false);
+        opnemer.start(AudioFormaat::wav);
+    }
+    // n tap buffers of 2048 frames holding the constant c.
+    void lever(InvoerFormaat f, float c, int n = 1) {
+        const auto b = constant(f, c);
+        for (int i = 0; i < n; ++i) {
+            engine.lever(b.blok());
+        }
+    }
+};
 
 TEST(AudioOpnemer, WaitsForAUsableFormatInQuarterSeconds) {
     struct Geval {
@@ -64,8 +77,6 @@ TEST(AudioOpnemer, WaitsForAUsableFormatInQuarterSeconds) {
         // Valid at exactly 1.5 s: the last check still counts.
         {"bruikbaar na 1,5 s", false, na(6, {mono16, mono16}), true, 6},
         {"pas na 1,75 s", false, na(7, {mono16, mono16}), false, 6},
-        {"nooit bruikbaar", false, Script{{stereo48, geen}}, false, 6},
-        {"blijvend verschillend", false, Script{{stereo48, mono16}}, false, 6},
         // Voice processing looks at the tap side only.
         {"stemverwerking: invoerkant ongeldig", true, Script{{geen, stereo48}}, true, 0},
         {"stemverwerking: geen kanalen", true, Script{{stereo48, {48000, 0}}}, false, 6},
@@ -152,9 +163,7 @@ TEST(AudioOpnemer, NoiseSuppressionDecision) {
         EXPECT_EQ(o.engine.aantal("start"), g.starts);
         EXPECT_TRUE(o.engine.draait);
         EXPECT_TRUE(o.engine.tap);
-        if (g.starts == 2) {
-            EXPECT_GE(o.engine.aantal("stop"), 1);
-        }
+        EXPECT_EQ(o.engine.aantal("stop"), g.starts - 1);
     }
     // Without voice processing too the engine cannot start: the error reaches the caller.
     Opstelling o;
@@ -183,7 +192,7 @@ TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
         o.opnemer.startEngine(false);
         o.opnemer.start(std::nullopt);
         o.klok = 123.5;
-        o.engine.lever(constant(stereo48, g.waarde).blok());
+        o.lever(stereo48, g.waarde);
         EXPECT_NEAR(o.opnemer.niveau(), g.db, 1e-3);
         const auto stand = kanaal->lees();
         EXPECT_NEAR(stand.niveau, 0.6F * g.doel, 1e-4);  // rising from 0
@@ -196,9 +205,8 @@ TEST(AudioOpnemer, EmptyBufferCountsAsSilence) {
     Opstelling o;
     auto kanaal = std::make_shared<NiveauKanaal>();
     o.opnemer.zetNiveauKanaal(kanaal);
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
-    o.engine.lever(constant(stereo48, 0.5F).blok());
+    o.neemOp();
+    o.lever(stereo48, 0.5F);
     const float na1 = kanaal->lees().niveau;
     o.engine.lever(constant(stereo48, 0.5F, 0).blok());
     EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
@@ -211,8 +219,7 @@ TEST(AudioOpnemer, EmptyBufferCountsAsSilence) {
 
 TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
     Opstelling o;
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
+    o.neemOp();
     ASSERT_EQ(o.schrijvers.paden.size(), 1U);
     const auto pad = o.schrijvers.paden[0];
     EXPECT_EQ(pad.parent_path(), o.map.pad());
@@ -221,9 +228,7 @@ TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
         std::regex(
             "tolmo-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.wav")))
         << pad;
-    for (int i = 0; i < 10; ++i) {
-        o.engine.lever(constant(stereo48, 0.25F).blok());
-    }
+    o.lever(stereo48, 0.25F, 10);
     const Opname opname = o.opnemer.rondAf();
     EXPECT_EQ(opname.bestand, pad);
     EXPECT_EQ(opname.formaat, AudioFormaat::wav);
@@ -231,7 +236,7 @@ TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
     EXPECT_EQ(opname.meting.sampleRate, 48000);
     EXPECT_EQ(opname.meting.aantalSamples, 20480);
     EXPECT_NEAR(opname.meting.niveauDB(), 20 * std::log10(0.25), 1e-6);
-    const auto& stand = *o.schrijvers.standen[0];
+    const auto& stand = o.schrijvers.standen[0];
     EXPECT_TRUE(stand.gesloten);
     EXPECT_EQ(stand.samples.size(), 10U * 683U);  // every third of 2048 frames, rounded up
     // A second recording gets its own file; the first stays for its owner to delete.
@@ -259,8 +264,7 @@ TEST(AudioOpnemer, ConverterOutputHasSlackBeyondTheRateRatio) {
         SCOPED_TRACE(g.formaat.sampleRate);
         Opstelling o;
         o.engine.speelAf({{g.formaat, g.formaat}});
-        o.opnemer.startEngine(false);
-        o.opnemer.start(AudioFormaat::wav);
+        o.neemOp();
         o.engine.lever(constant(g.formaat, 0.1F, g.frames).blok());
         EXPECT_EQ(o.omzetters.ruimte, std::vector<std::size_t>{g.ruimte});
     }
@@ -269,37 +273,32 @@ TEST(AudioOpnemer, ConverterOutputHasSlackBeyondTheRateRatio) {
 TEST(AudioOpnemer, WriteErrorMarksTheRecordingIncomplete) {
     Opstelling o;
     o.schrijvers.faaltVanaf = 3;
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
-    for (int i = 0; i < 6; ++i) {
-        o.engine.lever(constant(stereo48, 0.1F).blok());
-    }
+    o.neemOp();
+    o.lever(stereo48, 0.1F, 6);
     const Opname opname = o.opnemer.rondAf();
     EXPECT_TRUE(opname.onvolledig);
     EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), std::make_error_code(std::errc::no_space_on_device));
     // The first error stops writing but never measuring.
-    EXPECT_EQ(o.schrijvers.standen[0]->schrijfacties, 3);
+    EXPECT_EQ(o.schrijvers.standen[0].schrijfacties, 3);
     EXPECT_EQ(opname.meting.aantalSamples, 6 * 2048);
     // The error belongs to that recording only.
     o.schrijvers.faaltVanaf = 0;
     o.opnemer.start(AudioFormaat::wav);
-    o.engine.lever(constant(stereo48, 0.1F).blok());
+    o.lever(stereo48, 0.1F);
     EXPECT_FALSE(o.opnemer.rondAf().onvolledig);
     // A file that cannot be finished (its header not rewritten) is not a whole recording.
     o.schrijvers.sluitenFaalt = true;
     o.opnemer.start(AudioFormaat::wav);
-    o.engine.lever(constant(stereo48, 0.1F).blok());
+    o.lever(stereo48, 0.1F);
     EXPECT_TRUE(o.opnemer.rondAf().onvolledig);
 }
 
 TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
     Opstelling o;
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
-    o.engine.lever(constant(stereo48, 0.1F).blok());
+    o.neemOp();
+    o.lever(stereo48, 0.1F);
     o.omzetters.weigert = true;
-    o.engine.lever(constant(mono16, 0.1F).blok());
-    o.engine.lever(constant(mono16, 0.1F).blok());
+    o.lever(mono16, 0.1F, 2);
     // The recording is still in progress, so the restart that follows the device change
     // decides about it instead of finding nothing.
     o.engine.speelAf({{mono16, mono16}});
@@ -307,40 +306,34 @@ TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
     const Opname opname = o.opnemer.rondAf();
     EXPECT_TRUE(opname.onvolledig);
     EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), OpnameFout::omzetten().foutcode());
-    EXPECT_EQ(o.schrijvers.standen[0]->schrijfacties, 1);
+    EXPECT_EQ(o.schrijvers.standen[0].schrijfacties, 1);
     EXPECT_NEAR(opname.meting.duur(), 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
 }
 
 TEST(AudioOpnemer, StartFailures) {
-    {
-        Opstelling o;  // engine never started: no input format known
-        EXPECT_THROW(o.opnemer.start(AudioFormaat::wav), OpnameFout);
-    }
-    {
-        Opstelling o;
-        o.omzetters.weigert = true;
-        o.opnemer.startEngine(false);
-        EXPECT_EQ(nep::gevangen<OpnameFout>([&] { o.opnemer.start(AudioFormaat::wav); }),
-                  OpnameFout::omzetten());
-        EXPECT_TRUE(o.schrijvers.paden.empty());
-        // Nothing is half-open: finishing gives an empty recording at the input rate.
-        const Opname leeg = o.opnemer.rondAf();
-        EXPECT_TRUE(leeg.bestand.empty());
-        EXPECT_EQ(leeg.meting.sampleRate, 48000);
-        EXPECT_EQ(leeg.meting.aantalSamples, 0);
-    }
+    Opstelling o;
+    // The engine not started yet: no input format known.
+    EXPECT_EQ(nep::gevangen<OpnameFout>([&] { o.opnemer.start(AudioFormaat::wav); }),
+              OpnameFout::geenInvoer());
+    o.omzetters.weigert = true;
+    EXPECT_EQ(nep::gevangen<OpnameFout>([&] { o.neemOp(); }), OpnameFout::omzetten());
+    EXPECT_TRUE(o.schrijvers.paden.empty());
+    // Nothing is half-open: finishing gives an empty recording at the input rate.
+    const Opname leeg = o.opnemer.rondAf();
+    EXPECT_TRUE(leeg.bestand.empty());
+    EXPECT_EQ(leeg.meting.sampleRate, 48000);
+    EXPECT_EQ(leeg.meting.aantalSamples, 0);
 }
 
 TEST(AudioOpnemer, CancelDeletesTheFile) {
     Opstelling o;
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
-    o.engine.lever(constant(stereo48, 0.1F).blok());
+    o.neemOp();
+    o.lever(stereo48, 0.1F);
     const auto pad = o.schrijvers.paden.at(0);
     ASSERT_TRUE(std::filesystem::exists(pad));
     o.opnemer.annuleer();
     EXPECT_FALSE(std::filesystem::exists(pad));
-    EXPECT_TRUE(o.schrijvers.standen[0]->gesloten);
+    EXPECT_TRUE(o.schrijvers.standen[0].gesloten);
     EXPECT_FALSE(o.engine.draait);
     EXPECT_FALSE(o.engine.tap);
     EXPECT_TRUE(o.opnemer.rondAf().bestand.empty());
@@ -349,30 +342,22 @@ TEST(AudioOpnemer, CancelDeletesTheFile) {
 
 TEST(AudioOpnemer, RestartDecisions) {
     using F = FormaatBesluit;
+    const auto wav = AudioFormaat::wav;
     struct Geval {
         const char* naam;
-        std::optional<AudioFormaat> opname;  // nullopt: no recording (or measuring only)
-        bool meetAlleen;
+        std::optional<AudioFormaat> opname;  // nullopt: measuring only
         Script naWijziging;
         bool startFaalt, omzetterWeigert;
         F verwacht;
     };
     const Geval gevallen[] = {
-        {"stil", std::nullopt, false, Script{{mono16, mono16}}, false, false, F::geenDictaat},
-        {"alleen meten", std::nullopt, true, Script{{mono16, mono16}}, false, false,
-         F::geenDictaat},
-        {"zelfde formaat", AudioFormaat::wav, false, Script{{stereo48, stereo48}}, false, false,
-         F::ongewijzigd},
-        {"nieuw formaat", AudioFormaat::wav, false, Script{{mono16, mono16}}, false, false,
-         F::omzetterVernieuwen},
-        {"start mislukt", AudioFormaat::wav, false, Script{{stereo48, stereo48}}, true, false,
+        {"alleen meten", std::nullopt, Script{{mono16, mono16}}, false, false, F::geenDictaat},
+        {"zelfde formaat", wav, Script{{stereo48, stereo48}}, false, false, F::ongewijzigd},
+        {"nieuw formaat", wav, Script{{mono16, mono16}}, false, false, F::omzetterVernieuwen},
+        {"start mislukt", wav, Script{{stereo48, stereo48}}, true, false, F::afrondenMetDeelopname},
+        {"geen invoer meer", wav, Script{{geen, geen}}, false, false, F::afrondenMetDeelopname},
+        {"geen omzetter voor nieuw formaat", wav, Script{{mono16, mono16}}, false, true,
          F::afrondenMetDeelopname},
-        {"geen invoer meer", AudioFormaat::wav, false, Script{{geen, geen}}, false, false,
-         F::afrondenMetDeelopname},
-        {"formaten blijven verschillen", AudioFormaat::wav, false, Script{{stereo48, mono16}},
-         false, false, F::afrondenMetDeelopname},
-        {"geen omzetter voor nieuw formaat", AudioFormaat::wav, false, Script{{mono16, mono16}},
-         false, true, F::afrondenMetDeelopname},
     };
     for (const auto& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -380,10 +365,8 @@ TEST(AudioOpnemer, RestartDecisions) {
         bool gemeld = false;
         o.opnemer.zetOpConfiguratieWijziging([&] { gemeld = true; });
         o.opnemer.startEngine(false);
-        if (g.opname || g.meetAlleen) {
-            o.opnemer.start(g.opname);
-        }
-        o.engine.lever(constant(stereo48, 0.1F).blok());
+        o.opnemer.start(g.opname);
+        o.lever(stereo48, 0.1F);
         o.engine.speelAf(g.naWijziging);
         o.engine.startFaalt = g.startFaalt;
         o.omzetters.weigert = g.omzetterWeigert;
@@ -391,33 +374,23 @@ TEST(AudioOpnemer, RestartDecisions) {
         EXPECT_TRUE(gemeld);
         const int omzettersVoor = o.omzetters.gemaakt;
         EXPECT_EQ(o.opnemer.herstartNaWijziging(), g.verwacht);
-        if (g.verwacht == F::omzetterVernieuwen) {
-            EXPECT_EQ(o.omzetters.gemaakt, omzettersVoor + 1);
-        }
-        if (g.verwacht == F::ongewijzigd) {
-            EXPECT_EQ(o.omzetters.gemaakt, omzettersVoor);
-        }
+        EXPECT_EQ(o.omzetters.gemaakt - omzettersVoor, g.verwacht == F::omzetterVernieuwen ? 1 : 0);
     }
 }
 
 TEST(AudioOpnemer, ContinuesInTheSameFileAfterAFormatSwitch) {
     Opstelling o;
-    o.opnemer.startEngine(false);
-    o.opnemer.start(AudioFormaat::wav);
-    for (int i = 0; i < 3; ++i) {
-        o.engine.lever(constant(stereo48, 0.2F).blok());
-    }
+    o.neemOp();
+    o.lever(stereo48, 0.2F, 3);
     o.engine.speelAf({{mono16, mono16}});
     ASSERT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
     EXPECT_EQ(o.engine.tapFormaat, mono16);
-    for (int i = 0; i < 2; ++i) {
-        o.engine.lever(constant(mono16, 0.2F).blok());
-    }
+    o.lever(mono16, 0.2F, 2);
     const Opname opname = o.opnemer.rondAf();
     EXPECT_EQ(o.schrijvers.paden.size(), 1U);
     EXPECT_FALSE(opname.onvolledig);
     EXPECT_NEAR(opname.meting.duur(), 3 * 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
-    EXPECT_EQ(o.schrijvers.standen[0]->samples.size(), 3U * 683U + 2U * 2048U);
+    EXPECT_EQ(o.schrijvers.standen[0].samples.size(), 3U * 683U + 2U * 2048U);
 }
 
 TEST(NiveauKanaal, ReaderSeesWholePublications) {
