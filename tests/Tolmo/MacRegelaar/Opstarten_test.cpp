@@ -50,16 +50,6 @@ TEST(DictaatRegelaarOpstarten, LaunchLoadsSettingsClearsLeftoversAndLogs) {
     EXPECT_TRUE(o.toetsen.geregistreerd.has_value());
 }
 
-TEST(DictaatRegelaarOpstarten, ATakenToggleCombinationIsReported) {
-    Opstelling o;
-    o.toetsen.bezet = {*MacInstellingen::standaard().wisselSneltoets};
-    o.maak();
-    const std::string tekst = "Sneltoets " +
-                              MacInstellingen::standaard().wisselSneltoets->weergave() +
-                              " is al in gebruik";
-    EXPECT_THAT(o.meldingen.getoond, ElementsAre(Melding{tekst, true, std::nullopt}));
-}
-
 // Permissions are read every two seconds; the hold key is watched anew when one of the two it
 // depends on changes.
 TEST(DictaatRegelaarOpstarten, PermissionPoll) {

@@ -39,6 +39,11 @@ using Bron = DictaatRegelaar::Bron;
 constexpr InvoerFormaat stereo48{48000, 2};
 constexpr InvoerFormaat mono16{16000, 1};
 constexpr InvoerFormaat geenFormaat{0, 0};
+// Right Option, the default hold key, pressed and let go.
+inline const ToetsBron::Gebeurtenis optionOmlaag{
+    ToetsBron::Soort::modificatie, 61,
+    ToetsVlaggen{ToetsVlaggen::option | ToetsVlaggen::rechterOption}};
+inline const ToetsBron::Gebeurtenis optionLos{ToetsBron::Soort::modificatie, 61, ToetsVlaggen{}};
 
 // The controller with a fake of every port, a fake clock and a scripted chain: the engine
 // hears `transcript`; a dictation of fewer than eight words is tidied into `schoon` (when set),
@@ -151,10 +156,12 @@ struct Opstelling {
         lus.draai();
     }
 
-    // One whole dictation started from the menu: 2 s of talking, the chain, the paste.
+    // One whole dictation started from the menu: 1.3 s of speech in a file of 2 kB, stopped
+    // after 2 s, the chain, the paste.
     void dicteer() {
         regelaar->start(Bron::menu);
         spreek();
+        vulBestand(2048);
         lus.verstrijk(2.0);
         regelaar->stop();
         verwerk();
