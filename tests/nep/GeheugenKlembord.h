@@ -18,7 +18,6 @@ class GeheugenKlembord final : public KlembordPoort {
 
     std::vector<Item> items;
     std::int64_t teller = 0;
-    int plakToetsen = 0;
     int herstellingen = 0;
     // The text on the clipboard at each paste keystroke.
     std::vector<std::string> geplakt;
@@ -38,10 +37,7 @@ class GeheugenKlembord final : public KlembordPoort {
         items = m;
         ++teller;
     }
-    void stuurPlakToets() override {
-        ++plakToetsen;
-        geplakt.push_back(tekst());
-    }
+    void stuurPlakToets() override { geplakt.push_back(tekst()); }
     // A clipboard whose reads can be seen, like X11's; lees() is the target app reading.
     bool lezenZichtbaar = false;
     std::function<void()> opGelezen;

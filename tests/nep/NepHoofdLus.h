@@ -20,15 +20,13 @@ class NepHoofdLus final : public HoofdLus {
     explicit NepHoofdLus(double begintijd = 1000.0) : nu_(begintijd) {}
 
     void post(Taak taak) override { wachtrij_.push_back(std::move(taak)); }
-    void postNa(double vertraging, Taak taak) override {
-        plan(vertraging, 0, std::move(taak), false);
-    }
+    void postNa(double vertraging, Taak taak) override { plan(vertraging, 0, std::move(taak)); }
     Timer eenmalig(double vertraging, Taak taak) override {
-        return houder(plan(vertraging, 0, std::move(taak), true));
+        return houder(plan(vertraging, 0, std::move(taak)));
     }
     Timer herhalend(double interval, Taak taak) override {
         assert(interval > 0);
-        return houder(plan(interval, interval, std::move(taak), true));
+        return houder(plan(interval, interval, std::move(taak)));
     }
     double uptime() const override { return nu_; }
 
@@ -40,57 +38,49 @@ class NepHoofdLus final : public HoofdLus {
     void verstrijk(double seconden) {
         const double doel = nu_ + seconden;
         for (;;) {
-            draaiWachtrij();
-            opruimen();
-            const auto volgende = std::min_element(
-                plannen_.begin(), plannen_.end(), [](const auto& a, const auto& b) {
-                    return a->moment != b->moment ? a->moment < b->moment : a->volg < b->volg;
+            while (!wachtrij_.empty()) {
+                auto taak = std::move(wachtrij_.front());
+                wachtrij_.pop_front();
+                taak();
+            }
+            std::erase_if(plannen_, [](const auto& p) { return !p->actief; });
+            const auto volgende =
+                std::ranges::min_element(plannen_, [](const auto& a, const auto& b) {
+                    return std::pair(a->moment, a->volg) < std::pair(b->moment, b->volg);
                 });
             if (volgende == plannen_.end() || (*volgende)->moment > doel) {
                 break;
             }
             const auto p = *volgende;
             nu_ = std::max(nu_, p->moment);
-            if (p->interval > 0) {
-                p->moment += p->interval;
-                p->volg = volgNummer_++;
-            } else {
-                p->actief = false;
-            }
+            p->actief = p->interval > 0;
+            p->moment += p->interval;
+            p->volg = volgNummer_++;
             // A copy: the task may cancel its own timer.
             auto taak = p->taak;
             taak();
         }
         nu_ = std::max(nu_, doel);
-        draaiWachtrij();
     }
 
-    // Timers that a Timer handle still holds (the fire-and-forget ones not counted).
+    // Timers and delayed tasks still to run.
     [[nodiscard]] int actieveTimers() const {
-        return static_cast<int>(std::count_if(plannen_.begin(), plannen_.end(), [](const auto& p) {
-            return p->actief && p->metHandvat;
-        }));
+        return static_cast<int>(
+            std::ranges::count_if(plannen_, [](const auto& p) { return p->actief; }));
     }
 
   private:
     struct Plan {
-        double moment = 0;
-        double interval = 0;
-        std::uint64_t volg = 0;
+        double moment;
+        double interval;
+        std::uint64_t volg;
         Taak taak;
         bool actief = true;
-        bool metHandvat = false;
     };
 
-    std::shared_ptr<Plan> plan(double vertraging, double interval, Taak taak, bool metHandvat) {
-        auto p = std::make_shared<Plan>();
-        p->moment = nu_ + vertraging;
-        p->interval = interval;
-        p->volg = volgNummer_++;
-        p->taak = std::move(taak);
-        p->metHandvat = metHandvat;
-        plannen_.push_back(p);
-        return p;
+    std::shared_ptr<Plan> plan(double vertraging, double interval, Taak taak) {
+        return plannen_.emplace_back(std::make_shared<Plan>(
+            Plan{nu_ + vertraging, interval, volgNummer_++, std::move(taak)}));
     }
 
     static Timer houder(const std::shared_ptr<Plan>& p) {
@@ -99,18 +89,6 @@ class NepHoofdLus final : public HoofdLus {
                 q->actief = false;
             }
         });
-    }
-
-    void draaiWachtrij() {
-        while (!wachtrij_.empty()) {
-            auto taak = std::move(wachtrij_.front());
-            wachtrij_.pop_front();
-            taak();
-        }
-    }
-
-    void opruimen() {
-        std::erase_if(plannen_, [](const auto& p) { return !p->actief; });
     }
 
     double nu_;

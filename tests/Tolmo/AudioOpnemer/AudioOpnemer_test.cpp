@@ -103,67 +103,56 @@ TEST(AudioOpnemer, WaitsForAUsableFormatInQuarterSeconds) {
     }
 }
 
-TEST(AudioOpnemer, VoiceProcessingIsOnlySetWhenItDiffers) {
-    struct Geval {
-        bool aanwezig, gewenst, weigert;
-        long zetten;
-        bool actief;
-    };
-    const Geval gevallen[] = {
-        {false, false, false, 0, false}, {true, true, false, 0, true},
-        {false, true, false, 1, true},   {true, false, false, 1, false},
-        {false, true, true, 1, false},  // refused: swallowed, recording goes on without it
-        {true, false, true, 1, true},   // cannot be switched off: it stays on, and says so
-    };
-    for (const auto& g : gevallen) {
-        SCOPED_TRACE(::testing::Message() << g.aanwezig << g.gewenst << g.weigert);
-        Opstelling o;
-        o.engine.vp = g.aanwezig;
-        o.engine.vpWeigert = g.weigert;
-        EXPECT_NO_THROW(o.opnemer.startEngine(g.gewenst));
-        EXPECT_EQ(o.engine.aantal("stemverwerking aan") + o.engine.aantal("stemverwerking uit"),
-                  g.zetten);
-        EXPECT_EQ(o.opnemer.ruisonderdrukkingActief(), g.actief);
-        EXPECT_EQ(o.engine.demping.has_value(), g.actief);
-        if (g.actief) {
-            EXPECT_FALSE(o.engine.demping->geavanceerd);
-            EXPECT_EQ(o.engine.demping->niveau, 10);
-        }
-    }
-}
-
-TEST(AudioOpnemer, NoiseSuppressionDecision) {
+// Noise suppression is the engine's voice processing: used only when asked and never on
+// Bluetooth input, switched only when it differs, and a refusal or a failed start with it costs
+// the suppression, never the recording.
+TEST(AudioOpnemer, NoiseSuppression) {
     using T = AudioEngine::Transport;
     struct Geval {
-        bool gevraagd;
+        bool gevraagd, aanwezig, weigert, faaltMetStemverwerking;
         T transport;
-        bool faaltMetStemverwerking;
+        long zetten;  // times voice processing was switched
         bool overgeslagen, actief;
         long starts;
     };
     const Geval gevallen[] = {
-        {false, T::anders, false, false, false, 1},
-        {false, T::bluetooth, false, false, false, 1},  // not asked: nothing skipped
-        {true, T::anders, false, false, true, 1},
-        {true, T::bluetooth, false, true, false, 1},
-        {true, T::bluetoothLE, false, true, false, 1},
+        {false, false, false, false, T::anders, 0, false, false, 1},
+        {true, true, false, false, T::anders, 0, false, true, 1},
+        {true, false, false, false, T::anders, 1, false, true, 1},
+        {false, true, false, false, T::anders, 1, false, false, 1},
+        {true, false, true, false, T::anders, 1, false, false, 1},       // refused: swallowed
+        {false, true, true, false, T::anders, 1, false, true, 1},        // stays on, and says so
+        {false, false, false, false, T::bluetooth, 0, false, false, 1},  // not asked: not skipped
+        {true, false, false, false, T::bluetooth, 0, true, false, 1},
+        {true, false, false, false, T::bluetoothLE, 0, true, false, 1},
         // Starting with voice processing fails: once more without it.
-        {true, T::anders, true, false, false, 2},
+        {true, false, false, true, T::anders, 2, false, false, 2},
     };
     for (const auto& g : gevallen) {
         SCOPED_TRACE(::testing::Message()
-                     << g.gevraagd << static_cast<int>(g.transport) << g.faaltMetStemverwerking);
+                     << g.gevraagd << g.aanwezig << g.weigert << g.faaltMetStemverwerking
+                     << static_cast<int>(g.transport));
         Opstelling o;
+        o.engine.vp = g.aanwezig;
+        o.engine.vpWeigert = g.weigert;
         o.engine.transport = g.transport;
         o.engine.startFaaltMetStemverwerking = g.faaltMetStemverwerking;
         EXPECT_NO_THROW(o.opnemer.startEngineMetRuisonderdrukking(g.gevraagd));
+        EXPECT_EQ(o.engine.aantal("stemverwerking aan") + o.engine.aantal("stemverwerking uit"),
+                  g.zetten);
         EXPECT_EQ(o.opnemer.ruisonderdrukkingOvergeslagenBluetooth(), g.overgeslagen);
         EXPECT_EQ(o.opnemer.ruisonderdrukkingActief(), g.actief);
         EXPECT_EQ(o.engine.vp, g.actief);
         EXPECT_EQ(o.engine.aantal("start"), g.starts);
+        EXPECT_EQ(o.engine.aantal("stop"), g.starts - 1);
         EXPECT_TRUE(o.engine.draait);
         EXPECT_TRUE(o.engine.tap);
-        EXPECT_EQ(o.engine.aantal("stop"), g.starts - 1);
+        // Other sound is lowered as little as possible whenever voice processing came on.
+        EXPECT_EQ(o.engine.demping.has_value(), g.actief || g.starts == 2);
+        if (o.engine.demping) {
+            EXPECT_FALSE(o.engine.demping->geavanceerd);
+            EXPECT_EQ(o.engine.demping->niveau, 10);
+        }
     }
     // Without voice processing too the engine cannot start: the error reaches the caller.
     Opstelling o;
@@ -173,6 +162,8 @@ TEST(AudioOpnemer, NoiseSuppressionDecision) {
     EXPECT_STREQ(f ? f->what() : "", "engine start mislukt");
 }
 
+// Each buffer's level, and the smoothed level the indicator reads; an empty buffer counts as
+// silence.
 TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
     struct Geval {
         float waarde;  // constant sample value; level = 20·log10(waarde)
@@ -189,8 +180,7 @@ TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
         Opstelling o;
         auto kanaal = std::make_shared<NiveauKanaal>();
         o.opnemer.zetNiveauKanaal(kanaal);
-        o.opnemer.startEngine(false);
-        o.opnemer.start(std::nullopt);
+        o.neemOp();
         o.klok = 123.5;
         o.lever(stereo48, g.waarde);
         EXPECT_NEAR(o.opnemer.niveau(), g.db, 1e-3);
@@ -198,23 +188,15 @@ TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
         EXPECT_NEAR(stand.niveau, 0.6F * g.doel, 1e-4);  // rising from 0
         EXPECT_EQ(stand.tijd, 123.5);
         EXPECT_EQ(stand.volgnummer, 1U);
-    }
-}
 
-TEST(AudioOpnemer, EmptyBufferCountsAsSilence) {
-    Opstelling o;
-    auto kanaal = std::make_shared<NiveauKanaal>();
-    o.opnemer.zetNiveauKanaal(kanaal);
-    o.neemOp();
-    o.lever(stereo48, 0.5F);
-    const float na1 = kanaal->lees().niveau;
-    o.engine.lever(constant(stereo48, 0.5F, 0).blok());
-    EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
-    EXPECT_FLOAT_EQ(kanaal->lees().niveau, na1 * 0.75F);  // falls by a quarter
-    EXPECT_EQ(o.opnemer.bufferTeller(), 2);
-    const Opname opname = o.opnemer.rondAf();
-    EXPECT_EQ(opname.meting.aantalSamples, 2048);
-    EXPECT_FALSE(opname.onvolledig);
+        o.engine.lever(constant(stereo48, g.waarde, 0).blok());
+        EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
+        EXPECT_FLOAT_EQ(kanaal->lees().niveau, stand.niveau * 0.75F);  // falls by a quarter
+        EXPECT_EQ(o.opnemer.bufferTeller(), 2);
+        const Opname opname = o.opnemer.rondAf();
+        EXPECT_EQ(opname.meting.aantalSamples, 2048);
+        EXPECT_FALSE(opname.onvolledig);
+    }
 }
 
 TEST(AudioOpnemer, RecordingFlowThroughThePorts) {

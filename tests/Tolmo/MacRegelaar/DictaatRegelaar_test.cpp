@@ -48,47 +48,24 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
     const Meldingen gewisseld{
         {"Je wisselde van app of veld tijdens het verwerken. Plak met ⌘V waar je wilt.", false,
          "Tekst staat op je klembord"}};
+    const Meldingen geen;
     const Geval gevallen[] = {
-        {"geplakt, klembord blijft",
-         true,
-         false,
-         mail,
-         mail,
-         "Cmd+V verstuurd, tekst blijft op het klembord",
-         {},
-         zin,
-         1},
-        {"geplakt, klembord terug",
-         true,
-         true,
-         mail,
-         mail,
-         "Cmd+V verstuurd, vorig klembord wordt teruggezet",
-         {},
-         "van de gebruiker",
-         1},
+        {"geplakt, klembord blijft", true, false, mail, mail,
+         "Cmd+V verstuurd, tekst blijft op het klembord", geen, zin, 1},
+        {"geplakt, klembord terug", true, true, mail, mail,
+         "Cmd+V verstuurd, vorig klembord wordt teruggezet", geen, "van de gebruiker", 1},
         {"geen toegankelijkheid", false, true, mail, mail, "Geen Toegankelijkheid" + naarKlembord,
          Meldingen{{"Plak met ⌘V. Sta Toegankelijkheid toe, dan plakt Tolmo zelf.", false,
                     "Tekst staat op het klembord"}},
          zin, 0},
+        // Which target counts as another is the core's decision (PlakDoel's own test); here
+        // each reason's line.
         {"andere app", true, true, mail, nep::nepDoel(43, "com.apple.Notes", 7),
          "Niet geplakt (andere app dan bij de start)" + naarKlembord, gewisseld, zin, 0},
         {"zelfde app, ander veld", true, true, mail, nep::nepDoel(42, "com.apple.mail", 8),
          "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
-        {"veld verdwenen", true, true, mail, nep::nepDoel(42, "com.apple.mail", std::nullopt),
-         "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
         {"geen app meer voorin", true, true, mail, std::nullopt,
          "Niet geplakt (doel onbekend dan bij de start)" + naarKlembord, gewisseld, zin, 0},
-        // An app that exposes no focused element: the same app in front is enough.
-        {"geen veld bij de start",
-         true,
-         false,
-         nep::nepDoel(42, "com.apple.mail", std::nullopt),
-         mail,
-         "Cmd+V verstuurd, tekst blijft op het klembord",
-         {},
-         zin,
-         1},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -100,10 +77,7 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         o.klembord.kopieer("van de gebruiker");
         o.focus.doel = g.doelBijStart;
         o.maak();
-        o.regelaar->start(Bron::menu);
-        o.spreek();
-        o.vulBestand(2047);  // one byte short of 2 kB
-        o.lus.verstrijk(2.0);
+        o.neemOp(2.0, 2047);  // one byte short of 2 kB
         o.regelaar->stop();
         o.focus.doel = g.doelBijResultaat;
         o.lus.verstrijk(1.25);
@@ -119,9 +93,6 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         EXPECT_EQ(o.klembord.tekst(), g.klembordDaarna);
         EXPECT_THAT(o.regelaar->woordVoorstellen(), ElementsAre("ChatGPT", "iPhone"));
         EXPECT_EQ(o.regelaar->laatsteDictaat()->tekst, zin);
-        EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
-        EXPECT_FALSE(o.indicator.zichtbaar);
-        EXPECT_EQ(o.opnamesOpSchijf(), 0);
     }
 }
 
@@ -167,7 +138,7 @@ TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
         o.maak();
         o.dicteer();
         o.lus.verstrijk(3.0);
-        EXPECT_EQ(o.klembord.plakToetsen, 0) << bijStart;
+        EXPECT_TRUE(o.klembord.geplakt.empty()) << bijStart;
         EXPECT_EQ(o.klembord.tekst(), "dit is een korte test");
         EXPECT_EQ(o.nieuweRegels().back(),
                   "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
@@ -275,10 +246,7 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
         SCOPED_TRACE(g.naam);
         Opstelling o;
         o.maak();
-        o.regelaar->start(Bron::menu);
-        o.spreek();
-        o.vulBestand(2048);
-        o.lus.verstrijk(g.naStart);
+        o.neemOp(g.naStart);
         g.wijzig(o);
         o.engine.meldWijziging();
         EXPECT_THAT(o.nieuweRegels(), ElementsAre(gestart))
@@ -294,8 +262,9 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
             o.verwerk();
         }
         EXPECT_EQ(o.meldingen.getoond, g.meldingen);
-        EXPECT_EQ(o.klembord.plakToetsen, g.plakToetsen);
+        EXPECT_EQ(o.klembord.geplakt, Regels(g.plakToetsen, o.transcript));
         EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
+        EXPECT_FALSE(o.indicator.zichtbaar);
         EXPECT_EQ(o.opnamesOpSchijf(), 0);
         EXPECT_FALSE(o.engine.draait);
     }
@@ -390,7 +359,7 @@ TEST(DictaatRegelaar, HoldKeyAndCancellation) {
                 EXPECT_THAT(o.nieuweRegels(), ElementsAre(opname));
             }
             o.verwerk();
-            EXPECT_EQ(o.klembord.plakToetsen, 1);
+            EXPECT_EQ(o.klembord.geplakt, Regels{o.transcript});
             EXPECT_EQ(o.opnamesOpSchijf(), 0);
         }
         EXPECT_TRUE(o.meldingen.getoond.empty());
@@ -501,41 +470,34 @@ TEST(DictaatRegelaar, ChainErrorsAndCancellation) {
         std::function<void(Opstelling&)> voorbereid;
         // Run between stop and the chain's task.
         std::function<void(Opstelling&)> voorDeTaak;
-        Regels regels;
-        std::vector<Melding> meldingen;
+        std::string regel;  // the last line
+        std::string fout;   // the message shown; empty: none
     };
-    const std::vector<Melding> geen;
+    const auto esc = [](Opstelling& o) { o.regelaar->annuleer(); };
+    const std::string geannuleerd = "Verwerking geannuleerd";
     const Geval gevallen[] = {
         {"engine faalt", [&](Opstelling& o) { o.motorFout = timeout; }, nullptr,
-         Regels{gestart, opname, "Fout: " + timeout.melding() + " (na 3,50 s)"},
-         std::vector<Melding>{fout(timeout.melding())}},
+         "Fout: " + timeout.melding() + " (na 3,50 s)", timeout.melding()},
         {"keten niet te bouwen", [&](Opstelling& o) { o.bouwFout = geenCode; }, nullptr,
-         Regels{gestart, opname, "Fout: " + geenCode.melding() + " (na 2,00 s)"},
-         std::vector<Melding>{fout(geenCode.melding())}},
-        {"Esc voor de keten begint", [](Opstelling&) {},
-         [](Opstelling& o) { o.regelaar->annuleer(); },
-         Regels{gestart, opname, "Verwerking geannuleerd"}, geen},
+         "Fout: " + geenCode.melding() + " (na 2,00 s)", geenCode.melding()},
+        {"Esc voor de keten begint", [](Opstelling&) {}, esc, geannuleerd, ""},
         {"Esc tijdens de transcriptie",
-         [](Opstelling& o) { o.tijdensTranscriptie = [&o] { o.regelaar->annuleer(); }; }, nullptr,
-         Regels{gestart, opname, "Verwerking geannuleerd"}, geen},
+         [&](Opstelling& o) { o.tijdensTranscriptie = [&] { esc(o); }; }, nullptr, geannuleerd, ""},
         // The cleaner sees the stop at its checkpoint and the chain ends in a cancellation.
         {"Esc tijdens het opschonen",
-         [](Opstelling& o) {
+         [&](Opstelling& o) {
              o.transcript = "een lang dictaat van meer dan acht woorden voor de opschoner";
-             o.opschoonScript->tijdensAanroep = [&o] { o.regelaar->annuleer(); };
+             o.opschoonScript->tijdensAanroep = [&] { esc(o); };
              o.opschoonScript->strak.push_back(OpschoonUitkomst{"Schoon.", {}, {}});
          },
-         nullptr, Regels{gestart, opname, "Verwerking geannuleerd"}, geen},
+         nullptr, geannuleerd, ""},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
         Opstelling o;
         o.maak();
         g.voorbereid(o);
-        o.regelaar->start(Bron::menu);
-        o.spreek();
-        o.vulBestand(2048);
-        o.lus.verstrijk(2.0);
+        o.neemOp(2.0);
         o.regelaar->stop();
         if (g.voorDeTaak) {
             g.voorDeTaak(o);
@@ -545,9 +507,9 @@ TEST(DictaatRegelaar, ChainErrorsAndCancellation) {
             o.verwerk();
         }
         o.lus.verstrijk(1.0);
-        EXPECT_THAT(o.nieuweRegels(), ElementsAreArray(g.regels));
-        EXPECT_EQ(o.meldingen.getoond, g.meldingen);
-        EXPECT_EQ(o.klembord.plakToetsen, 0);
+        EXPECT_THAT(o.nieuweRegels(), ElementsAre(gestart, opname, g.regel));
+        EXPECT_EQ(o.meldingen.getoond, g.fout.empty() ? Meldingen{} : Meldingen{fout(g.fout)});
+        EXPECT_TRUE(o.klembord.geplakt.empty());
         EXPECT_EQ(o.klembord.teller, 0) << "the clipboard is untouched";
         EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
         EXPECT_FALSE(o.indicator.zichtbaar);

@@ -156,13 +156,18 @@ struct Opstelling {
         lus.draai();
     }
 
-    // One whole dictation started from the menu: 1.3 s of speech in a file of 2 kB, stopped
-    // after 2 s, the chain, the paste.
-    void dicteer() {
+    // A recording started from the menu, 1.3 s of speech that the encoder wrote as `bytes`,
+    // running for `duur` seconds now.
+    void neemOp(double duur, std::size_t bytes = 2048) {
         regelaar->start(Bron::menu);
         spreek();
-        vulBestand(2048);
-        lus.verstrijk(2.0);
+        vulBestand(bytes);
+        lus.verstrijk(duur);
+    }
+
+    // One whole dictation from the menu: a recording stopped after 2 s, the chain, the paste.
+    void dicteer() {
+        neemOp(2.0);
         regelaar->stop();
         verwerk();
     }

@@ -86,7 +86,7 @@ TEST(Plakker, PastesWaitForTheRestoreOfTheOneBefore) {
     o.lus.verstrijk(0.3);
     o.plak("twee", true, doel);
     o.lus.verstrijk(0.2);
-    EXPECT_EQ(o.klembord.plakToetsen, 1) << "the second paste must wait for the first restore";
+    EXPECT_EQ(o.klembord.geplakt.size(), 1U) << "the second paste must wait for the first restore";
     o.lus.verstrijk(0.2);
     EXPECT_EQ(o.klembord.geplakt, (Teksten{"een", "twee"}));
     ASSERT_EQ(doelGevraagd.size(), 2U);
