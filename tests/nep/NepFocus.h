@@ -28,10 +28,6 @@ class NepVeldIdentiteit final : public FocusVeld::Identiteit {
     bool geheim_;
 };
 
-inline FocusVeld nepVeld(int nummer, InvoerSoort soort = InvoerSoort::gewoon, bool geheim = false) {
-    return FocusVeld(std::make_shared<NepVeldIdentiteit>(nummer, soort, geheim));
-}
-
 inline Doel nepDoel(std::int32_t procesId, std::optional<std::string> bundleId,
                     std::optional<int> veld, InvoerSoort soort = InvoerSoort::gewoon,
                     bool geheim = false) {
@@ -39,7 +35,7 @@ inline Doel nepDoel(std::int32_t procesId, std::optional<std::string> bundleId,
     d.procesId = procesId;
     d.bundleId = std::move(bundleId);
     if (veld) {
-        d.veld = nepVeld(*veld, soort, geheim);
+        d.veld = FocusVeld(std::make_shared<NepVeldIdentiteit>(*veld, soort, geheim));
     }
     return d;
 }

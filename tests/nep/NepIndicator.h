@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "Tolmo/Poorten/OpnameIndicator.h"
 
 namespace tolmo::nep {
@@ -10,16 +7,13 @@ namespace tolmo::nep {
 class NepIndicator final : public OpnameIndicator {
   public:
     bool zichtbaar = false;
-    std::vector<std::string> verzoeken;
+    int keerGetoond = 0;
 
     void toon() override {
         zichtbaar = true;
-        verzoeken.emplace_back("toon");
+        ++keerGetoond;
     }
-    void verberg() override {
-        zichtbaar = false;
-        verzoeken.emplace_back("verberg");
-    }
+    void verberg() override { zichtbaar = false; }
 };
 
 }  // namespace tolmo::nep

@@ -449,7 +449,7 @@ TEST(DictaatRegelaar, StartFailures) {
         EXPECT_THAT(o.nieuweRegels(), ElementsAre(g.regel));
         EXPECT_THAT(o.meldingen.getoond, ElementsAre(g.melding));
         EXPECT_EQ(o.regelaar->toestand(), Toestand::klaar);
-        EXPECT_TRUE(o.indicator.verzoeken.empty());
+        EXPECT_EQ(o.indicator.keerGetoond, 0);
         EXPECT_FALSE(o.engine.draait);
         EXPECT_EQ(o.engine.log.empty(), !o.toestemmingen.mic);
         EXPECT_EQ(o.opnamesOpSchijf(), 0);
