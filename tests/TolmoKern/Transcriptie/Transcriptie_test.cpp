@@ -2,8 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <future>
-#include <thread>
 
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Opschonen/ChatOpschoner.h"
@@ -33,19 +31,21 @@ const std::string pad = "v1/audio/transcriptions";
 
 enum class Route { direct, relay };
 
-// One engine for a provider and route, sending through a fresh CurlTransport.
+// One engine for a provider and route, sending through t, or else a fresh CurlTransport.
 std::unique_ptr<NetwerkTranscriptie> motor(Aanbieder aanbieder, Route route,
                                            const std::string& basis,
-                                           std::chrono::milliseconds timeout = 30s) {
-    std::shared_ptr<HTTPTransport> t = std::make_shared<CurlTransport>();
+                                           std::shared_ptr<HTTPTransport> t = nullptr) {
+    if (!t) {
+        t = std::make_shared<CurlTransport>();
+    }
     if (route == Route::relay) {
         t = std::make_shared<TolmoServerTransport>(t, aanbieder);
     }
     const std::string sleutel = route == Route::relay ? "toegangscode" : "sk-test";
     if (aanbieder == Aanbieder::mistral) {
-        return std::make_unique<MistralTranscriptie>(sleutel, t, basis + pad, timeout);
+        return std::make_unique<MistralTranscriptie>(sleutel, t, basis + pad);
     }
-    return std::make_unique<OpenAITranscriptie>(sleutel, t, basis + pad, timeout);
+    return std::make_unique<OpenAITranscriptie>(sleutel, t, basis + pad);
 }
 
 struct Opstelling {
@@ -218,9 +218,7 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
                 }
                 // A limit also carries the reply's headers and when it arrived.
                 ASSERT_EQ(f.soort(), Soort::limietBereikt);
-                ASSERT_TRUE(f.limiet());
                 EXPECT_EQ(f.limiet()->soort, verwacht.limiet()->soort);
-                EXPECT_EQ(f.code(), "limiet-" + verwacht.limiet()->soort);
                 EXPECT_GE(f.limiet()->ontvangen, voor);
                 EXPECT_LE(f.limiet()->ontvangen, std::chrono::system_clock::now());
                 const std::string* retry = zoekHeader(f.limiet()->headers, "Retry-After");
@@ -231,45 +229,26 @@ TEST(Transcriptie, StatusCodesMapToErrorsOnBothRoutes) {
     }
 }
 
-TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
-    const std::string gesloten = "http://127.0.0.1:" + std::to_string(nep::vrijePoort()) + "/";
-    Antwoord traag = Antwoord::json(200, R"({"text":"te laat"})");
-    traag.vertraging = 5s;
-    struct Geval {
-        const char* naam;
-        Route route;
-        std::optional<Antwoord> antwoord;  // nothing: the closed port
-        std::function<HerkenningsFout(Motor)> verwacht;
-    };
-    const auto onbereikbaar = [](Motor) { return HF::van(Soort::serverNietBereikbaar); };
-    const auto ongeldig = [](Motor m) { return HF::ongeldigAntwoord(m); };
-    const Geval gevallen[] = {
-        {"staat stil", Route::direct, traag, [](Motor m) { return HF::timeout(m); }},
-        {"staat stil", Route::relay, traag, onbereikbaar},
-        {"gesloten poort", Route::direct, std::nullopt,
-         [](Motor) { return HF::van(Soort::geenNetwerk); }},
-        {"gesloten poort", Route::relay, std::nullopt, onbereikbaar},
-        {"ongeldige JSON", Route::direct, Antwoord::json(200, R"({"text": "hal)"), ongeldig},
-        {"ongeldige JSON", Route::relay, Antwoord::json(200, "<html></html>"), ongeldig},
-        {"text geen tekst", Route::direct, Antwoord::json(200, R"({"text": 12})"), ongeldig},
-        {"geen text", Route::relay, Antwoord::json(201, R"({"tekst":"hallo"})"), ongeldig},
-        {"dicht zonder antwoord", Route::direct, Antwoord::sluit(), ongeldig},
-        {"dicht zonder antwoord", Route::relay, Antwoord::sluit(), ongeldig},
-        {"geen HTTP", Route::relay, Antwoord::ruweBytes("SSH-2.0-OpenSSH\r\n"), ongeldig},
+TEST(Transcriptie, RepliesThatAreNoTranscriptOnBothRoutes) {
+    const std::pair<Route, Antwoord> gevallen[] = {
+        {Route::direct, Antwoord::json(200, R"({"text": "hal)")},
+        {Route::relay, Antwoord::json(200, "<html></html>")},
+        {Route::direct, Antwoord::json(200, R"({"text": 12})")},
+        {Route::relay, Antwoord::json(201, R"({"tekst":"hallo"})")},
+        {Route::direct, Antwoord::sluit()},
+        {Route::relay, Antwoord::sluit()},
+        {Route::relay, Antwoord::ruweBytes("SSH-2.0-OpenSSH\r\n")},
     };
     Opstelling o;
     for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
-        for (const Geval& g : gevallen) {
-            SCOPED_TRACE(::testing::Message()
-                         << g.naam << (g.route == Route::relay ? " relay " : " direct ")
-                         << aanbiederWaarden.naam(a));
-            if (g.antwoord) {
-                o.server.zetAntwoord(*g.antwoord);
-            }
-            const auto m = motor(a, g.route, g.antwoord ? o.server.url() : gesloten, 300ms);
+        for (const auto& [route, antwoord] : gevallen) {
+            SCOPED_TRACE(::testing::Message() << (route == Route::relay ? "relay " : "direct ")
+                                              << aanbiederWaarden.naam(a) << " " << antwoord.body);
+            o.server.zetAntwoord(antwoord);
+            const auto m = motor(a, route, o.server.url());
             EXPECT_EQ(
                 nep::gevangen<HerkenningsFout>([&] { return m->transcribeer(o.opname, {}, {}); }),
-                g.verwacht(alsMotor(a)));
+                HF::ongeldigAntwoord(alsMotor(a)));
         }
     }
 }
@@ -287,33 +266,53 @@ struct VastTransport final : HTTPTransport {
     }
 };
 
-// Through the relay, failing to reach it is the relay's problem, whatever the provider; other
-// failures below HTTP keep the meaning they have on the direct route.
-TEST(Transcriptie, RelayThatCannotBeReachedIsReportedAsSuch) {
-    const auto onbereikbaar = HF::van(Soort::serverNietBereikbaar);
-    const std::pair<UrlFout, HerkenningsFout> gevallen[] = {
-        {UrlFout::cannotFindHost, onbereikbaar},
-        {UrlFout::cannotConnectToHost, onbereikbaar},
-        {UrlFout::dnsLookupFailed, onbereikbaar},
-        {UrlFout::timedOut, onbereikbaar},
-        {UrlFout::secureConnectionFailed, onbereikbaar},
-        {UrlFout::notConnectedToInternet, HF::van(Soort::geenNetwerk)},
-        {UrlFout::badServerResponse, HF::ongeldigAntwoord(Motor::mistral)},
+// Directly, a failure below HTTP is a time-out, a bad reply or no network. Through the relay,
+// failing to reach it is the relay's problem, whatever the provider; other failures keep the
+// meaning they have on the direct route.
+TEST(Transcriptie, FailuresBelowHttpOnBothRoutes) {
+    using Verwacht = HF (*)(Motor);
+    const Verwacht tijd = [](Motor m) { return HF::timeout(m); };
+    const Verwacht ongeldig = [](Motor m) { return HF::ongeldigAntwoord(m); };
+    const Verwacht netwerk = [](Motor) { return HF::van(Soort::geenNetwerk); };
+    const struct {
+        UrlFout code;
+        Verwacht direct;
+        bool relayOnbereikbaar;
+    } gevallen[] = {
+        {UrlFout::timedOut, tijd, true},
+        {UrlFout::cannotFindHost, netwerk, true},
+        {UrlFout::cannotConnectToHost, netwerk, true},
+        {UrlFout::dnsLookupFailed, netwerk, true},
+        {UrlFout::secureConnectionFailed, netwerk, true},
+        {UrlFout::notConnectedToInternet, netwerk, false},
+        {UrlFout::overig, netwerk, false},
+        {UrlFout::badServerResponse, ongeldig, false},
+        {UrlFout::cannotParseResponse, ongeldig, false},
+        {UrlFout::badURL, ongeldig, false},
     };
     Opstelling o;
-    for (const auto& [code, verwacht] : gevallen) {
-        SCOPED_TRACE(static_cast<int>(code));
-        const auto vast = std::make_shared<VastTransport>();
-        vast->fout = code;
-        MistralTranscriptie m("code",
-                              std::make_shared<TolmoServerTransport>(vast, Aanbieder::mistral),
-                              "http://relay.invalid/" + pad);
-        EXPECT_EQ(nep::gevangen<HerkenningsFout>([&] { return m.transcribeer(o.opname, {}, {}); }),
-                  verwacht);
+    for (Aanbieder a : {Aanbieder::openAI, Aanbieder::mistral}) {
+        for (const auto& g : gevallen) {
+            for (Route route : {Route::direct, Route::relay}) {
+                SCOPED_TRACE(::testing::Message()
+                             << (route == Route::relay ? "relay " : "direct ")
+                             << aanbiederWaarden.naam(a) << " " << static_cast<int>(g.code));
+                const auto vast = std::make_shared<VastTransport>();
+                vast->fout = g.code;
+                const HF verwacht = route == Route::relay && g.relayOnbereikbaar
+                                        ? HF::van(Soort::serverNietBereikbaar)
+                                        : g.direct(alsMotor(a));
+                EXPECT_EQ(nep::gevangen<HerkenningsFout>([&] {
+                              return motor(a, route, "http://x.invalid/", vast)
+                                  ->transcribeer(o.opname, {}, {});
+                          }),
+                          verwacht);
+            }
+        }
     }
 }
 
-TEST(Transcriptie, RequestsWithoutATimeOutGetTheDefault) {
+TEST(Transcriptie, RequestsCarryTheGivenTimeOutOrTheDefault) {
     Opstelling o;
     const auto vast = std::make_shared<VastTransport>();
     (void)OpenAITranscriptie("sk", vast, o.server.url()).transcribeer(o.opname, {}, {});
@@ -321,10 +320,16 @@ TEST(Transcriptie, RequestsWithoutATimeOutGetTheDefault) {
     (void)ChatOpschoner(ChatOpschoner::Model::voor(Motor::openAI), {}, Opschoonniveau::licht, "sk",
                         vast)
         .schoonOp("ja", {}, Stijl::neutraal, false, {});
-    ASSERT_EQ(vast->verzoeken.size(), 3U);
-    EXPECT_EQ(vast->verzoeken[0].timeout, 30s) << "OpenAI";
-    EXPECT_EQ(vast->verzoeken[1].timeout, 30s) << "Mistral";
-    EXPECT_EQ(vast->verzoeken[2].timeout, 15s) << "opschonen";
+    (void)OpenAITranscriptie("sk", vast, o.server.url(), 7s).transcribeer(o.opname, {}, {});
+    (void)MistralTranscriptie("sk", vast, o.server.url(), 8s).transcribeer(o.opname, {}, {});
+    (void)ChatOpschoner(ChatOpschoner::Model::voor(Motor::openAI), {}, Opschoonniveau::licht, "sk",
+                        vast, 9s)
+        .schoonOp("ja", {}, Stijl::neutraal, false, {});
+    std::vector<std::chrono::milliseconds> tijden;
+    for (const HTTPVerzoek& v : vast->verzoeken) {
+        tijden.push_back(v.timeout);
+    }
+    EXPECT_EQ(tijden, (std::vector<std::chrono::milliseconds>{30s, 30s, 15s, 7s, 8s, 9s}));
 }
 
 TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
@@ -344,34 +349,18 @@ TEST(Transcriptie, ReplyTextIsTrimmedButAnEmptyTextIsReturned) {
     }
 }
 
-TEST(Transcriptie, CancellingDuringTheUploadStopsTheRequest) {
+// Aborting a transfer in flight is the transport's; the engines and the relay pass the stop on
+// and let the cancellation through as it is.
+TEST(Transcriptie, AStopReachesTheTransportOnBothRoutes) {
     Opstelling o;
-    // A recording large enough that the upload hangs once the server stops reading.
-    const Opname groot =
-        nep::opnameVan(o.map.schrijf("groot.wav", std::string(32 << 20, 'x')), 600.0);
-    Antwoord staatStil = Antwoord::json(200, R"({"text":"nooit"})");
-    staatStil.pauzeVoorBody = 20s;
-    o.server.zetAntwoord(staatStil);
-
+    StopBron stop;
+    stop.vraagStop();
     for (Route route : {Route::direct, Route::relay}) {
-        StopBron stop;
-        auto klaar = std::async(std::launch::async, [&] {
-            try {
-                (void)motor(Aanbieder::mistral, route, o.server.url())
-                    ->transcribeer(groot, {}, stop.token());
-                return std::string("geen fout");
-            } catch (const Geannuleerd&) {
-                return std::string("geannuleerd");
-            } catch (const std::exception& e) {
-                return std::string("andere fout: ") + e.what();
-            }
-        });
-        ASSERT_TRUE(o.server.wachtOpBegonnen(route == Route::direct ? 1 : 2, 5s));
-        std::this_thread::sleep_for(100ms);
-        stop.vraagStop();
-        ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
-        EXPECT_EQ(klaar.get(), "geannuleerd");
+        EXPECT_THROW((void)motor(Aanbieder::mistral, route, o.server.url())
+                         ->transcribeer(o.opname, {}, stop.token()),
+                     Geannuleerd);
     }
+    EXPECT_EQ(o.server.aantalVerbindingen(), 0U);
 }
 
 TEST(Transcriptie, TestEngineReportsDurationAndLevel) {
