@@ -89,11 +89,7 @@ TEST(ChatOpschoner, LengthAndQuantities) {
     EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, std::string(167, 'y')));
     EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, ""));
 
-    struct Geval {
-        const char* tekst;
-        std::int64_t aantal;
-    };
-    const Geval gevallen[] = {
+    const std::pair<const char*, std::int64_t> gevallen[] = {
         {"om 12:30 en 3,5 uur", 3},
         {"om half een", 1},
         {"tweeëntwintig", 1},
@@ -110,8 +106,8 @@ TEST(ChatOpschoner, LengthAndQuantities) {
         {"geen getal hier", 0},
         {"", 0},
     };
-    for (const Geval& g : gevallen) {
-        EXPECT_EQ(ChatOpschoner::telHoeveelheden(g.tekst), g.aantal) << g.tekst;
+    for (const auto& [tekst, aantal] : gevallen) {
+        EXPECT_EQ(ChatOpschoner::telHoeveelheden(tekst), aantal) << tekst;
     }
     EXPECT_TRUE(ChatOpschoner::minderGetallen("3 appels en 12 peren", "appels en 12 peren"));
     EXPECT_FALSE(ChatOpschoner::minderGetallen("drie appels", "3 appels"));

@@ -179,18 +179,14 @@ TEST(Spraakopdrachten, TokensKeepTheWordAndItsCore) {
 }
 
 TEST(Spraakopdrachten, SentenceEndLooksPastClosingQuotesAndParenthesis) {
-    const struct {
-        std::string woord;
-        bool eindigt;
-    } gevallen[] = {
+    const std::pair<std::string, bool> gevallen[] = {
         {"ja.", true},         {"ja?\"", true},      {"ja!\u2019", true}, {"ja.)", true},
         {"ja.\u201d')", true}, {"ja)", false},       {"ja", false},       {"", false},
         {"\"", false},         {"ja.\u00bb", false},  // only the closing marks listed count
         {"ja,", false},        {"(ja.", true},
     };
-    for (const auto& g : gevallen) {
-        SCOPED_TRACE(g.woord);
-        EXPECT_EQ(Spraakopdrachten::eindigtZin(g.woord), g.eindigt);
+    for (const auto& [woord, eindigt] : gevallen) {
+        EXPECT_EQ(Spraakopdrachten::eindigtZin(woord), eindigt) << woord;
     }
 }
 
