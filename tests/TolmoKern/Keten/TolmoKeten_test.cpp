@@ -360,9 +360,10 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
         EXPECT_EQ(v[voor].methode, "GET");
         EXPECT_EQ(v[voor].doel, g.pad + "v1/audio/transcriptions");
         EXPECT_EQ(v[voor + 1].doel, g.pad + "v1/audio/transcriptions");
-        EXPECT_NE(v[voor + 1].body.find("\r\n\r\n" + g.model + "\r\n"), std::string::npos);
+        EXPECT_NE(v[voor + 1].body.find("name=\"model\"\r\n\r\n" + g.model + "\r\n"),
+                  std::string::npos);
         EXPECT_EQ(v[voor + 2].doel, g.pad + "v1/chat/completions");
-        EXPECT_NE(v[voor + 2].body.find("\"model\":\"" + g.chatModel + "\""), std::string::npos);
+        EXPECT_EQ(nlohmann::json::parse(v[voor + 2].body)["model"], g.chatModel);
         for (const auto& verzoek : {v[voor + 1], v[voor + 2]}) {
             EXPECT_EQ(verzoek.header("Authorization"), g.autorisatie);
             EXPECT_EQ(verzoek.header("X-Tolmo-Aanbieder"), g.aanbiederHeader);

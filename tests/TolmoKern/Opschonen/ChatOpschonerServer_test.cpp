@@ -153,13 +153,17 @@ TEST(ChatOpschonerServer, StrictLosingANumberIsAskedOnceMoreAtLight) {
     EXPECT_EQ(r.tekst, "Ik wil appels en 12 peren kopen.");
     EXPECT_EQ(r.tijden.opschonenHerhaald, "Strak gaf minder getallen, opnieuw op Licht");
     ASSERT_EQ(o.server.aantalVerzoeken(), 2U);
+    // The second request is the first at the light level: model, words, samples and key kept.
     const auto verzoeken = o.server.verzoeken();
-    const std::string eerste = json::parse(verzoeken[0].body)["messages"][0]["content"];
-    const std::string tweede = json::parse(verzoeken[1].body)["messages"][0]["content"];
-    EXPECT_NE(eerste.find("\n10. "), std::string::npos);
-    EXPECT_EQ(tweede.find("\n10. "), std::string::npos);
-    EXPECT_EQ(json::parse(verzoeken[1].body)["messages"][1],
-              json::parse(verzoeken[0].body)["messages"][1]);
+    const auto prompt = [](Opschoonniveau n) {
+        return ChatOpschoner::systeemprompt({"Tolmo"}, Stijl::neutraal, true, {"Hoi! Tot straks."},
+                                            n);
+    };
+    json licht = json::parse(verzoeken[0].body);
+    EXPECT_EQ(licht["messages"][0]["content"], prompt(Opschoonniveau::strak));
+    licht["messages"][0]["content"] = prompt(Opschoonniveau::licht);
+    EXPECT_EQ(json::parse(verzoeken[1].body), licht);
+    EXPECT_EQ(verzoeken[1].header("Authorization"), "Bearer sk-test");
 }
 
 }  // namespace
