@@ -304,9 +304,10 @@ TEST(TolmoKeten, FactoryWiresTheNetworkEnginesToTheConfiguredServers) {
              R"("choices":[{"message":{"content":"Schoon."}}]})"));
     nep::TijdelijkeMap map;
     const Opname o = nep::opnameVan(map.schrijf("o.wav", "RIFF"), 1.5);
+    // Addresses with and without a closing slash.
     const nep::OmgevingsVariabele openAI("TOLMO_OPENAI_URL", server.url() + "openai/");
     const nep::OmgevingsVariabele mistral("TOLMO_MISTRAL_URL", server.url() + "mistral");
-    const nep::OmgevingsVariabele relay("TOLMO_SERVER_URL", server.url() + "relay/");
+    const nep::OmgevingsVariabele relay("TOLMO_SERVER_URL", server.url() + "relay");
     nep::NepKluis kluis;
     kluis.sleutels = {{Aanbieder::openAI, "sk-openai"}, {Aanbieder::mistral, "sk-mistral"}};
     kluis.code = "toegang-123";
