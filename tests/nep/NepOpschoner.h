@@ -2,7 +2,9 @@
 
 #include <deque>
 #include <functional>
+#include <iterator>
 #include <memory>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -77,16 +79,9 @@ class NepOpschoner final : public Opschoner {
 
     // Counts runs of digits: enough to tell the chain's number guard apart.
     std::int64_t telGetallen(const std::string& tekst) const override {
-        std::int64_t n = 0;
-        bool inGetal = false;
-        for (char c : tekst) {
-            const bool cijfer = c >= '0' && c <= '9';
-            if (cijfer && !inGetal) {
-                ++n;
-            }
-            inGetal = cijfer;
-        }
-        return n;
+        static const std::regex getal("[0-9]+");
+        return std::distance(std::sregex_iterator(tekst.begin(), tekst.end(), getal),
+                             std::sregex_iterator());
     }
 
   private:

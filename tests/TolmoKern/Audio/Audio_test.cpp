@@ -66,11 +66,7 @@ TEST(FormaatBesluit, EveryBranch) {
 
 TEST(NiveauVolger, TargetFromLevel) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Geval {
-        double db;
-        float verwacht;
-    };
-    const Geval gevallen[] = {
+    const std::pair<double, float> gevallen[] = {
         {AudioMeting::vloerDB, 0.0F},  // silence
         {-60.0, 0.0F},
         {-60.5, 0.0F},
@@ -82,8 +78,8 @@ TEST(NiveauVolger, TargetFromLevel) {
         {6.0, 1.0F},  // clipped input is still 1
         {nan, 0.0F},
     };
-    for (const auto& g : gevallen) {
-        EXPECT_NEAR(NiveauVolger::doel(g.db), g.verwacht, 1e-6) << g.db;
+    for (const auto& [db, verwacht] : gevallen) {
+        EXPECT_NEAR(NiveauVolger::doel(db), verwacht, 1e-6) << db;
     }
 }
 

@@ -10,64 +10,36 @@ namespace {
 
 using nlohmann::json;
 
+// Each row: a stored document and how what is read differs from the defaults (as written back).
 TEST(TolmoInstellingen, EachKeyFallsBackOnItsOwn) {
-    const TolmoInstellingen& s0 = TolmoInstellingen::standaard();
-    struct Geval {
-        const char* naam;
-        const char* document;
-        std::function<void(TolmoInstellingen&)> verwacht;  // changes from the defaults
+    const std::pair<const char*, const char*> gevallen[] = {
+        {R"({"motor":"mistral"})", R"({"motor":"mistral"})"},
+        {R"({"weergave":"paars","opschonen":false,"woorden":["Tolmo"]})",
+         R"({"opschonen":false,"woorden":["Tolmo"]})"},
+        {R"({"opschonen":"ja","woorden":"Tolmo","motor":3,"ruisonderdrukking":false})",
+         R"({"ruisonderdrukking":false})"},
+        {R"({"motor":null,"syncBijgewerkt":null,"stijlPerApp":null})", "{}"},
+        {"{}", "{}"},
+        {"[1,2,3]", "{}"},
+        // One bad element spoils the whole key.
+        {R"({"woorden":["a",3],"stijlVoorbeelden":["x"]})", R"({"stijlVoorbeelden":["x"]})"},
+        {R"({"stijlPerApp":[{"bundleId":"a","naam":"A","stijl":"chic"}],"standaardStijl":"los"})",
+         R"({"standaardStijl":"los"})"},
+        {R"({"stijlPerApp":[{"bundleId":"a","naam":"A","stijl":"letterlijk","x":1}]})",
+         R"({"stijlPerApp":[{"bundleId":"a","naam":"A","stijl":"letterlijk"}]})"},
+        // Dates in milliseconds, whole.
+        {R"({"syncBijgewerkt":1700000000123.9,"herkomst":{"Tolmo":{"bron":"suggestie","datum":1700000000000}}})",
+         R"({"syncBijgewerkt":1700000000123,"herkomst":{"Tolmo":{"bron":"suggestie","datum":1700000000000}}})"},
+        {R"({"toepassingen":{"Tolmo":3.0},"vervangingen":{"Tolmo":["tol mo"]}})",
+         R"({"toepassingen":{"Tolmo":3},"vervangingen":{"Tolmo":["tol mo"]}})"},
+        {R"({"microfoonKlaar":"eenUur","abcKnop":"iosToetsenbord","opschoonNiveau":"licht","serverAanbieder":"openai","weergave":"donker"})",
+         R"({"microfoonKlaar":"eenUur","abcKnop":"iosToetsenbord","opschoonNiveau":"licht","serverAanbieder":"openai","weergave":"donker"})"},
     };
-    const Geval gevallen[] = {
-        {"alleen motor", R"({"motor":"mistral"})", [](auto& s) { s.motor = Motor::mistral; }},
-        {"onbekende weergave", R"({"weergave":"paars","opschonen":false,"woorden":["Tolmo"]})",
-         [](auto& s) {
-             s.opschonen = false;
-             s.woorden = {"Tolmo"};
-         }},
-        {"verkeerde types",
-         R"({"opschonen":"ja","woorden":"Tolmo","motor":3,"ruisonderdrukking":false})",
-         [](auto& s) { s.ruisonderdrukking = false; }},
-        {"null", R"({"motor":null,"syncBijgewerkt":null,"stijlPerApp":null})", [](auto&) {}},
-        {"leeg object", "{}", [](auto&) {}},
-        {"geen object", "[1,2,3]", [](auto&) {}},
-        {"één fout element maakt de hele sleutel ongeldig",
-         R"({"woorden":["a",3],"stijlVoorbeelden":["x"]})",
-         [](auto& s) { s.stijlVoorbeelden = {"x"}; }},
-        {"app-stijl met onbekende stijl",
-         R"({"stijlPerApp":[{"bundleId":"a","naam":"A","stijl":"chic"}],"standaardStijl":"los"})",
-         [](auto& s) { s.standaardStijl = Stijl::los; }},
-        {"eigen app-lijst",
-         R"({"stijlPerApp":[{"bundleId":"a","naam":"A","stijl":"letterlijk","x":1}]})",
-         [](auto& s) {
-             s.stijlPerApp = {{"a", "A", Stijl::letterlijk}};
-         }},
-        {"datums in milliseconden",
-         R"({"syncBijgewerkt":1700000000123.9,"herkomst":{"Tolmo":{"bron":"suggestie","datum":1700000000000}}})",
-         [](auto& s) {
-             s.syncBijgewerkt = 1700000000123;
-             s.herkomst = {{"Tolmo", {"suggestie", 1700000000000}}};
-         }},
-        {"tellingen en vervangingen",
-         R"({"toepassingen":{"Tolmo":3.0},"vervangingen":{"Tolmo":["tol mo"]}})",
-         [](auto& s) {
-             s.toepassingen = {{"Tolmo", 3}};
-             s.vervangingen = {{"Tolmo", {"tol mo"}}};
-         }},
-        {"alle keuzes",
-         R"({"microfoonKlaar":"eenUur","abcKnop":"iosToetsenbord","opschoonNiveau":"licht","serverAanbieder":"openai","weergave":"donker"})",
-         [](auto& s) {
-             s.microfoonKlaar = MicrofoonKlaar::eenUur;
-             s.abcKnop = AbcKnop::iosToetsenbord;
-             s.opschoonNiveau = Opschoonniveau::licht;
-             s.serverAanbieder = Aanbieder::openAI;
-             s.weergave = Weergave::donker;
-         }},
-    };
-    for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.naam);
-        TolmoInstellingen verwacht = s0;
-        g.verwacht(verwacht);
-        EXPECT_EQ(TolmoInstellingen::uitJson(json::parse(g.document)), verwacht);
+    for (const auto& [document, anders] : gevallen) {
+        SCOPED_TRACE(document);
+        json verwacht = TolmoInstellingen::standaard().naarJson();
+        verwacht.update(json::parse(anders));
+        EXPECT_EQ(TolmoInstellingen::uitJson(json::parse(document)).naarJson(), verwacht);
     }
 }
 
@@ -76,14 +48,11 @@ TEST(TolmoInstellingen, DefaultsAndRoundTrip) {
     EXPECT_EQ(s.motor, Motor::openAI);
     EXPECT_EQ(s.opschoonNiveau, Opschoonniveau::strak);
     EXPECT_EQ(s.serverAanbieder, Aanbieder::mistral);
-    ASSERT_EQ(s.stijlPerApp.size(), 17U);
-    EXPECT_EQ(s.stijlPerApp.front(), (AppStijl{"com.apple.mail", "Mail", Stijl::zakelijk}));
-    EXPECT_EQ(s.stijlPerApp.back(), (AppStijl{"dev.warp.Warp-Stable", "Warp", Stijl::letterlijk}));
 
     const json j = s.naarJson();
     EXPECT_FALSE(j.contains("syncBijgewerkt")) << "an absent date is left out";
     EXPECT_EQ(j["motor"], "openai");
-    EXPECT_EQ(j.size(), 20U);
+    EXPECT_EQ(j.size(), 20U) << "every other key is written";
 
     TolmoInstellingen anders = s;
     anders.motor = Motor::tolmo;

@@ -60,22 +60,13 @@ TEST(Opschoonlabel, Opschoonlabels) {
     }
 }
 
-TEST(Opschoonlabel, GelijkheidEnHash) {
-    const std::vector<Opschoonlabel> verschillend{
-        L::ehWeggehaald(1),         L::ehWeggehaald(2),          L::zelfcorrectie("a", "b"),
-        L::zelfcorrectie("b", "a"), L::zelfcorrectie("a", "bc"), L::zelfcorrectie("ab", "c"),
-        L::opgeschoond(),
-    };
-    for (std::size_t i = 0; i < verschillend.size(); ++i) {
-        for (std::size_t j = 0; j < verschillend.size(); ++j) {
-            EXPECT_EQ(verschillend[i] == verschillend[j], i == j) << i << " " << j;
-        }
-    }
-    // Equal labels land on the same key; all the different ones stay apart.
-    std::unordered_set<Opschoonlabel> set(verschillend.begin(), verschillend.end());
-    set.insert(L::ehWeggehaald(1));
-    set.insert(L::zelfcorrectie("a", "b"));
-    EXPECT_EQ(set.size(), verschillend.size());
+// Equal labels hash alike, so a set keeps one of each.
+TEST(Opschoonlabel, EqualLabelsHashAlike) {
+    const std::unordered_set<Opschoonlabel> set{
+        L::ehWeggehaald(1), L::ehWeggehaald(2),        L::zelfcorrectie("a", "b"),
+        L::opgeschoond(),   L::ehWeggehaald(1),        L::zelfcorrectie("a", "b"),
+        L::opgeschoond(),   L::zelfcorrectie("b", "a")};
+    EXPECT_EQ(set.size(), 5U);
 }
 
 }  // namespace

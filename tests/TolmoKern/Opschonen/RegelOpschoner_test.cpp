@@ -26,10 +26,8 @@ TEST(RegelOpschoner, BasisOpschoning) {
         {"eh, ok.", letterlijk, "ok"},
         {"eh ok.", neutraal, "Ok."},
         {"iPhone kopen", neutraal, "iPhone kopen"},
-        {"eh", neutraal, "eh"},
         // Nothing letter-like left: the input comes back untouched, punctuation and all.
         {"eh, ehm.", neutraal, "eh, ehm."},
-        {"eh?", neutraal, "eh?"},
         {"  eh …  ", neutraal, "  eh …  "},
         // Fillers glued to punctuation take one following mark with them, never the preceding.
         {"ik eh… denk", neutraal, "Ik denk"},
@@ -182,11 +180,7 @@ TEST(RegelOpschoner, HerhalingenZoalsVolledigHerhalen) {
 }
 
 TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {
-    struct Geval {
-        std::string tekst;
-        std::string eersteWoord;
-    };
-    const Geval woorden[] = {
+    const std::pair<std::string, std::string> woorden[] = {
         {"", ""},
         {"… !", ""},
         {"  (rock-'n-roll) ja", "rock-'n-roll"},
@@ -195,9 +189,8 @@ TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {
         {"👍café crème", "café"},
         {"e\u0301tage", "e\u0301tage"},
     };
-    for (const Geval& g : woorden) {
-        SCOPED_TRACE(g.tekst);
-        EXPECT_EQ(RegelOpschoner::eersteWoord(g.tekst), g.eersteWoord);
+    for (const auto& [tekst, woord] : woorden) {
+        EXPECT_EQ(RegelOpschoner::eersteWoord(tekst), woord) << tekst;
     }
 
     struct Schrijfwijze {
@@ -239,16 +232,11 @@ TEST(RegelOpschoner, AlsOpschoner) {
     EXPECT_EQ(opschoner.opNiveau(Opschoonniveau::strak), nullptr);
     ASSERT_NE(opschoner.opNiveau(Opschoonniveau::licht), nullptr);
 
-    struct Geval {
-        std::string tekst;
-        std::int64_t getallen;
-    };
-    const Geval gevallen[] = {
+    const std::pair<std::string, std::int64_t> gevallen[] = {
         {"", 0}, {"om 12:30 of 3,5 uur", 2}, {"v2 en 3D en ٣", 3}, {"drie. vier", 0}, {"1. 2.", 2},
     };
-    for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.tekst);
-        EXPECT_EQ(opschoner.telGetallen(g.tekst), g.getallen);
+    for (const auto& [tekst, getallen] : gevallen) {
+        EXPECT_EQ(opschoner.telGetallen(tekst), getallen) << tekst;
     }
 }
 

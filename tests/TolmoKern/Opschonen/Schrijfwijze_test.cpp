@@ -35,11 +35,7 @@ TEST(Schrijfwijze, Voorbeeldzinnen) {
         return Zinnen{"Het staat op de " + w, "Kun je de " + w + " controleren",
                       "We bespreken de " + w, "Open een " + w};
     };
-    struct Geval {
-        std::string woord;
-        Zinnen zinnen;
-    };
-    const Geval gevallen[] = {
+    const std::pair<std::string, Zinnen> gevallen[] = {
         {"", {}},
         {" \n ", {}},
         {"Tolmo", naam("Tolmo")},
@@ -55,19 +51,14 @@ TEST(Schrijfwijze, Voorbeeldzinnen) {
         {"plan", zelfstandig("plan")},
         {"ǅen", zelfstandig("ǅen")},  // title case is no upper case, but it is not lower either
     };
-    for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.woord);
-        EXPECT_EQ(Schrijfwijze::voorbeeldzinnen(g.woord), g.zinnen);
+    for (const auto& [woord, zinnen] : gevallen) {
+        EXPECT_EQ(Schrijfwijze::voorbeeldzinnen(woord), zinnen) << woord;
     }
 }
 
 TEST(Schrijfwijze, Vingerafdruk) {
     // Reference digests computed with sha256sum over the joined terms.
-    struct Geval {
-        std::vector<std::string> lijst;
-        std::string hex;
-    };
-    const Geval gevallen[] = {
+    const std::pair<Zinnen, std::string> gevallen[] = {
         {{}, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
         {{" ", ""}, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
         {{"Tolmo"}, "ab64e2ac122811fd9ad9cb353b3491635b9028747c7a5c6f10be0b2960c519c7"},
@@ -75,8 +66,8 @@ TEST(Schrijfwijze, Vingerafdruk) {
          "f93a2d4c2c452386a55a0ec2bcbeae7fa7a2e30c93604c8dc7152110f3aaa789"},
         {{"één", "Σοφία"}, "5d98dcdec29e2a70cd8fa57af8b863e862d694576fae79d4b90ee71cd6948206"},
     };
-    for (const Geval& g : gevallen) {
-        EXPECT_EQ(Schrijfwijze::vingerafdruk(g.lijst), g.hex);
+    for (const auto& [lijst, hex] : gevallen) {
+        EXPECT_EQ(Schrijfwijze::vingerafdruk(lijst), hex);
     }
 }
 

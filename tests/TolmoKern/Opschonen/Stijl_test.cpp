@@ -27,10 +27,7 @@ TEST(StijlBepaling, StijlVoorApp) {
     const Geval gevallen[] = {
         {"com.apple.mail", &standaard, Stijl::zakelijk},
         {"COM.APPLE.MAIL", &standaard, Stijl::zakelijk},
-        {"com.microsoft.vscode", &standaard, Stijl::letterlijk},
         {"dev.warp.Warp-Stable", &standaard, Stijl::letterlijk},
-        {"net.whatsapp.whatsapp", &standaard, Stijl::los},
-        {"com.tinyspeck.slackmacgap", &standaard, Stijl::neutraal},
         // Unknown, absent, empty or merely similar identifiers get the default style.
         {"com.example.onbekend", &standaard, Stijl::los},
         {std::nullopt, &standaard, Stijl::los},

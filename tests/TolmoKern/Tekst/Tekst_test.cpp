@@ -19,17 +19,24 @@ TEST(Tekst, CharactersAreGraphemeClusters) {
     const Geval gevallen[] = {
         {"", 0, "", ""},
         {"abc", 3, "a", "c"},
-        {"e\u0301t\u00e9", 3, "e\u0301", "\u00e9"},  // combining accent stays with its letter
+        {"e\u0301te\u0301", 3, "e\u0301", "e\u0301"},  // an accent stays with its letter
         {"👍🏽 ok 👨‍👩‍👧", 6, "👍🏽",
-         "👨‍👩‍👧"},  // skin tone and family are one character each
+         "👨‍👩‍👧"},  // skin tone and family: one each
         {"Ωμέγα", 5, "Ω", "α"},
-        {"a\r\nb", 3, "a", "b"},  // CR LF is one character
+        {"a\r\nb\r\n", 4, "a", "\r\n"},         // CR LF is one character
+        {"\U00010400x", 2, "\U00010400", "x"},  // a surrogate pair in UTF-16
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.s);
         EXPECT_EQ(Tekst::aantalTekens(g.s), g.aantal);
         EXPECT_EQ(Tekst::eersteTeken(g.s), g.eerste);
         EXPECT_EQ(Tekst::laatsteTeken(g.s), g.laatste);
+        // The byte offsets, found another way, agree.
+        const std::vector<std::size_t> grenzen = Tekst::tekenGrenzen(g.s);
+        ASSERT_EQ(grenzen.size(), g.aantal + 1);
+        EXPECT_EQ(grenzen.back(), g.s.size());
+        EXPECT_EQ(grenzen[g.aantal > 0 ? 1 : 0], g.eerste.size());
+        EXPECT_EQ(Tekst::beginLaatsteTeken(g.s), g.s.size() - g.laatste.size());
     }
     EXPECT_EQ(Tekst::eersteTekens("👍🏽ab", 2), "👍🏽a");
     EXPECT_EQ(Tekst::eersteTekens("ab", 5), "ab");
@@ -45,42 +52,47 @@ TEST(Tekst, WhiteSpaceLettersAndCase) {
     EXPECT_FALSE(Tekst::bevatLetterOfCijfer("—…!?"));
     EXPECT_EQ(Tekst::hoofdletters("straße ij"), "STRASSE IJ");
     EXPECT_EQ(Tekst::kleineLetters("ÉÉN ΣΟΦΙΑ"), "één σοφια");
-    EXPECT_FALSE(Tekst::isGeldigeUtf8("a\xc3"));
-    EXPECT_TRUE(Tekst::isGeldigeUtf8("één"));
-    EXPECT_EQ(Tekst::getalNL("%.1f", 2.44), "2,4");
-    EXPECT_EQ(Tekst::getalNL("%.2f s", 1234.5), "1234,50 s");
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("STRASSE", "straße"));
+    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("ΣΟΦΊΑ", "σοφία"));
+    EXPECT_FALSE(Tekst::gelijkZonderHoofdletters("straat", "straten"));
+    for (const char32_t c : std::u32string_view(U"ΣÉ")) {
+        EXPECT_TRUE(Tekst::isHoofdletter(c));
+    }
+    for (const char32_t c : std::u32string_view(U"\u01C5é3")) {  // title case Dž is no capital
+        EXPECT_FALSE(Tekst::isHoofdletter(c));
+    }
+    for (const char32_t c : std::u32string_view(U"…)»’")) {
+        EXPECT_TRUE(Tekst::isLeesteken(c));
+    }
+    EXPECT_FALSE(Tekst::isLeesteken(U'€'));  // a currency sign is a symbol
 }
 
-TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
-    struct Geval {
-        std::string s;
-        std::vector<std::size_t> grenzen;
-    };
-    const Geval gevallen[] = {
-        {"", {0}},
-        {"ab", {0, 1, 2}},
-        {"e\u0301x", {0, 3, 4}},     // 1 + 2 bytes for the accented e
-        {"👍🏽!", {0, 8, 9}},    // emoji with skin tone: 4 + 4 bytes, one character
-        {"a\r\nß", {0, 1, 3, 5}},    // CR LF together
-        {"\U00010400x", {0, 4, 5}},  // outside the BMP: a surrogate pair in UTF-16
-    };
-    for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.s);
-        EXPECT_EQ(Tekst::tekenGrenzen(g.s), g.grenzen);
+TEST(Tekst, CodePointsAndBrokenUtf8) {
+    // Forwards and backwards over the same bytes, broken ones read as U+FFFD.
+    const std::string s = "a\u00e9\xff\U0001F44D\x80";
+    std::u32string vooruit;
+    std::size_t i = 0;
+    while (i < s.size()) {
+        vooruit.push_back(Tekst::codepuntOp(s, i));
     }
+    EXPECT_EQ(i, s.size());
+    EXPECT_EQ(vooruit, U"a\u00e9\uFFFD\U0001F44D\uFFFD");
+    std::u32string achteruit;
+    for (i = s.size(); i > 0;) {
+        achteruit.insert(achteruit.begin(), Tekst::codepuntVoor(s, i));
+    }
+    EXPECT_EQ(achteruit, vooruit);
+    EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
+    EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
+    EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
 
-    // Last character and stepping back over code points, also over broken bytes.
-    EXPECT_EQ(Tekst::beginLaatsteTeken(""), 0U);
-    EXPECT_EQ(Tekst::beginLaatsteTeken("ab"), 1U);
-    EXPECT_EQ(Tekst::beginLaatsteTeken("a👍🏽"), 1U);
-    EXPECT_EQ(Tekst::beginLaatsteTeken("a\r\n"), 1U);
-    EXPECT_EQ(Tekst::beginLaatsteTeken("xe\u0301"), 1U);
-    const std::string gemengd = "aé👍\x80";
-    std::vector<char32_t> terug;
-    for (std::size_t i = gemengd.size(); i > 0;) {
-        terug.push_back(Tekst::codepuntVoor(gemengd, i));
-    }
-    EXPECT_EQ(terug, (std::vector<char32_t>{U'\uFFFD', U'👍', U'é', U'a'}));
+    EXPECT_FALSE(Tekst::isGeldigeUtf8("a\xc3"));
+    EXPECT_TRUE(Tekst::isGeldigeUtf8("één"));
+    EXPECT_EQ(Tekst::geldigeUtf8("ok"), "ok");
+    EXPECT_EQ(Tekst::geldigeUtf8("a\xc3"
+                                 "b\xff"),
+              "a\uFFFDb\uFFFD");
+    EXPECT_EQ(Tekst::geldigeUtf8("\xed\xa0\x80"), "\uFFFD\uFFFD\uFFFD");  // a lone surrogate
 
     // A walk inside a walk: each level keeps its own position.
     std::string paren;
@@ -92,28 +104,6 @@ TEST(Tekst, GraphemeBoundariesCaseFoldingAndRepair) {
         return true;
     });
     EXPECT_EQ(paren, "axaébxbé");
-
-    EXPECT_EQ(Tekst::eersteCodepunt(""), 0U);
-    EXPECT_EQ(Tekst::eersteCodepunt("één"), U'\u00e9');
-    EXPECT_EQ(Tekst::eersteCodepunt("\xc3"), U'\uFFFD');
-    for (const char32_t c : {U'Σ', U'É'}) {
-        EXPECT_TRUE(Tekst::isHoofdletter(c));
-    }
-    for (const char32_t c : {U'\u01C5', U'é', U'3'}) {  // title case Dž is not upper case
-        EXPECT_FALSE(Tekst::isHoofdletter(c));
-    }
-    for (const char32_t c : {U'…', U')', U'»', U'’'}) {
-        EXPECT_TRUE(Tekst::isLeesteken(c));
-    }
-    EXPECT_FALSE(Tekst::isLeesteken(U'€'));  // a currency sign is a symbol
-    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("STRASSE", "straße"));
-    EXPECT_TRUE(Tekst::gelijkZonderHoofdletters("ΣΟΦΊΑ", "σοφία"));
-    EXPECT_FALSE(Tekst::gelijkZonderHoofdletters("straat", "straten"));
-    EXPECT_EQ(Tekst::geldigeUtf8("ok"), "ok");
-    EXPECT_EQ(Tekst::geldigeUtf8("a\xc3"
-                                 "b\xff"),
-              "a\uFFFDb\uFFFD");
-    EXPECT_EQ(Tekst::geldigeUtf8("\xed\xa0\x80"), "\uFFFD\uFFFD\uFFFD");  // a lone surrogate
 }
 
 TEST(Patroon, IcuSyntaxAndByteOffsets) {
@@ -179,17 +169,6 @@ TEST(Tekst, InitialCapitalTouchesOnlyTheFirstLetter) {
         SCOPED_TRACE(g.woord);
         EXPECT_EQ(Tekst::metHoofdletter(g.woord), g.verwacht);
     }
-}
-
-TEST(Tekst, CodePointScanningAndCharacterClasses) {
-    const std::string s = "a\u00e9\xff\xf0\x9f\x91\x8d";
-    std::size_t i = 0;
-    std::u32string gelezen;
-    while (i < s.size()) {
-        gelezen.push_back(Tekst::codepuntOp(s, i));
-    }
-    EXPECT_EQ(gelezen, U"a\u00e9\uFFFD\U0001F44D");
-    EXPECT_EQ(i, s.size());
 }
 
 }  // namespace

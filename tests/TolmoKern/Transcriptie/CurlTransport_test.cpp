@@ -72,8 +72,6 @@ TEST(CurlTransport, FailuresBelowHttpMapToUrlErrors) {
         {"dicht zonder antwoord", Antwoord::sluit(), server.url(), UrlFout::badServerResponse},
         {"geen HTTP", Antwoord::ruweBytes("hallo daar\r\n\r\n"), server.url(),
          UrlFout::badServerResponse},
-        {"kapotte statusregel", Antwoord::ruweBytes("HTTP/1.1 2x0 OK\r\n\r\n"), server.url(),
-         UrlFout::badServerResponse},
         {"staat stil", traag, server.url(), UrlFout::timedOut},
         {"geen URL", std::nullopt, "geen url", UrlFout::badURL},
         {"ander protocol", std::nullopt, "ftp://127.0.0.1/x", UrlFout::badURL},
@@ -155,13 +153,6 @@ TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {
     // Far below the stall and the 30-second time-out: the transfer was aborted, not waited out.
     ASSERT_EQ(klaar.wait_for(2s), std::future_status::ready);
     EXPECT_EQ(klaar.get(), "geannuleerd");
-
-    // A stop requested before the call sends nothing.
-    const auto voor = server.aantalVerbindingen();
-    StopBron al;
-    al.vraagStop();
-    EXPECT_THROW((void)CurlTransport().verstuur(post(server.url()), al.token()), Geannuleerd);
-    EXPECT_EQ(server.aantalVerbindingen(), voor);
 }
 
 TEST(CurlTransport, ReportsUploadProgressUpToTheWholeBody) {

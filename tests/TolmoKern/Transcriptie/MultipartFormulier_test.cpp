@@ -15,28 +15,19 @@ using namespace std::string_literals;
 // Audio bytes that look like the form's own syntax, with a NUL in the middle.
 const std::string lastigeBytes = "RIFF\0\x01\r\n--Tolmo-\r\n\r\n\xff"s;
 
-TEST(MultipartFormulier, WritesTheExactLayoutAndLeavesItsBufferAlone) {
+// The layout itself is checked byte for byte in the engines' request test.
+TEST(MultipartFormulier, TheBodyCanBeTakenAgainAndLeavesTheBufferAlone) {
     MultipartFormulier f;
     f.voegTekstToe("model", "gpt-transcribe");
-    f.voegTekstToe("prompt", "Namen: Zoë, \"Jan\"");
     f.voegBestandToe("file", "dictaat.wav", "audio/wav", lastigeBytes);
-    const std::string& b = f.grens();
-    const std::string verwacht =
-        "--" + b + "\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\ngpt-transcribe\r\n" +
-        "--" + b +
-        "\r\nContent-Disposition: form-data; name=\"prompt\"\r\n\r\nNamen: Zoë, \"Jan\"\r\n" +
-        "--" + b +
-        "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"dictaat.wav\"\r\n"
-        "Content-Type: audio/wav\r\n\r\n" +
-        lastigeBytes + "\r\n--" + b + "--\r\n";
-
     const std::string buffer = f.buffer();
-    EXPECT_EQ(f.body(), verwacht);
-    EXPECT_EQ(f.body(), verwacht) << "taking the body twice gives the same bytes";
+    const std::string body = f.body();
+    EXPECT_EQ(body, buffer + "--" + f.grens() + "--\r\n");
+    EXPECT_TRUE(buffer.ends_with(lastigeBytes + "\r\n"));
+    EXPECT_EQ(f.body(), body);
     EXPECT_EQ(f.buffer(), buffer);
-    EXPECT_EQ(verwacht.substr(0, buffer.size()), buffer);
-    EXPECT_EQ(f.contentType(), "multipart/form-data; boundary=" + b);
-    EXPECT_EQ(std::move(f).body(), verwacht);
+    EXPECT_EQ(f.contentType(), "multipart/form-data; boundary=" + f.grens());
+    EXPECT_EQ(std::move(f).body(), body);
 }
 
 TEST(MultipartFormulier, BoundaryIsTolmoAndAFreshUpperCaseUuid) {
