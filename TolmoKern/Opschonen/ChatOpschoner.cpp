@@ -326,13 +326,6 @@ std::int64_t ChatOpschoner::tokenBudget(const std::string& tekst) {
     return static_cast<std::int64_t>(Tekst::aantalTekens(tekst)) * 13 / 10 + 30;
 }
 
-bool ChatOpschoner::lengteAannemelijk(const std::string& ruw, const std::string& opgeschoond) {
-    if (opgeschoond.empty()) {
-        return false;
-    }
-    return static_cast<std::int64_t>(Tekst::aantalTekens(opgeschoond)) <= tokenBudget(ruw);
-}
-
 std::int64_t ChatOpschoner::telHoeveelheden(const std::string& tekst) {
     static const Patroon token(R"([\p{L}\p{N}]+(?:[.,:][\p{N}]+)*)");
     static const std::set<std::string, std::less<>> eenheden{
@@ -378,10 +371,6 @@ std::int64_t ChatOpschoner::telHoeveelheden(const std::string& tekst) {
         }
     }
     return aantal;
-}
-
-bool ChatOpschoner::minderGetallen(const std::string& ruw, const std::string& opgeschoond) {
-    return telHoeveelheden(opgeschoond) < telHoeveelheden(ruw);
 }
 
 ChatOpschoner::Body ChatOpschoner::body(const std::string& tekst,

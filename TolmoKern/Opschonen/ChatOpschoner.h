@@ -97,10 +97,8 @@ class ChatOpschoner final : public Opschoner {
     // The base prompt with the voice-commands-on rule, ready made.
     static const std::string& vasteSysteemprompt();
     static std::string gebruikersbericht(const std::string& tekst);
-    // Characters × 1.3, truncated, + 30: the answer's token budget and the length it may have.
+    // Characters × 1.3, truncated, + 30: the answer's token budget.
     static std::int64_t tokenBudget(const std::string& tekst);
-    static bool lengteAannemelijk(const std::string& ruw, const std::string& opgeschoond);
-    static bool minderGetallen(const std::string& ruw, const std::string& opgeschoond);
     // Numbers and quantities: tokens with a digit, unit and time words, "een" before a unit
     // word, and Dutch number words.
     static std::int64_t telHoeveelheden(const std::string& tekst);

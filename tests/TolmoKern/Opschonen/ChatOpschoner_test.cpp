@@ -78,16 +78,13 @@ TEST(ChatOpschoner, PromptAssembly) {
 }
 
 TEST(ChatOpschoner, LengthAndQuantities) {
-    // 105 characters, 210 bytes: 1.3 × 105 = 136.5, and the limit is 136 + 30, rounded down.
+    // 105 characters, 210 bytes: 1.3 × 105 = 136.5, and the budget is 136 + 30, rounded down.
     std::string ruw;
     for (int i = 0; i < 105; ++i) {
         ruw += "é";
     }
     EXPECT_EQ(ChatOpschoner::tokenBudget(ruw), 166);
     EXPECT_EQ(ChatOpschoner::tokenBudget(""), 30);
-    EXPECT_TRUE(ChatOpschoner::lengteAannemelijk(ruw, ruw + std::string(61, 'y')));
-    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, std::string(167, 'y')));
-    EXPECT_FALSE(ChatOpschoner::lengteAannemelijk(ruw, ""));
 
     const std::pair<const char*, std::int64_t> gevallen[] = {
         {"om 12:30 en 3,5 uur", 3},
@@ -109,8 +106,6 @@ TEST(ChatOpschoner, LengthAndQuantities) {
     for (const auto& [tekst, aantal] : gevallen) {
         EXPECT_EQ(ChatOpschoner::telHoeveelheden(tekst), aantal) << tekst;
     }
-    EXPECT_TRUE(ChatOpschoner::minderGetallen("3 appels en 12 peren", "appels en 12 peren"));
-    EXPECT_FALSE(ChatOpschoner::minderGetallen("drie appels", "3 appels"));
 }
 
 }  // namespace
