@@ -6,7 +6,6 @@ namespace tolmo {
 namespace {
 
 TEST_F(CliTest, CleanCommandsAndStyleThroughTheBinary) {
-    using Args = std::vector<std::string>;
     struct Geval {
         Args args;
         std::string invoer;
