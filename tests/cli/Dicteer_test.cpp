@@ -100,7 +100,6 @@ TEST_F(DicteerTest, ProvidersAndTheRelayReceiveA16kHzMonoWav) {
         std::optional<std::string> aanbiederHeader;
     };
     const Geval gevallen[] = {
-        {{"--motor", "openai"}, "sk-openai-123", std::nullopt},
         {{"--motor", "mistral"}, "mistral-456", std::nullopt},
         {{"--motor", "tolmo", "--aanbieder", "openai"}, "code-789", "openai"},
         {{"--motor=tolmo", "--aanbieder=mistral"}, "code-789", "mistral"},
@@ -169,20 +168,20 @@ TEST_F(DicteerTest, JsonCarriesTheWholeResultAndAFailedCleanupIsReported) {
     ASSERT_EQ(r.status, 0) << r.fout;
     EXPECT_EQ(r.uit.find('\n'), r.uit.size() - 1) << "one JSON object on one line";
     auto j = nlohmann::json::parse(r.uit);
-    EXPECT_EQ(j["tekst"], schoon);
-    EXPECT_EQ(j["ruw"], transcript);
-    EXPECT_EQ(j["opschoonProbleem"], nullptr);
-    EXPECT_EQ(j["toepassingen"], nlohmann::json({{"Jan de Vries", 1}}));
-    const auto& t = j["tijden"];
-    EXPECT_DOUBLE_EQ(t["opname"].get<double>(), 2.4);
-    EXPECT_TRUE(t["transcriptie"].is_number());
-    EXPECT_TRUE(t["opschonen"].is_number());
-    EXPECT_EQ(t["opschonenOvergeslagen"], nullptr);
-    EXPECT_EQ(t["opschonenHerhaald"], nullptr);
-    EXPECT_EQ(t["totaal"], nullptr);
-    EXPECT_EQ(t["opschoonVerwerking"], "default");
-    EXPECT_DOUBLE_EQ(t["opschoonDienstTijd"].get<double>(), 0.25);
+    // The times that vary from run to run are checked for their kind and then left out.
+    auto& t = j["tijden"];
+    EXPECT_TRUE(t["transcriptie"].is_number() && t["opschonen"].is_number()) << t;
     EXPECT_TRUE(t["tekst"].get<std::string>().starts_with("Tijden: opname 2,4 s, upload+")) << t;
+    for (const char* wisselend : {"transcriptie", "opschonen", "tekst"}) {
+        t.erase(wisselend);
+    }
+    auto verwacht = nlohmann::json::parse(R"({
+        "opschoonProbleem": null, "toepassingen": {"Jan de Vries": 1},
+        "tijden": {"opname": 2.4, "opschonenOvergeslagen": null, "opschonenHerhaald": null,
+                   "opschoonVerwerking": "default", "opschoonDienstTijd": 0.25, "totaal": null}})");
+    verwacht["tekst"] = schoon;
+    verwacht["ruw"] = transcript;
+    EXPECT_EQ(j, verwacht);
     // The light prompt lacks the strict level's list of what else to remove.
     const std::string strakAlleen = "10. Haal ook weg:";
     EXPECT_EQ(server.verzoeken().back().doel, "/v1/chat/completions");
@@ -235,25 +234,23 @@ TEST_F(DicteerTest, EveryFailureHasItsMessageAndStatus) {
          "Ongeldige waarde \"deftig\" voor --stijl. Kies zakelijk, neutraal, los of letterlijk.\n"},
         {Args{goed, "--niveau"}, 2, "De optie --niveau heeft een waarde nodig: licht of strak.\n"},
         {Args{"--json=ja", goed}, 2, "De optie --json heeft geen waarde.\n"},
-        {Args{"--motor", "test"}, 2,
-         "Geef een audiobestand of --microfoon. Zie tolmo dicteer --help.\n"},
+        {Args{}, 2, "Geef een audiobestand of --microfoon. Zie tolmo dicteer --help.\n"},
         {Args{goed, goed}, 2, "Geef één audiobestand, niet meer. Zie tolmo dicteer --help.\n"},
         {Args{"--microfoon", goed}, 2, "Geef een audiobestand of --microfoon, niet allebei.\n"},
-        {Args{"--motor", "test", weg}, 1, "Het bestand " + weg + " bestaat niet.\n"},
-        {Args{"--motor", "test", tekst}, 1,
-         "Het bestand " + tekst + " is geen audiobestand dat tolmo kan lezen.\n"},
-        {Args{"--motor", "test", audioMap}, 1, audioMap + " is een map, geen audiobestand.\n"},
-        {Args{"--motor", "test", leeg}, 1, "Het bestand " + leeg + " bevat geen audio.\n"},
-        {Args{"--motor", "openai", tekort}, 1,
+        {Args{weg}, 1, "Het bestand " + weg + " bestaat niet.\n"},
+        {Args{tekst}, 1, "Het bestand " + tekst + " is geen audiobestand dat tolmo kan lezen.\n"},
+        {Args{audioMap}, 1, audioMap + " is een map, geen audiobestand.\n"},
+        {Args{leeg}, 1, "Het bestand " + leeg + " bevat geen audio.\n"},
+        {Args{tekort}, 1,
          "Het bestand " + tekort + " is te kort om te dicteren (0,29 s; minstens 0,3 s nodig).\n"},
-        {Args{"--motor", "openai", stil}, 1, "Het bestand " + stil + " is helemaal stil.\n"},
+        {Args{stil}, 1, "Het bestand " + stil + " is helemaal stil.\n"},
     };
     const Omgeving omg{{"OPENAI_API_KEY", "sk-1"},
                        {"TOLMO_OPENAI_URL", server.url()},
                        {"TOLMO_SERVER_URL", server.url()}};
     for (const Geval& g : gevallen) {
-        Args args{"dicteer"};
-        args.insert(args.end(), g.args.begin(), g.args.end());
+        Args args = g.args;
+        args.insert(args.begin(), "dicteer");
         SCOPED_TRACE(::testing::PrintToString(args));
         const auto r = tolmo(args, omg);
         EXPECT_EQ(r.status, g.status);

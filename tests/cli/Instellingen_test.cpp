@@ -32,38 +32,36 @@ TEST_F(CliTest, SettingsRoundTripAndRefusals) {
         std::string uitOfFout;
     };
     const Geval gevallen[] = {
-        {Args{"zet", "motor", "mistral"}, 0, "motor is nu \"mistral\".\n"},
-        {Args{"zet", "opschonen", "uit"}, 0, "opschonen is nu false.\n"},
-        {Args{"zet", "woorden", R"(["Tolmo","Jan de Vries"])"}, 0,
+        {Args{"instellingen", "zet", "motor", "mistral"}, 0, "motor is nu \"mistral\".\n"},
+        {Args{"instellingen", "zet", "opschonen", "uit"}, 0, "opschonen is nu false.\n"},
+        {Args{"instellingen", "zet", "woorden", R"(["Tolmo","Jan de Vries"])"}, 0,
          "woorden is nu [\"Tolmo\",\"Jan de Vries\"].\n"},
-        {Args{"zet", "motor", "whisper"}, 1,
+        {Args{"instellingen", "zet", "motor", "whisper"}, 1,
          "Ongeldige waarde \"whisper\" voor motor. Toegestaan voor motor: openai, mistral, test, "
          "tolmo.\n"},
-        {Args{"zet", "kleur", "rood"}, 1,
+        {Args{"instellingen", "zet", "kleur", "rood"}, 1,
          "Onbekende instelling \"kleur\". Bekende instellingen: abcKnop, automatischOffline, "
          "herkomst, houdToets, koptelefoonMicrofoon, langeDictatenBekijken, microfoonKlaar, motor, "
          "opToestel, opschonen, opschoonNiveau, ruisonderdrukking, serverAanbieder, "
          "spraakopdrachten, standaardStijl, stijlPerApp, stijlVoorbeelden, syncBijgewerkt, "
          "toepassingen, vervangingen, weergave, wisselSneltoets, woorden.\n"},
-        {Args{"zet", "houdToets", "hyper"}, 1,
+        {Args{"instellingen", "zet", "houdToets", "hyper"}, 1,
          "Ongeldige waarde \"hyper\" voor houdToets. Toegestaan voor houdToets: fn, rechterOption, "
          "rechterCommand, uit, rechterControl.\n"},
         // Valid JSON, but not a list of texts: the settings would drop it at the next load.
-        {Args{"zet", "woorden", "[1,2]"}, 1,
+        {Args{"instellingen", "zet", "woorden", "[1,2]"}, 1,
          "Ongeldige waarde \"[1,2]\" voor woorden. Geef voor woorden een JSON-lijst van teksten, "
          "bijvoorbeeld [\"Tolmo\", \"Jan de Vries\"].\n"},
-        {Args{"zet", "opschonen", "misschien"}, 1,
+        {Args{"instellingen", "zet", "opschonen", "misschien"}, 1,
          "Ongeldige waarde \"misschien\" voor opschonen. Toegestaan voor opschonen: aan, uit, "
          "true, false.\n"},
-        {Args{"zet", "motor"}, 2,
+        {Args{"instellingen", "zet", "motor"}, 2,
          "Gebruik: tolmo instellingen [zet SLEUTEL WAARDE | standaard].\n"},
     };
     for (const Geval& g : gevallen) {
-        SCOPED_TRACE(g.args[1]);
+        SCOPED_TRACE(g.args[2]);
         const std::string voor = document(map_);
-        Args args{"instellingen"};
-        args.insert(args.end(), g.args.begin(), g.args.end());
-        r = tolmo(args);
+        r = tolmo(g.args);
         EXPECT_EQ(r.status, g.status);
         EXPECT_EQ(g.status == 0 ? r.uit : r.fout, g.uitOfFout);
         EXPECT_EQ(g.status == 0 ? r.fout : r.uit, "");
@@ -109,21 +107,19 @@ TEST_F(CliTest, KeysAreReadFromStandardInputAndKeptPrivate) {
         std::string uitOfFout;
     };
     const Geval gevallen[] = {
-        {Args{"zet", "mistral"}, "\n", 1,
+        {Args{"sleutel", "zet", "mistral"}, "\n", 1,
          "Geen sleutel gelezen van standaardinvoer. Geef hem op de eerste regel.\n"},
-        {Args{"zet", "mistral"}, "twee woorden\n", 1,
+        {Args{"sleutel", "zet", "mistral"}, "twee woorden\n", 1,
          "Deze sleutel bevat spaties of ongeldige tekens. Er is niets bewaard.\n"},
-        {Args{"zet", "google"}, "x\n", 2,
+        {Args{"sleutel", "zet", "google"}, "x\n", 2,
          "Onbekende soort sleutel \"google\". Kies openai, mistral of server.\n"},
-        {Args{"zet", "openai", "sk-op-de-regel"}, "", 2,
+        {Args{"sleutel", "zet", "openai", "sk-op-de-regel"}, "", 2,
          "Gebruik: tolmo sleutel [zet SOORT | wis SOORT].\n"},
-        {Args{"wis", "mistral"}, "", 0, "Er was geen sleutel voor mistral bewaard.\n"},
-        {Args{"wis", "openai"}, "", 0, "De sleutel voor openai is gewist.\n"},
+        {Args{"sleutel", "wis", "mistral"}, "", 0, "Er was geen sleutel voor mistral bewaard.\n"},
+        {Args{"sleutel", "wis", "openai"}, "", 0, "De sleutel voor openai is gewist.\n"},
     };
     for (const Geval& g : gevallen) {
-        Args args{"sleutel"};
-        args.insert(args.end(), g.args.begin(), g.args.end());
-        r = tolmo(args, {}, g.invoer);
+        r = tolmo(g.args, {}, g.invoer);
         EXPECT_EQ(r.status, g.status);
         EXPECT_EQ(g.status == 0 ? r.uit : r.fout, g.uitOfFout);
     }
