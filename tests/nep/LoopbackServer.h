@@ -46,7 +46,6 @@ inline std::uint16_t vrijePoort() {
 class LoopbackServer {
   public:
     using Headers = std::vector<std::pair<std::string, std::string>>;
-    using Klok = std::chrono::steady_clock;
 
     struct Verzoek {
         std::string methode;
@@ -54,7 +53,7 @@ class LoopbackServer {
         Headers headers;
         std::string body;
         std::string ruw;
-        Klok::time_point laatsteByte;
+        std::chrono::steady_clock::time_point laatsteByte;
 
         [[nodiscard]] std::optional<std::string> header(std::string_view naam) const {
             for (const auto& [n, w] : headers) {
@@ -139,10 +138,9 @@ class LoopbackServer {
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-    [[nodiscard]] std::uint16_t poort() const { return acceptor_.local_endpoint().port(); }
     // "http://127.0.0.1:<port>/", ready to take a path.
     [[nodiscard]] std::string url() const {
-        return "http://127.0.0.1:" + std::to_string(poort()) + "/";
+        return "http://127.0.0.1:" + std::to_string(acceptor_.local_endpoint().port()) + "/";
     }
 
     void zetAntwoorden(std::vector<Antwoord> script) {
@@ -185,10 +183,7 @@ class LoopbackServer {
           public:
             template <bool isRequest, class Fields>
             reader(boost::beast::http::header<isRequest, Fields>&, value_type& b) : b_(b) {}
-            void init(const boost::optional<std::uint64_t>& lengte, boost::system::error_code& ec) {
-                if (lengte && b_.bewaar) {
-                    b_.data.reserve(static_cast<std::size_t>(*lengte));
-                }
+            void init(const boost::optional<std::uint64_t>&, boost::system::error_code& ec) {
                 ec = {};
             }
             template <class Buffers>
@@ -285,13 +280,10 @@ class LoopbackServer {
                 v.ruw.append(static_cast<const char*>(buffer.data().data()), n);
             }
             buffer.consume(n);
-            if (ec == http::error::need_more) {
-                meer = true;
-            } else if (ec) {
+            if (ec && ec != http::error::need_more) {
                 return false;
-            } else {
-                meer = buffer.size() == 0;
             }
+            meer = ec || buffer.size() == 0;
             if (!gekozen && parser.is_header_done()) {
                 gekozen = kiesUitScript();
                 if (gekozen->pauzeVoorBody.count() > 0 && !wacht(gekozen->pauzeVoorBody)) {
@@ -304,7 +296,7 @@ class LoopbackServer {
                 }
             }
         }
-        v.laatsteByte = Klok::now();
+        v.laatsteByte = std::chrono::steady_clock::now();
         auto& bericht = parser.get();
         v.methode = std::string(bericht.method_string());
         v.doel = std::string(bericht.target());
