@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
