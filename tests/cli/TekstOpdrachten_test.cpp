@@ -17,8 +17,9 @@ TEST_F(CliTest, CleanCommandsAndStyleThroughTheBinary) {
         {Args{"opschonen"}, "eh ik ik wil eh naar huis", 0, "Ik wil naar huis.\n", ""},
         {Args{"opschonen", "--stijl", "letterlijk"}, "git status.", 0, "git status\n", ""},
         {Args{"opschonen", "--kort"}, "eh, ok.", 0, "Ok.\n", ""},
-        {Args{"opschonen", "--woord", "iPhone"}, "ik wil een iPhone. iPhone is duur", 0,
-         "Ik wil een iPhone. iPhone is duur.\n", ""},
+        // A listed word keeps its spelling where a sentence begins.
+        {Args{"opschonen", "--woord", "git"}, "ik gebruik git. git is fijn", 0,
+         "Ik gebruik git. git is fijn.\n", ""},
         {Args{"opschonen", "--stijl", "chic"}, "", 2, "",
          "Onbekende stijl \"chic\". Kies zakelijk, neutraal, los of letterlijk.\n"},
         {Args{"opschonen", "--woord"}, "", 2, "",
@@ -43,8 +44,11 @@ TEST_F(CliTest, CleanCommandsAndStyleThroughTheBinary) {
     // The saved default style and word list are used when no option says otherwise.
     ASSERT_EQ(tolmo({"instellingen", "zet", "standaardStijl", "letterlijk"}).status, 0);
     ASSERT_EQ(tolmo({"instellingen", "zet", "stijlPerApp", "[]"}).status, 0);
+    ASSERT_EQ(tolmo({"instellingen", "zet", "woorden", R"(["git"])"}).status, 0);
     EXPECT_EQ(tolmo({"stijl", "com.apple.mail"}).uit, "letterlijk\n");
     EXPECT_EQ(tolmo({"opschonen"}, {}, "ls -la.").uit, "ls -la\n");
+    EXPECT_EQ(tolmo({"opschonen", "--stijl", "zakelijk"}, {}, "ik gebruik git. git is fijn").uit,
+              "Ik gebruik git. git is fijn.\n");
 }
 
 }  // namespace

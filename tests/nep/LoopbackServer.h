@@ -70,33 +70,22 @@ class LoopbackServer {
 
         Soort soort = Soort::http;
         unsigned status = 200;
-        Headers headers;
-        std::string body;
+        Headers headers{};
+        std::string body{};
         // Wait this long after the whole request arrived before answering.
         std::chrono::milliseconds vertraging{0};
         // Stop reading for this long once the request's header is in, so an upload stalls.
         // Only scripted answers can do this: a handler sees the request when it is complete.
         std::chrono::milliseconds pauzeVoorBody{0};
-        std::string ruw;
+        std::string ruw{};
 
         static Antwoord json(unsigned status, std::string body, Headers extra = {}) {
-            Antwoord a;
-            a.status = status;
-            a.body = std::move(body);
-            a.headers = {{"Content-Type", "application/json"}};
-            a.headers.insert(a.headers.end(), extra.begin(), extra.end());
-            return a;
+            extra.insert(extra.begin(), {"Content-Type", "application/json"});
+            return {.status = status, .headers = std::move(extra), .body = std::move(body)};
         }
-        static Antwoord sluit() {
-            Antwoord a;
-            a.soort = Soort::sluitZonderAntwoord;
-            return a;
-        }
+        static Antwoord sluit() { return {.soort = Soort::sluitZonderAntwoord}; }
         static Antwoord ruweBytes(std::string bytes) {
-            Antwoord a;
-            a.soort = Soort::ruweBytes;
-            a.ruw = std::move(bytes);
-            return a;
+            return {.soort = Soort::ruweBytes, .ruw = std::move(bytes)};
         }
     };
 
@@ -244,8 +233,7 @@ class LoopbackServer {
         boost::system::error_code ec;
         s.set_option(boost::asio::ip::tcp::no_delay(true), ec);
         boost::beast::flat_buffer buffer;
-        for (bool verder = true; verder;) {
-            verder = bedienEen(s, buffer);
+        while (bedienEen(s, buffer)) {
         }
         {
             const std::lock_guard slot(m_);
