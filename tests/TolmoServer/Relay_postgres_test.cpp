@@ -43,75 +43,45 @@ class RelayPostgresTest : public ::testing::Test {
                      {"TOLMO_SERVER_RESERVERING_TIMEOUT", "6"},
                      {"TOLMO_SERVER_DRADEN", "2"},
                      {"OPENAI_API_KEY", "sk-nep"}};
-        for (auto& s : servers_) {
-            s.poort = nep::vrijePoort();
+        for (int i = 0; i < 2; ++i) {
             auto omg = omgeving_;
-            omg["TOLMO_SERVER_LUISTER"] = "127.0.0.1:" + std::to_string(s.poort);
-            s.proces = std::make_unique<nep::LopendProces>(
-                TOLMO_SERVER_PAD, std::vector<std::string>{}, nep::LopendProces::Opties{omg});
-            ASSERT_TRUE(s.proces->wachtOpFout("luistert op", 10s));
+            omg["TOLMO_SERVER_LUISTER"] = "127.0.0.1:" + std::to_string(poorten_[i]);
+            servers_[i] = relay::startServer(omg);
         }
     }
 
+    // Each instance that still runs stops cleanly on SIGTERM.
     void TearDown() override {
-        for (auto& s : servers_) {
-            if (s.proces && !s.gedood) {
-                s.proces->stuurSignaal(SIGTERM);
-                const auto r = s.proces->wacht();
-                EXPECT_EQ(r.status, 0) << r.fout;
+        for (auto& proces : servers_) {
+            if (proces) {
+                proces->stuurSignaal(SIGTERM);
+                EXPECT_EQ(proces->wacht().status, 0);
             }
         }
     }
 
-    std::string code(const std::string& naam, int minuten) {
-        const auto r = nep::voerProcesUit(
-            TOLMO_SERVER_PAD,
-            {"code", "maak", "--naam", naam, "--minuten-per-dag", std::to_string(minuten)},
-            omgeving_);
-        EXPECT_EQ(r.status, 0) << r.fout;
-        return r.uit.substr(0, r.uit.find('\n'));
-    }
+    std::int64_t gebruikt(const std::string& naam) { return relay::gebruikt(omgeving_, naam); }
 
-    // Today's seconds of the code, as "tolmo-server code lijst" reads them from the database.
-    std::int64_t gebruikt(const std::string& naam) {
-        const auto r = nep::voerProcesUit(TOLMO_SERVER_PAD, {"code", "lijst"}, omgeving_);
-        const auto regel = r.uit.find("\n" + naam + " ");
-        return regel == std::string::npos ? -1 : std::stoll(r.uit.substr(regel + 41, 18));
-    }
-
-    struct Instantie {
-        std::uint16_t poort = 0;
-        std::unique_ptr<nep::LopendProces> proces;
-        bool gedood = false;
-    };
     std::unique_ptr<nep::PostgresServer> pg_;
     LoopbackServer nep_;
     std::atomic<bool> laatGaan_{false};
-    std::map<std::string, std::string> omgeving_;
-    Instantie servers_[2];
+    relay::Omgeving omgeving_;
+    const std::uint16_t poorten_[2] = {nep::vrijePoort(), nep::vrijePoort()};
+    std::unique_ptr<nep::LopendProces> servers_[2];  // reset when killed
 };
 
 // 300 one-second requests of one code, half to each instance, all sent before any reply is
 // read, in one clock minute: the two instances together admit 200 (verzoeken-per-minuut), of
 // which a two-minute quota takes exactly 120.
 TEST_F(RelayPostgresTest, QuotumExactOverTweeInstanties) {
-    const std::string verzoek = relay::transcriptieVerzoek(code("druk", 2), 1);
+    const std::string verzoek =
+        relay::transcriptieVerzoek(relay::maakCode(omgeving_, "druk", 2), 1);
     while (std::time(nullptr) % 60 > 50) {
         std::this_thread::sleep_for(1s);
     }
-    boost::asio::io_context io;
-    std::vector<boost::asio::ip::tcp::socket> sockets;
-    for (int i = 0; i < 300; ++i) {
-        sockets.push_back(relay::verstuur(io, servers_[i % 2].poort, verzoek));
-    }
-    std::map<std::string, int> statussen;
-    for (auto& s : sockets) {
-        const std::string a = relay::leesAntwoord(s);
-        ++statussen[a.find("per-minuut") < a.size() ? "per minuut" : status(a)];
-    }
-    EXPECT_EQ(statussen["200"], 120);
-    EXPECT_EQ(statussen["per minuut"], 100);
-    EXPECT_EQ(statussen["429"], 80);
+    const auto statussen = relay::tegelijk(300, {poorten_[0], poorten_[1]}, verzoek);
+    EXPECT_EQ(statussen,
+              (std::map<std::string, int>{{"200", 120}, {"429", 80}, {"429 per minuut", 100}}));
     EXPECT_EQ(gebruikt("druk"), 120);
 }
 
@@ -120,49 +90,48 @@ TEST_F(RelayPostgresTest, QuotumExactOverTweeInstanties) {
 // the settlement that failed meanwhile is made later (the 4 s stay used, though their
 // reservation expired).
 TEST_F(RelayPostgresTest, DatabaseWegEnTerug) {
-    const std::string c = code("wankel", 60);
+    const std::string c = relay::maakCode(omgeving_, "wankel", 60);
     std::string traag;
     std::thread onderweg(
-        [&] { traag = relay::stuur(servers_[0].poort, relay::transcriptieVerzoek(c, 4)); });
+        [&] { traag = relay::stuur(poorten_[0], relay::transcriptieVerzoek(c, 4)); });
     ASSERT_TRUE(nep_.wachtOpBegonnen(1, 10s));
     pg_->stop();
-    for (const auto& s : servers_) {
-        const std::string weg = relay::stuur(s.poort, relay::transcriptieVerzoek(c, 1));
+    for (const std::uint16_t poort : poorten_) {
+        const std::string weg = relay::stuur(poort, relay::transcriptieVerzoek(c, 1));
         EXPECT_EQ(status(weg), "503") << weg;
         EXPECT_NE(weg.find("De database van de server is tijdelijk niet bereikbaar."),
                   std::string::npos);
         EXPECT_NE(weg.find("Retry-After: 5"), std::string::npos);
-        EXPECT_EQ(status(relay::haal(s.poort, "/gezond")), "200");
+        EXPECT_EQ(status(relay::haal(poort, "/gezond")), "200");
     }
     laatGaan_ = true;
     onderweg.join();
     EXPECT_EQ(status(traag), "200");
     pg_->start();
-    for (const auto& s : servers_) {
+    for (const std::uint16_t poort : poorten_) {
         std::string terug;
         for (int i = 0; i < 50 && status(terug) != "200"; ++i) {
             std::this_thread::sleep_for(100ms);
-            terug = relay::stuur(s.poort, relay::transcriptieVerzoek(c, 1));
+            terug = relay::stuur(poort, relay::transcriptieVerzoek(c, 1));
         }
         EXPECT_EQ(status(terug), "200") << terug;
     }
     std::this_thread::sleep_for(7s);  // past the reservation's time-out and a sweep
     EXPECT_EQ(gebruikt("wankel"), 4 + 1 + 1);
-    const auto metrics = relay::haal(servers_[0].poort, "/metrics");
+    const auto metrics = relay::haal(poorten_[0], "/metrics");
     EXPECT_EQ(metrics.find("tolmo_opslag_fouten_totaal 0\n"), std::string::npos) << metrics;
 }
 
 // An instance killed while its request waits at the provider never settles; the other
 // instance's sweep gives the reserved seconds back once they expire.
 TEST_F(RelayPostgresTest, ReserveringVanGestorvenInstantieVerloopt) {
-    const std::string c = code("wees", 60);
-    std::thread onderweg(
-        [&] { relay::stuur(servers_[0].poort, relay::transcriptieVerzoek(c, 4)); });
+    const std::string c = relay::maakCode(omgeving_, "wees", 60);
+    std::thread onderweg([&] { relay::stuur(poorten_[0], relay::transcriptieVerzoek(c, 4)); });
     ASSERT_TRUE(nep_.wachtOpBegonnen(1, 10s));
     EXPECT_EQ(gebruikt("wees"), 4);
-    servers_[0].proces->stuurSignaal(SIGKILL);
-    servers_[0].proces->wacht();
-    servers_[0].gedood = true;
+    servers_[0]->stuurSignaal(SIGKILL);
+    servers_[0]->wacht();
+    servers_[0].reset();
     onderweg.join();
     laatGaan_ = true;
     std::int64_t over = -1;

@@ -16,31 +16,26 @@
 namespace tolmo {
 
 using Omgeving = std::map<std::string, std::string>;
-
-inline Omgeving cliOmgeving(const std::filesystem::path& map, const Omgeving& extra = {}) {
-    Omgeving o{{"XDG_CONFIG_HOME", (map / "config").string()},
-               {"TMPDIR", (map / "tmp").string()},
-               {"OPENAI_API_KEY", ""},
-               {"MISTRAL_API_KEY", ""},
-               {"TOLMO_TOEGANGSCODE", ""},
-               {"TOLMO_OPENAI_URL", ""},
-               {"TOLMO_MISTRAL_URL", ""},
-               {"TOLMO_SERVER_URL", ""},
-               {"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
-    for (const auto& [k, v] : extra) {
-        o[k] = v;
-    }
-    return o;
-}
+using Args = std::vector<std::string>;
 
 class CliTest : public ::testing::Test {
   protected:
     CliTest() { std::filesystem::create_directories(map_ / "tmp"); }
 
-    [[nodiscard]] Omgeving omgeving(const Omgeving& extra = {}) const {
-        return cliOmgeving(map_, extra);
+    // `extra` wins over the clean defaults; an empty value unsets the variable.
+    [[nodiscard]] Omgeving omgeving(Omgeving extra = {}) const {
+        extra.insert({{"XDG_CONFIG_HOME", (map_ / "config").string()},
+                      {"TMPDIR", (map_ / "tmp").string()},
+                      {"OPENAI_API_KEY", ""},
+                      {"MISTRAL_API_KEY", ""},
+                      {"TOLMO_TOEGANGSCODE", ""},
+                      {"TOLMO_OPENAI_URL", ""},
+                      {"TOLMO_MISTRAL_URL", ""},
+                      {"TOLMO_SERVER_URL", ""},
+                      {"DBUS_SESSION_BUS_ADDRESS", "disabled:"}});
+        return extra;
     }
-    nep::ProcesUitkomst tolmo(const std::vector<std::string>& args, const Omgeving& extra = {},
+    nep::ProcesUitkomst tolmo(const Args& args, const Omgeving& extra = {},
                               const std::string& invoer = {}) {
         return nep::voerProcesUit(TOLMO_CLI_PAD, args, omgeving(extra), invoer);
     }

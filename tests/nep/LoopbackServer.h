@@ -46,7 +46,6 @@ inline std::uint16_t vrijePoort() {
 class LoopbackServer {
   public:
     using Headers = std::vector<std::pair<std::string, std::string>>;
-    using Klok = std::chrono::steady_clock;
 
     struct Verzoek {
         std::string methode;
@@ -54,7 +53,7 @@ class LoopbackServer {
         Headers headers;
         std::string body;
         std::string ruw;
-        Klok::time_point laatsteByte;
+        std::chrono::steady_clock::time_point laatsteByte;
 
         [[nodiscard]] std::optional<std::string> header(std::string_view naam) const {
             for (const auto& [n, w] : headers) {
@@ -71,33 +70,22 @@ class LoopbackServer {
 
         Soort soort = Soort::http;
         unsigned status = 200;
-        Headers headers;
-        std::string body;
+        Headers headers{};
+        std::string body{};
         // Wait this long after the whole request arrived before answering.
         std::chrono::milliseconds vertraging{0};
         // Stop reading for this long once the request's header is in, so an upload stalls.
         // Only scripted answers can do this: a handler sees the request when it is complete.
         std::chrono::milliseconds pauzeVoorBody{0};
-        std::string ruw;
+        std::string ruw{};
 
         static Antwoord json(unsigned status, std::string body, Headers extra = {}) {
-            Antwoord a;
-            a.status = status;
-            a.body = std::move(body);
-            a.headers = {{"Content-Type", "application/json"}};
-            a.headers.insert(a.headers.end(), extra.begin(), extra.end());
-            return a;
+            extra.insert(extra.begin(), {"Content-Type", "application/json"});
+            return {.status = status, .headers = std::move(extra), .body = std::move(body)};
         }
-        static Antwoord sluit() {
-            Antwoord a;
-            a.soort = Soort::sluitZonderAntwoord;
-            return a;
-        }
+        static Antwoord sluit() { return {.soort = Soort::sluitZonderAntwoord}; }
         static Antwoord ruweBytes(std::string bytes) {
-            Antwoord a;
-            a.soort = Soort::ruweBytes;
-            a.ruw = std::move(bytes);
-            return a;
+            return {.soort = Soort::ruweBytes, .ruw = std::move(bytes)};
         }
     };
 
@@ -139,10 +127,9 @@ class LoopbackServer {
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-    [[nodiscard]] std::uint16_t poort() const { return acceptor_.local_endpoint().port(); }
     // "http://127.0.0.1:<port>/", ready to take a path.
     [[nodiscard]] std::string url() const {
-        return "http://127.0.0.1:" + std::to_string(poort()) + "/";
+        return "http://127.0.0.1:" + std::to_string(acceptor_.local_endpoint().port()) + "/";
     }
 
     void zetAntwoorden(std::vector<Antwoord> script) {
@@ -185,10 +172,7 @@ class LoopbackServer {
           public:
             template <bool isRequest, class Fields>
             reader(boost::beast::http::header<isRequest, Fields>&, value_type& b) : b_(b) {}
-            void init(const boost::optional<std::uint64_t>& lengte, boost::system::error_code& ec) {
-                if (lengte && b_.bewaar) {
-                    b_.data.reserve(static_cast<std::size_t>(*lengte));
-                }
+            void init(const boost::optional<std::uint64_t>&, boost::system::error_code& ec) {
                 ec = {};
             }
             template <class Buffers>
@@ -249,8 +233,7 @@ class LoopbackServer {
         boost::system::error_code ec;
         s.set_option(boost::asio::ip::tcp::no_delay(true), ec);
         boost::beast::flat_buffer buffer;
-        for (bool verder = true; verder;) {
-            verder = bedienEen(s, buffer);
+        while (bedienEen(s, buffer)) {
         }
         {
             const std::lock_guard slot(m_);
@@ -285,13 +268,10 @@ class LoopbackServer {
                 v.ruw.append(static_cast<const char*>(buffer.data().data()), n);
             }
             buffer.consume(n);
-            if (ec == http::error::need_more) {
-                meer = true;
-            } else if (ec) {
+            if (ec && ec != http::error::need_more) {
                 return false;
-            } else {
-                meer = buffer.size() == 0;
             }
+            meer = ec || buffer.size() == 0;
             if (!gekozen && parser.is_header_done()) {
                 gekozen = kiesUitScript();
                 if (gekozen->pauzeVoorBody.count() > 0 && !wacht(gekozen->pauzeVoorBody)) {
@@ -304,7 +284,7 @@ class LoopbackServer {
                 }
             }
         }
-        v.laatsteByte = Klok::now();
+        v.laatsteByte = std::chrono::steady_clock::now();
         auto& bericht = parser.get();
         v.methode = std::string(bericht.method_string());
         v.doel = std::string(bericht.target());

@@ -17,20 +17,16 @@ LopendProces::LopendProces(const std::string& programma, const std::vector<std::
     int in[2];
     int uit[2];
     int fout[2];
-    if (::pipe(in) != 0 || ::pipe(uit) != 0) {
+    if (::pipe(in) != 0 || ::pipe(uit) != 0 || (!opties.foutIsTerminal && ::pipe(fout) != 0)) {
         throw std::runtime_error("pipe mislukt");
     }
     if (opties.foutIsTerminal) {
         fout[0] = ::posix_openpt(O_RDWR | O_NOCTTY);
-        if (fout[0] < 0 || ::grantpt(fout[0]) != 0 || ::unlockpt(fout[0]) != 0) {
+        const bool klaar = fout[0] >= 0 && ::grantpt(fout[0]) == 0 && ::unlockpt(fout[0]) == 0;
+        fout[1] = klaar ? ::open(::ptsname(fout[0]), O_RDWR | O_NOCTTY) : -1;
+        if (fout[1] < 0) {
             throw std::runtime_error("geen pseudo-terminal");
         }
-        fout[1] = ::open(::ptsname(fout[0]), O_RDWR | O_NOCTTY);
-        if (fout[1] < 0) {
-            throw std::runtime_error("pseudo-terminal niet te openen");
-        }
-    } else if (::pipe(fout) != 0) {
-        throw std::runtime_error("pipe mislukt");
     }
     ::signal(SIGPIPE, SIG_IGN);
     kind_ = ::fork();
@@ -51,8 +47,7 @@ LopendProces::LopendProces(const std::string& programma, const std::vector<std::
                 ::setenv(naam.c_str(), waarde.c_str(), 1);
             }
         }
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(programma.c_str()));
+        std::vector<char*> argv{const_cast<char*>(programma.c_str())};
         for (const std::string& a : args) {
             argv.push_back(const_cast<char*>(a.c_str()));
         }
@@ -130,12 +125,10 @@ bool LopendProces::lees(int wachtMs) {
 
 bool LopendProces::wachtOpFout(const std::string& tekst, std::chrono::milliseconds maximaal) {
     const auto einde = std::chrono::steady_clock::now() + maximaal;
-    while (r_.fout.find(tekst) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > einde || !lees(20)) {
-            return r_.fout.find(tekst) != std::string::npos;
-        }
+    while (r_.fout.find(tekst) == std::string::npos && std::chrono::steady_clock::now() < einde &&
+           lees(20)) {
     }
-    return true;
+    return r_.fout.find(tekst) != std::string::npos;
 }
 
 ProcesUitkomst LopendProces::wacht() {
