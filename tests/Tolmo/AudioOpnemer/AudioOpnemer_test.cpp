@@ -162,41 +162,29 @@ TEST(AudioOpnemer, NoiseSuppression) {
     EXPECT_STREQ(f ? f->what() : "", "engine start mislukt");
 }
 
-// Each buffer's level, and the smoothed level the indicator reads; an empty buffer counts as
-// silence.
+// A buffer's level, and the smoothed level the indicator reads with the time it was measured;
+// an empty buffer counts as silence. How dB map to the indicator's level is the core's
+// (NiveauVolger's table).
 TEST(AudioOpnemer, LevelAndSmoothedLevelPerBuffer) {
-    struct Geval {
-        float waarde;  // constant sample value; level = 20·log10(waarde)
-        double db;
-        float doel;
-    };
-    const Geval gevallen[] = {
-        {0.0F, -160.0, 0.0F},    {1e-9F, -160.0, 0.0F},  // -180 dB: floored
-        {0.001F, -60.0, 0.0F},   {0.0001F, -80.0, 0.0F}, {0.0031623F, -50.0, 0.2F},
-        {0.31623F, -10.0, 1.0F}, {1.0F, 0.0, 1.0F},
-    };
-    for (const auto& g : gevallen) {
-        SCOPED_TRACE(g.waarde);
-        Opstelling o;
-        auto kanaal = std::make_shared<NiveauKanaal>();
-        o.opnemer.zetNiveauKanaal(kanaal);
-        o.neemOp();
-        o.klok = 123.5;
-        o.lever(stereo48, g.waarde);
-        EXPECT_NEAR(o.opnemer.niveau(), g.db, 1e-3);
-        const auto stand = kanaal->lees();
-        EXPECT_NEAR(stand.niveau, 0.6F * g.doel, 1e-4);  // rising from 0
-        EXPECT_EQ(stand.tijd, 123.5);
-        EXPECT_EQ(stand.volgnummer, 1U);
+    Opstelling o;
+    auto kanaal = std::make_shared<NiveauKanaal>();
+    o.opnemer.zetNiveauKanaal(kanaal);
+    o.neemOp();
+    o.klok = 123.5;
+    o.lever(stereo48, 0.0031623F);  // -50 dB: a fifth of the indicator's range
+    EXPECT_NEAR(o.opnemer.niveau(), -50.0, 1e-3);
+    const auto stand = kanaal->lees();
+    EXPECT_NEAR(stand.niveau, 0.6F * 0.2F, 1e-4);  // rising from 0
+    EXPECT_EQ(stand.tijd, 123.5);
+    EXPECT_EQ(stand.volgnummer, 1U);
 
-        o.engine.lever(constant(stereo48, g.waarde, 0).blok());
-        EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
-        EXPECT_FLOAT_EQ(kanaal->lees().niveau, stand.niveau * 0.75F);  // falls by a quarter
-        EXPECT_EQ(o.opnemer.bufferTeller(), 2);
-        const Opname opname = o.opnemer.rondAf();
-        EXPECT_EQ(opname.meting.aantalSamples, 2048);
-        EXPECT_FALSE(opname.onvolledig);
-    }
+    o.engine.lever(constant(stereo48, 0.5F, 0).blok());
+    EXPECT_EQ(o.opnemer.niveau(), AudioMeting::vloerDB);
+    EXPECT_FLOAT_EQ(kanaal->lees().niveau, stand.niveau * 0.75F);  // falls by a quarter
+    EXPECT_EQ(o.opnemer.bufferTeller(), 2);
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_EQ(opname.meting.aantalSamples, 2048);
+    EXPECT_FALSE(opname.onvolledig);
 }
 
 TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
@@ -275,23 +263,6 @@ TEST(AudioOpnemer, WriteErrorMarksTheRecordingIncomplete) {
     EXPECT_TRUE(o.opnemer.rondAf().onvolledig);
 }
 
-TEST(AudioOpnemer, NewBufferFormatWithoutConverterIsAConversionError) {
-    Opstelling o;
-    o.neemOp();
-    o.lever(stereo48, 0.1F);
-    o.omzetters.weigert = true;
-    o.lever(mono16, 0.1F, 2);
-    // The recording is still in progress, so the restart that follows the device change
-    // decides about it instead of finding nothing.
-    o.engine.speelAf({{mono16, mono16}});
-    EXPECT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::afrondenMetDeelopname);
-    const Opname opname = o.opnemer.rondAf();
-    EXPECT_TRUE(opname.onvolledig);
-    EXPECT_EQ(o.opnemer.laatsteSchrijfFout(), OpnameFout::omzetten().foutcode());
-    EXPECT_EQ(o.schrijvers.standen[0].schrijfacties, 1);
-    EXPECT_NEAR(opname.meting.duur(), 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
-}
-
 TEST(AudioOpnemer, StartFailures) {
     Opstelling o;
     // The engine not started yet: no input format known.
@@ -358,21 +329,6 @@ TEST(AudioOpnemer, RestartDecisions) {
         EXPECT_EQ(o.opnemer.herstartNaWijziging(), g.verwacht);
         EXPECT_EQ(o.omzetters.gemaakt - omzettersVoor, g.verwacht == F::omzetterVernieuwen ? 1 : 0);
     }
-}
-
-TEST(AudioOpnemer, ContinuesInTheSameFileAfterAFormatSwitch) {
-    Opstelling o;
-    o.neemOp();
-    o.lever(stereo48, 0.2F, 3);
-    o.engine.speelAf({{mono16, mono16}});
-    ASSERT_EQ(o.opnemer.herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
-    EXPECT_EQ(o.engine.tapFormaat, mono16);
-    o.lever(mono16, 0.2F, 2);
-    const Opname opname = o.opnemer.rondAf();
-    EXPECT_EQ(o.schrijvers.paden.size(), 1U);
-    EXPECT_FALSE(opname.onvolledig);
-    EXPECT_NEAR(opname.meting.duur(), 3 * 2048.0 / 48000 + 2 * 2048.0 / 16000, 1e-12);
-    EXPECT_EQ(o.schrijvers.standen[0].samples.size(), 3U * 683U + 2U * 2048U);
 }
 
 TEST(NiveauKanaal, ReaderSeesWholePublications) {

@@ -40,66 +40,33 @@ TEST(GolfAnimatie, EenStapTelt1Zestigste_NaStilstandOfTerugInDeTijd_EnMinstens1_
     }
 }
 
-TEST(GolfAnimatie, DoelPerStand_SnelOmhoogLangzaamOmlaag) {
-    GolfAnimatie a;
+// Each state's target, the slower fall than rise of the level, reduce motion, and the line
+// settling back to the theme's rest line; drawing at a line too dim to show is GolfBeeld's row.
+TEST(GolfAnimatie, DoelEnLijnPerStand) {
+    GolfAnimatie a;  // light theme: rest line 0.35
     float niveau = 0.5F;
     a.zetNiveauBron([&] { return niveau; });
     a.zetStand(Stand::luistert);
-    a.beeld(280, 56, 0);
+    niveauNa(a, {0, 1.0 / 60});
     EXPECT_FLOAT_EQ(a.laatsteDoel(), 0.12F + 0.88F * 0.5F);
-    const float stijging = a.getoondNiveau();
-    EXPECT_NEAR(stijging, 0.56 * (1 - std::pow(0.65, 0.5)), 1e-6);
-
-    niveauNa(a, {1, 2, 3, 4, 5});  // after stalls, each frame counts as 1/60
     niveau = 0;
     const float voor = a.getoondNiveau();
-    a.beeld(280, 56, 5 + 1.0 / 60);
+    a.beeld(280, 56, 2.0 / 60);
     EXPECT_NEAR(a.getoondNiveau(), voor + (0.12F - voor) * (1 - std::pow(0.88, 0.5)), 1e-6);
 
     a.zetStand(Stand::verwerkt);
-    a.beeld(280, 56, 5.5);
-    EXPECT_NEAR(a.laatsteDoel(), 0.12 + 0.08 * std::sin(3 * 5.5), 1e-6);
-    a.zetStand(Stand::rust);
-    a.beeld(280, 56, 5.6);
-    EXPECT_EQ(a.laatsteDoel(), 0);
-}
-
-TEST(GolfAnimatie, BewegingBeperkt_StaatStilOpT15_EnVerwerktHoudt012) {
-    GolfAnimatie a;
+    a.beeld(280, 56, 0.5);
+    EXPECT_NEAR(a.laatsteDoel(), 0.12 + 0.08 * std::sin(3 * 0.5), 1e-6);
+    // Reduce motion holds the wave in one pose, without the breath.
     a.zetBewegingBeperkt(true);
-    a.zetStand(Stand::verwerkt);
-    for (int i = 0; i < 600; ++i) {
-        const U u = a.beeld(280, 56, 3.0 + i / 60.0);
-        ASSERT_EQ(u.T, 1.5F);
-        ASSERT_FLOAT_EQ(a.laatsteDoel(), 0.12F);
-    }
-    EXPECT_NEAR(a.getoondNiveau(), 0.12F, 1e-6);
-}
+    EXPECT_EQ(a.beeld(280, 56, 0.6).T, 1.5F);
+    EXPECT_FLOAT_EQ(a.laatsteDoel(), 0.12F);
 
-TEST(GolfAnimatie, RustZonderLijn_DooftUitTotTransparantZwart) {
-    GolfAnimatie::Thema thema = GolfAnimatie::Thema::donkerThema();
-    thema.rustLijn = 0;
-    GolfAnimatie a(thema);
-    a.zetStand(Stand::luistert);
-    niveauNa(a, {0, 0.05, 0.1, 0.15, 0.2});
     a.zetStand(Stand::rust);
-    const double start = a.getoondeLijn();
-    GolfBeeld beeld(140, 28);
-    U u;
-    double t = 0.2;
-    int frames = 0;
-    do {
-        t += 1.0 / 60;
-        u = a.beeld(140, 28, t);
-        ++frames;
-        ASSERT_LT(frames, 1000) << "the line never fades";
-    } while (u.lijn > 0.001F);
-    // A factor 0.8 per thirtieth of a second, two frames per factor.
-    EXPECT_NEAR(frames, std::log(0.001 / start) / std::log(0.8) * 2, 1.5);
-    beeld.teken(u);
-    for (auto b : beeld.pixels()) {
-        ASSERT_EQ(b, 0);
-    }
+    const float lijn = a.getoondeLijn();
+    a.beeld(280, 56, 0.6 + 1.0 / 60);
+    EXPECT_EQ(a.laatsteDoel(), 0);
+    EXPECT_NEAR(a.getoondeLijn(), lijn + (0.35F - lijn) * (1 - std::pow(0.8, 0.5)), 1e-6);
 }
 
 // The CPU renderer against the shader text compiled as C++, pixel by pixel, for a table of
@@ -119,8 +86,6 @@ TEST(GolfBeeld, TekentWatDeShaderTekent) {
         {"donker luid", false, 2.3F, 0.95F, 1.0F},
         {"licht zacht", true, 5.1F, 0.13F, 1.0F},
         {"donker zacht", false, 5.1F, 0.13F, 1.0F},
-        {"verwerkt", false, 11.0F, 0.17F, 1.0F},
-        {"beperkt", true, 1.5F, 0.12F, 1.0F},
         {"lijn op de grens", false, 3.0F, 0.5F, 0.001F},
         {"lijn net erboven", false, 3.0F, 0.5F, 0.0011F},
     };
