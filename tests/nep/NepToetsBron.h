@@ -36,7 +36,7 @@ class NepToetsBron final : public ToetsBron {
     std::set<std::string> levend;
     // The handlers last handed over, kept after their registration is gone so that a test can
     // still call them, as the system might a moment late.
-    OpGebeurtenis tapHandler, globaleHandler, lokaleHandler;
+    OpGebeurtenis tapHandler, globaleHandler;
     std::function<void(TapUit)> tapUitHandler;
     std::function<void()> wisselHandler;
     std::optional<Toetscombinatie> geregistreerd;
@@ -57,8 +57,8 @@ class NepToetsBron final : public ToetsBron {
         globaleHandler = std::move(op);
         return registreer("globale monitor", globaleMonitorLukt);
     }
-    std::unique_ptr<Registratie> installeerLokaleMonitor(OpGebeurtenis op) override {
-        lokaleHandler = std::move(op);
+    // Events aimed at the app itself, the local monitor's share, are not played.
+    std::unique_ptr<Registratie> installeerLokaleMonitor(OpGebeurtenis) override {
         return registreer("lokale monitor", true);
     }
     std::unique_ptr<Registratie> installeerWisselHandler(std::function<void()> op) override {
@@ -73,18 +73,17 @@ class NepToetsBron final : public ToetsBron {
     }
     ToetsVlaggen sessieVlaggen() const override { return sessie; }
 
-    // One real key event: the session state follows it, the tap sees it first (when it exists,
-    // is enabled and delivers), then the global monitor, or the local one when the event is
-    // aimed at the app itself. Copies throughout: a handler may remove its own registration.
-    void toets(const Gebeurtenis& g, bool inApp = false) {
+    // One real key event in another app: the session state follows it, the tap sees it first
+    // (when it exists, is enabled and delivers), then the global monitor. Copies throughout: a
+    // handler may remove its own registration.
+    void toets(const Gebeurtenis& g) {
         if (g.soort == Soort::modificatie) {
             sessie = g.vlaggen;
         }
         if (auto h = tapHandler; levend.contains("tap") && tapAan && tapLevert) {
             h(g);
         }
-        if (auto h = inApp ? lokaleHandler : globaleHandler;
-            levend.contains(inApp ? "lokale monitor" : "globale monitor")) {
+        if (auto h = globaleHandler; levend.contains("globale monitor")) {
             h(g);
         }
     }
