@@ -154,12 +154,7 @@ TEST(AudioOpnemer, NoiseSuppression) {
             EXPECT_EQ(o.engine.demping->niveau, 10);
         }
     }
-    // Without voice processing too the engine cannot start: the error reaches the caller.
-    Opstelling o;
-    o.engine.startFaalt = true;
-    const auto f =
-        nep::gevangen<std::runtime_error>([&] { o.opnemer.startEngineMetRuisonderdrukking(true); });
-    EXPECT_STREQ(f ? f->what() : "", "engine start mislukt");
+    // An engine that starts neither way is the controller's StartFailures row.
 }
 
 // A buffer's level, and the smoothed level the indicator reads with the time it was measured;

@@ -171,9 +171,7 @@ TEST(DictaatRegelaarOpstarten, LaunchLoadsSettingsClearsLeftoversAndLogs) {
                     "CGEventTap gemaakt (main run loop, common modes, aan)",
                     "Houdtoets actief via CGEventTap (Invoermonitoring)"));
     const auto& regels = o.regelaar->logboek().regels();
-    EXPECT_EQ(regels[2].id, 9U);
-    EXPECT_EQ(regels[2].bron, "mac");
-    EXPECT_EQ(regels[2].tijd, 1000000);
+    EXPECT_EQ(regels[2], (LogRegel{9, 1000000, "mac", "Mac-app gestart (1.4.2)"}));
     EXPECT_EQ(o.logOpslag.opgeslagen.back(), regels.back()) << "every line is stored at once";
     EXPECT_EQ(o.opnamesOpSchijf(), 2);  // tolmo-3.txt and the directory tolmo-map.wav stay
     EXPECT_TRUE(std::filesystem::exists(o.map.pad() / "notitie.wav"));
@@ -209,13 +207,6 @@ TEST(DictaatRegelaarOpstarten, PermissionPoll) {
 }
 
 TEST(DictaatRegelaarOpstarten, AddingAProposedWord) {
-    const auto woorden = [](int n) {
-        std::vector<std::string> w;
-        for (int i = 0; i < n; ++i) {
-            w.push_back("Term" + std::to_string(i));
-        }
-        return w;
-    };
     struct Geval {
         const char* naam;
         std::vector<std::string> lijst;
@@ -225,12 +216,11 @@ TEST(DictaatRegelaarOpstarten, AddingAProposedWord) {
         std::size_t lengteDaarna;
     };
     const Geval gevallen[] = {
-        {"nieuw", {"Tolmo"}, "ChatGPT", {"Term toegevoegd aan de woordenlijst (2 termen)"}, {}, 2},
-        {"de laatste plaats", woorden(199), "ChatGPT",
+        {"de laatste plaats", Regels(199, "Term"), "ChatGPT",
          Regels{"Term toegevoegd aan de woordenlijst (200 termen)"}, std::vector<Melding>{}, 200},
         {"al aanwezig, andere hoofdletters", Regels{"ChatGPT"}, "chatgpt", Regels{},
          std::vector<Melding>{{"Staat al in de woordenlijst.", false, std::nullopt}}, 1},
-        {"vol", woorden(200), "ChatGPT", Regels{},
+        {"vol", Regels(200, "Term"), "ChatGPT", Regels{},
          std::vector<Melding>{{"De woordenlijst is vol (200 termen).", true, std::nullopt}}, 200},
     };
     for (const Geval& g : gevallen) {
@@ -277,7 +267,6 @@ TEST(WoordSuggesties, ProposesTermsTheCleanupSpelledDifferently) {
         {"hoogstens drie", "a b c d e", "iOS tvOS macOS watchOS visionOS", L{},
          L{"iOS", "tvOS", "macOS"}},
         {"niet-Latijns schrift", "привет мир", "Привет МИР", {}, {"МИР"}},
-        {"lege teksten", "", "", {}, {}},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);

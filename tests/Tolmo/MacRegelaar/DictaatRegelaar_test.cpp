@@ -159,7 +159,6 @@ TEST(DictaatRegelaar, TheFieldKindChoosesTheStyle) {
         {"com.apple.mail", InvoerSoort::zoeken, false, Stijl::zakelijk},
         {"com.apple.mail", InvoerSoort::gewoon, true, Stijl::letterlijk},
         {"org.mozilla.firefox", InvoerSoort::adres, false, Stijl::letterlijk},
-        {"org.mozilla.firefox", InvoerSoort::gewoon, false, Stijl::neutraal},
     };
     for (const Geval& g : gevallen) {
         Opstelling o;

@@ -94,19 +94,5 @@ TEST(Timer, EndsWithItsHolder) {
     EXPECT_EQ(lus.actieveTimers(), 0);
 }
 
-TEST(Timer, MayBeCancelledFromItsOwnTask) {
-    nep::NepHoofdLus lus(0);
-    int keren = 0;
-    Timer t;
-    t = lus.herhalend(0.25, [&] {
-        if (++keren == 3) {
-            t.annuleer();
-        }
-    });
-    lus.verstrijk(10.0);
-    EXPECT_EQ(keren, 3);
-    EXPECT_FALSE(t.actief());
-}
-
 }  // namespace
 }  // namespace tolmo
