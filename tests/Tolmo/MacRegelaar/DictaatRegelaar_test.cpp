@@ -269,8 +269,12 @@ TEST(DictaatRegelaar, AudioConfigurationChanges) {
 // started from the menu or the toggle combination (the control command starts as the latter).
 TEST(DictaatRegelaar, HoldKeyAndCancellation) {
     const ToetsBron::Gebeurtenis e{ToetsBron::Soort::toetsOmlaag, 14, ToetsVlaggen{}};
-    const auto gestartVia = [](const std::string& bron) {
-        return "Dictaat gestart (" + bron + ", stijl zakelijk, ruisonderdrukking actief)";
+    const auto gestartVia = [](Bron b) {
+        const char* bron = b == Bron::houdtoets ? "houdtoets"
+                           : b == Bron::menu    ? "menu"
+                                                : "wisselsneltoets";
+        return "Dictaat gestart (" + std::string(bron) +
+               ", stijl zakelijk, ruisonderdrukking actief)";
     };
     // The monitor's own lines come through the same log.
     const std::string eerste =
@@ -330,7 +334,7 @@ TEST(DictaatRegelaar, HoldKeyAndCancellation) {
         o.toetsen.toets(optionOmlaag);
         o.lus.draai();
         ASSERT_EQ(o.regelaar->toestand(), Toestand::neemtOp);
-        const std::string begin = gestartVia(std::string(DictaatRegelaar::tekst(g.bron)));
+        const std::string begin = gestartVia(g.bron);
         Regels regels = g.bron == houd ? Regels{eerste, in, begin} : Regels{begin, eerste, in};
         regels.insert(regels.end(), g.staart.begin(), g.staart.end());
         o.spreek();

@@ -37,6 +37,7 @@ const std::string viaTap = "Houdtoets actief via CGEventTap (Invoermonitoring)";
 const std::string viaNsEvent = "Houdtoets actief via NSEvent-monitor (Toegankelijkheid)";
 const std::string nietActief =
     "Houdtoets niet actief: geen Invoermonitoring en geen Toegankelijkheid";
+const std::string eersteTap = "Eerste modificatietoets ontvangen via CGEventTap (Invoermonitoring)";
 const std::string tapDood =
     "CGEventTap ontvangt geen toetsen terwijl de NSEvent-monitor ze wel ziet: Invoermonitoring "
     "werkt niet voor deze versie";
@@ -175,7 +176,6 @@ TEST_F(SneltoetsMonitorTest, WitnessCountsOnlyChangesTheTapMissedForOverASecond)
     const Geval gevallen[] = {
         {"1,0 s is niet meer dan 1,0 s", 1.0, 0},
         {"1,001 s wel", 1.001, 1},
-        {"direct erna niet", 0.0, 0},
     };
     for (const Geval& g : gevallen) {
         Opstelling o;
@@ -255,9 +255,8 @@ TEST_F(SneltoetsMonitorTest, ChangingTheHoldKey) {
     lus.draai();
     EXPECT_TRUE(acties.empty());
     bron.toets(mod(fnCode, V::fn));
-    EXPECT_EQ(nieuweRegels(), (Regels{"Eerste modificatietoets ontvangen via CGEventTap "
-                                      "(Invoermonitoring)",
-                                      fnGezien, in, in, "Houdtoets losgelaten", fnGezien}));
+    EXPECT_EQ(nieuweRegels(),
+              (Regels{eersteTap, fnGezien, in, in, "Houdtoets losgelaten", fnGezien}));
 }
 
 TEST_F(SneltoetsMonitorTest, PermissionsChangingAtRunTime) {
@@ -287,6 +286,13 @@ TEST_F(SneltoetsMonitorTest, PermissionsChangingAtRunTime) {
         EXPECT_EQ(nieuweRegels(), s.regels) << "stap " << i + 1;
         EXPECT_EQ(nieuweVerzoeken(), s.verzoeken) << "stap " << i + 1;
     }
+    // The system switches a tap off now and then; it is switched on again at once.
+    bron.zetTapUit(ToetsBron::TapUit::timeOut);
+    bron.zetTapUit(ToetsBron::TapUit::gebruikersInvoer);
+    EXPECT_EQ(nieuweVerzoeken(), (Regels{"tap aan", "tap aan"}));
+    EXPECT_TRUE(bron.tapAan);
+    EXPECT_EQ(nieuweRegels(), (Regels{"CGEventTap stond uit (time-out), weer aangezet",
+                                      "CGEventTap stond uit (gebruikersinvoer), weer aangezet"}));
 }
 
 TEST_F(SneltoetsMonitorTest, AHoldCannotSurviveAChangeOfMechanism) {
@@ -315,18 +321,6 @@ TEST_F(SneltoetsMonitorTest, AHoldCannotSurviveAChangeOfMechanism) {
     EXPECT_EQ(lus.actieveTimers(), 0) << "the safety net goes with the stop";
 }
 
-TEST_F(SneltoetsMonitorTest, TapSwitchedOffBySystemIsSwitchedOnAgain) {
-    monitor->start(true, false);
-    nieuweRegels();
-    nieuweVerzoeken();
-    bron.zetTapUit(ToetsBron::TapUit::timeOut);
-    bron.zetTapUit(ToetsBron::TapUit::gebruikersInvoer);
-    EXPECT_EQ(nieuweVerzoeken(), (Regels{"tap aan", "tap aan"}));
-    EXPECT_TRUE(bron.tapAan);
-    EXPECT_EQ(nieuweRegels(), (Regels{"CGEventTap stond uit (time-out), weer aangezet",
-                                      "CGEventTap stond uit (gebruikersinvoer), weer aangezet"}));
-}
-
 TEST_F(SneltoetsMonitorTest, ModifierLogging) {
     using Gebeurtenissen = std::vector<Gebeurtenis>;
     struct Geval {
@@ -336,8 +330,6 @@ TEST_F(SneltoetsMonitorTest, ModifierLogging) {
         Gebeurtenissen gebeurtenissen;
         Regels regels;
     };
-    const std::string eersteTap =
-        "Eerste modificatietoets ontvangen via CGEventTap (Invoermonitoring)";
     const std::string eersteNs =
         "Eerste modificatietoets ontvangen via NSEvent-monitor (Toegankelijkheid)";
     const Geval gevallen[] = {
