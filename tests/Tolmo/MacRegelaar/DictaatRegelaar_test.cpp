@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "Opstelling.h"
-#include "TolmoKern/Audio/OpnameFout.h"
 
 namespace tolmo::test {
 namespace {
@@ -128,8 +127,7 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
 TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
     const auto wachtwoord = nep::nepDoel(42, "com.apple.mail", 7, InvoerSoort::gewoon, true);
     for (const bool bijStart : {true, false}) {
-        Opstelling o;
-        o.standaard.zet("mac.klembordHerstellen", true);
+        Opstelling o;  // restoring the clipboard is on by default
         o.focus.doel = bijStart ? wachtwoord : *o.focus.doel;
         o.tijdensTranscriptie = [&] { o.focus.doel = wachtwoord; };
         o.maak();
