@@ -82,7 +82,7 @@ TEST(X11Klembord, TakesAnotherAppsClipboardAndGivesItBack) {
     ASSERT_FALSE(server.naam().empty());
     X11Verbinding onze;
     X11Klembord klembord(onze);
-    nep::X11AndereApp app(onze);
+    nep::X11AndereApp app(&onze);
     EXPECT_TRUE(klembord.maakMomentopname().empty());
 
     // Large enough that both sides send it in INCR parts.
@@ -145,8 +145,8 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
     ASSERT_FALSE(server.naam().empty());
     X11Verbinding onze;
     X11Klembord klembord(onze);
-    nep::X11AndereApp app(onze);
-    nep::X11AndereApp beheerder(onze);  // a clipboard manager
+    nep::X11AndereApp app(&onze);
+    nep::X11AndereApp beheerder(&onze);  // a clipboard manager
     std::vector<Window> gelezen;
     klembord.opGelezen([&](Window w) { gelezen.push_back(w); });
 
