@@ -74,26 +74,10 @@ struct Opgezet {
     }
 };
 
-// Every text of the tab's labels and buttons, each on a line of its own.
-std::string teksten(const QWidget& tab) {
-    std::string alles = "\n";
-    for (const QLabel* l : tab.findChildren<QLabel*>()) {
-        alles += l->text().toStdString() + "\n";
-    }
-    for (const QPushButton* k : tab.findChildren<QPushButton*>()) {
-        alles += k->text().toStdString() + "\n";
-    }
-    return alles;
-}
+using nep::teksten;
 
 QPushButton* knop(QWidget& w, const QString& tekst) {
-    for (QPushButton* k : w.findChildren<QPushButton*>()) {
-        if (k->text() == tekst && k->isVisible()) {
-            return k;
-        }
-    }
-    ADD_FAILURE() << "geen knop " << tekst.toStdString();
-    return nullptr;
+    return nep::metTekst<QPushButton>(w, tekst);
 }
 
 // Also the widgets put away with deleteLater and the timers that were due.
@@ -349,36 +333,6 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
          {"Nee: Tolmo vindt geen geluidsbron", "Ja: XInput2 laat Tolmo", "Ja: XTest drukt",
           "Nee: AT-SPI antwoordt niet", "XInput2 (ruwe toetsen).", "(versie 1)."}) {
         EXPECT_THAT(teksten(tab), testing::HasSubstr(t));
-    }
-}
-
-// The texts the user reads, and a picture of every tab for a person to look at.
-TEST(Tabbladen, TekstenEnSchermafdrukken) {
-    Opgezet z;
-    z.o.regelaar->wijzigInstellingen([](TolmoInstellingen& t) {
-        t.woorden = {"Tolmo", "PulseAudio", "XInput2"};
-        t.vervangingen = {{"Tolmo", {"tolmo", "tol mo"}}, {"KLM", {"ka el em"}}};
-    });
-    X11Verbinding x;
-    QWidget* stijlen = &z.bouw<StijlenTab>(linuxAppStijlen(), StijlenTab::VorigeApp{});
-    QWidget* woorden = &z.bouw<WoordenlijstTab>();
-    QWidget* toestemmingen =
-        &z.bouw<ToestemmingenTab>(X11ToetsBron(x).teksten(), [] { return true; });
-    QWidget* logboek = &z.bouw<LogboekTab>();
-    z.o.dicteer();
-    pomp();
-    const std::vector<std::tuple<QWidget*, const char*, std::string>> rijen{
-        {stijlen, "stijlen",
-         "Zakelijk: volledige zinnen zoals in een e-mail. Los: zoals een chatbericht. "
-         "Letterlijk: zo min mogelijk veranderen, code en termen blijven precies staan."},
-        {stijlen, "stijlen", "Ingebouwde lijst herstellen"},
-        {woorden, "woordenlijst", "Toevoegen"},
-        {toestemmingen, "toestemmingen", "Houdtoets via:"},
-        {logboek, "logboek", "Kopiëren"},
-    };
-    for (const auto& [tab, bestand, tekst] : rijen) {
-        EXPECT_THAT(teksten(*tab), testing::HasSubstr("\n" + tekst + "\n"));
-        EXPECT_TRUE(tab->grab().save(QString("tolmo-instellingen-") + bestand + ".png"));
     }
 }
 
