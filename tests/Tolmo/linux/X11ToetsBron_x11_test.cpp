@@ -4,16 +4,15 @@
 #include "Tolmo/linux/X11ToetsBron.h"
 
 #include <X11/XKBlib.h>
-#include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <poll.h>
 
 #include <chrono>
-#include <initializer_list>
 #include <optional>
 #include <vector>
 
 #include "Tolmo/linux/X11Toetsen.h"
+#include "nep/X11AndereApp.h"
 #include "nep/XvfbServer.h"
 
 namespace tolmo {
@@ -66,23 +65,13 @@ class X11ToetsBronTest : public ::testing::Test {
   protected:
     nep::XvfbServer server;
     X11Verbinding app;
-    // The keyboard and the other applications.
+    // The other applications, and the keyboard.
     X11Verbinding ander;
+    nep::X11AndereApp toetsenbord{&app};
 
     KeyCode code(KeySym s) { return XKeysymToKeycode(ander.display(), s); }
-    void toets(KeySym s, bool omlaag) {
-        XTestFakeKeyEvent(ander.display(), code(s), omlaag ? True : False, CurrentTime);
-        XSync(ander.display(), False);
-    }
-    // Presses the keys in order and releases them in reverse.
-    void druk(std::initializer_list<KeySym> toetsen) {
-        for (const KeySym s : toetsen) {
-            toets(s, true);
-        }
-        for (auto it = std::rbegin(toetsen); it != std::rend(toetsen); ++it) {
-            toets(*it, false);
-        }
-    }
+    void toets(KeySym s, bool omlaag) { toetsenbord.toets(s, omlaag); }
+    void druk(const std::vector<KeySym>& toetsen) { toetsenbord.druk(toetsen); }
     // Hands the app what the server sent it until klaar() holds; one round without a wait.
     template <typename F>
     bool pomp(F klaar, std::chrono::milliseconds wacht = std::chrono::seconds(2)) {
