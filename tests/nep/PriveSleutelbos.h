@@ -59,10 +59,8 @@ class PriveSleutelbos {
         omgeving_["DBUS_SESSION_BUS_ADDRESS"] = startBus();
         ::setenv("DBUS_SESSION_BUS_ADDRESS", omgeving_["DBUS_SESSION_BUS_ADDRESS"].c_str(), 1);
         zetteBus_ = true;
-        std::map<std::string, std::string> env{{"HOME", thuis_.string()}};
-        for (const auto& [k, v] : omgeving_) {
-            env[k] = v;
-        }
+        auto env = omgeving_;
+        env["HOME"] = thuis_.string();
         sleutelbos_.emplace(
             "/usr/bin/gnome-keyring-daemon",
             std::vector<std::string>{"--foreground", "--unlock", "--components=secrets"},

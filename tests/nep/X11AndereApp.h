@@ -24,6 +24,19 @@
 
 namespace tolmo::nep {
 
+// Polls until klaar() holds or the time is up; answers klaar(). Real servers need real time.
+template <typename F>
+bool wachtTot(F klaar, std::chrono::milliseconds maximaal) {
+    const auto einde = std::chrono::steady_clock::now() + maximaal;
+    while (!klaar()) {
+        if (std::chrono::steady_clock::now() > einde) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
 // Keeps our side answering for a moment: the main loop's part in a test.
 inline void pomp(X11Verbinding& onze) {
     pollfd p{onze.descriptor(), POLLIN, 0};
@@ -108,12 +121,7 @@ class X11AndereApp {
             }
             XSync(d_, False);
         });
-        for (int i = 0; i < 150; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(20))) {
-            if (isVooraan()) {
-                return true;
-            }
-        }
-        return false;
+        return wachtTot([this] { return isVooraan(); }, std::chrono::seconds(3));
     }
     [[nodiscard]] bool isVooraan() {
         return doe([this] {

@@ -70,8 +70,6 @@ class X11ToetsBronTest : public ::testing::Test {
     nep::X11AndereApp toetsenbord{&app};
 
     KeyCode code(KeySym s) { return XKeysymToKeycode(ander.display(), s); }
-    void toets(KeySym s, bool omlaag) { toetsenbord.toets(s, omlaag); }
-    void druk(const std::vector<KeySym>& toetsen) { toetsenbord.druk(toetsen); }
     // Hands the app what the server sent it until klaar() holds; one round without a wait.
     template <typename F>
     bool pomp(F klaar, std::chrono::milliseconds wacht = std::chrono::seconds(2)) {
@@ -111,7 +109,7 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
     const auto tap = bron.maakTap([&](const auto& g) { gezien.push_back(g); }, {});
     ASSERT_NE(tap, nullptr);
     // Off: nothing is delivered.
-    druk({XK_Alt_L});
+    toetsenbord.druk({XK_Alt_L});
     pompEenmaal();
     EXPECT_TRUE(gezien.empty());
     EXPECT_FALSE(tap->isAan());
@@ -136,7 +134,7 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
     };
     for (std::size_t i = 0; i < std::size(stappen); ++i) {
         gezien.clear();
-        toets(stappen[i].keysym, stappen[i].omlaag);
+        toetsenbord.toets(stappen[i].keysym, stappen[i].omlaag);
         pomp([&] { return !gezien.empty(); },
              std::chrono::milliseconds(stappen[i].verwacht ? 2000 : 0));
         const std::vector<ToetsBron::Gebeurtenis> verwacht =
@@ -145,9 +143,9 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
         EXPECT_EQ(gezien, verwacht) << "stap " << i;
     }
 
-    toets(XK_Alt_R, true);
+    toetsenbord.toets(XK_Alt_R, true);
     EXPECT_EQ(bron.sessieVlaggen(), V{rOpt});
-    toets(XK_Alt_R, false);
+    toetsenbord.toets(XK_Alt_R, false);
     EXPECT_EQ(bron.sessieVlaggen(), V{0});
     pompEenmaal();
 
@@ -156,11 +154,11 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
                             CurrentTime),
               GrabSuccess);
     gezien.clear();
-    toets(XK_Super_R, true);
+    toetsenbord.toets(XK_Super_R, true);
     EXPECT_TRUE(pomp([&] { return !gezien.empty(); }));
     EXPECT_EQ(gezien, (std::vector<ToetsBron::Gebeurtenis>{
                           {Soort::modificatie, 54, {V::command | V::rechterCommand}}}));
-    toets(XK_Super_R, false);
+    toetsenbord.toets(XK_Super_R, false);
 }
 
 TEST_F(X11ToetsBronTest, ToggleCombinationIsGrabbedWhileRegistered) {
@@ -178,14 +176,14 @@ TEST_F(X11ToetsBronTest, ToggleCombinationIsGrabbedWhileRegistered) {
 
     auto wissel = bron.registreerWissel(combinatie);
     ASSERT_NE(wissel, nullptr);
-    druk({XK_Control_L, XK_Alt_L, XK_d});
+    toetsenbord.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(pomp([&] { return gedrukt == 1; }));
 
-    druk({XK_Num_Lock});
+    toetsenbord.druk({XK_Num_Lock});
     XkbStateRec stand{};
     XkbGetState(app.display(), XkbUseCoreKbd, &stand);
     ASSERT_NE(stand.locked_mods & Mod2Mask, 0U);
-    druk({XK_Control_L, XK_Alt_L, XK_d});
+    toetsenbord.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(pomp([&] { return gedrukt == 2; }));
 
     // Only the combination is taken from the other applications.
@@ -201,11 +199,11 @@ TEST_F(X11ToetsBronTest, EscOnlyWhileArmed) {
     X11EscBron esc(app);
     int gezien = 0;
     esc.wacht([&] { ++gezien; });
-    druk({XK_Escape});
+    toetsenbord.druk({XK_Escape});
     EXPECT_TRUE(pomp([&] { return gezien == 1; }));
 
     esc.stopWachten();
-    druk({XK_Escape});
+    toetsenbord.druk({XK_Escape});
     pompEenmaal();
     EXPECT_EQ(gezien, 1);
     // Released for the other applications.

@@ -106,10 +106,6 @@ QList<QLineEdit*> geheimeVelden(const QWidget& w) {
     return velden;
 }
 
-QPushButton* knop(QWidget& w, const QString& tekst) {
-    return metTekst<QPushButton>(w, tekst);
-}
-
 // Also the widgets put away with deleteLater and the timers that were due.
 void pomp() {
     QApplication::processEvents();
@@ -295,7 +291,9 @@ TEST(Tabbladen, StijlenLandInDeInstellingenEnDeOpslag) {
         return [a](TolmoInstellingen& t) { t.stijlPerApp.push_back(a); };
     };
     const auto klik = [](const char* tekst) {
-        return [tekst](StijlenTab& t) { QTest::mouseClick(knop(t, tekst), Qt::LeftButton); };
+        return [tekst](StijlenTab& t) {
+            QTest::mouseClick(metTekst<QPushButton>(t, tekst), Qt::LeftButton);
+        };
     };
     // A key on the default style's box (row -1) or on a row's box.
     const auto toets = [](int rij, Qt::Key k) {
@@ -313,7 +311,7 @@ TEST(Tabbladen, StijlenLandInDeInstellingenEnDeOpslag) {
     };
     const auto verwijder = [](StijlenTab& t) {
         tabel(t).selectRow(1);
-        QTest::mouseClick(knop(t, "Verwijderen"), Qt::LeftButton);
+        QTest::mouseClick(metTekst<QPushButton>(t, "Verwijderen"), Qt::LeftButton);
     };
     // Removed and changed built-in rows, an app of the user's own, and their own row for
     // Thunderbird in other capitals, which is the built-in app.
@@ -493,7 +491,7 @@ TEST(Tabbladen, HetLogboekGroeitEnVolgtHetEinde) {
     QApplication::processEvents();
     EXPECT_THAT(tekst(), HasSubstr("Term toegevoegd aan de woordenlijst (1 termen)"));
     EXPECT_EQ(balk->value(), 3);
-    QTest::mouseClick(knop(tab, "Kopiëren"), Qt::LeftButton);
+    QTest::mouseClick(metTekst<QPushButton>(tab, "Kopiëren"), Qt::LeftButton);
     EXPECT_EQ(QApplication::clipboard()->text().toStdString(), tekst());
 }
 

@@ -33,18 +33,7 @@ using namespace std::chrono_literals;
 
 constexpr const char* dictaat = "Hallo vanuit Tolmo";
 
-// Polls until klaar() holds or the time is up; the windows answer on threads of their own.
-template <typename F>
-bool wachtOp(F klaar, std::chrono::milliseconds maximaal) {
-    const auto einde = std::chrono::steady_clock::now() + maximaal;
-    while (!klaar()) {
-        if (std::chrono::steady_clock::now() > einde) {
-            return false;
-        }
-        std::this_thread::sleep_for(20ms);
-    }
-    return true;
-}
+using nep::wachtTot;
 
 // A window of the user's that pastes, put in front when it opens.
 struct Venster : nep::X11AndereApp {
@@ -54,12 +43,7 @@ struct Venster : nep::X11AndereApp {
     bool klik() { return vooraan(klasse_, klasse_, ::getpid()); }
     // Waits until the field has taken n pastes.
     bool geplakt(int n = 1) {
-        return wachtOp(
-            [&] {
-                const auto v = veld();
-                return v.ctrlV + v.ctrlShiftV >= n;
-            },
-            15s);
+        return wachtTot([&] { return veld().ctrlV + veld().ctrlShiftV >= n; }, 15s);
     }
     std::string klasse_;
 };
@@ -77,7 +61,6 @@ class TolmoAppTest : public ::testing::Test {
                 return nep::LoopbackServer::Antwoord::json(405, "{}");
             }
             ++dictaten_;
-            aangekomen_ = std::chrono::steady_clock::now();
             std::this_thread::sleep_for(std::chrono::milliseconds(antwoordVertraging_.load()));
             return nep::LoopbackServer::Antwoord::json(
                 200, std::string(R"({"text":")") + dictaat + "\"}");
@@ -146,11 +129,9 @@ class TolmoAppTest : public ::testing::Test {
     std::unique_ptr<nep::LopendProces> app_;
     std::atomic<int> antwoordVertraging_{0};
     std::atomic<int> dictaten_{0};
-    std::atomic<std::chrono::steady_clock::time_point> aangekomen_;
 };
 
 TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
-    using Klok = std::chrono::steady_clock;
     struct Geval {
         std::string klasse;
         bool terminal;        // takes Control-Shift-V instead of Control-V
@@ -173,9 +154,7 @@ TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
             EXPECT_EQ(v.veld().tekst, "");
         }
         houd(v, 1500ms);
-        const auto losgelaten = Klok::now();
         ASSERT_TRUE(v.geplakt());
-        const auto gelezen = Klok::now();
         const auto veld = v.veld();
         EXPECT_EQ(veld.tekst, dictaat);
         EXPECT_EQ(g.terminal ? veld.ctrlShiftV : veld.ctrlV, 1);
@@ -188,18 +167,11 @@ TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
             continue;
         }
         // The user's own clipboard is back, text and image alike.
-        EXPECT_TRUE(wachtOp([&] { return v.lees("UTF8_STRING") == "mijn eigen klembord"; }, 3s));
-        const auto hersteld = Klok::now();
+        EXPECT_TRUE(wachtTot([&] { return v.lees("UTF8_STRING") == "mijn eigen klembord"; }, 3s));
         EXPECT_TRUE(v.lees("image/png") == png) << "the image did not come back whole";
         const std::string regels = logboek();
         EXPECT_NE(regels.find(g.stijl, regels.rfind("Dictaat gestart")), std::string::npos)
             << regels;
-        const auto ms = [](auto duur) {
-            return std::chrono::duration<double, std::milli>(duur).count();
-        };
-        // Timings for the record, not checked: the machine is shared.
-        std::cout << "meting: loslaten tot verzoek " << ms(aangekomen_.load() - losgelaten)
-                  << " ms, lezen tot herstel " << ms(hersteld - gelezen) << " ms\n";
     }
     // Every recording went out over the connection opened while the user spoke.
     EXPECT_EQ(server_.aantalVerbindingen(), 1U);
@@ -273,7 +245,7 @@ TEST_F(TolmoAppTest, TheControlCommandDrivesTheRunningApp) {
     // activation once the window is mapped, which may be after the manager has already put it
     // in front: the user's click back into their app comes after that request, or the request
     // takes the focus back.
-    EXPECT_TRUE(wachtOp(
+    EXPECT_TRUE(wachtTot(
         [&] {
             return v.titel(v.actief()) == "Tolmo — Instellingen" &&
                    v.titel(v.appVroegActief()) == "Tolmo — Instellingen";
