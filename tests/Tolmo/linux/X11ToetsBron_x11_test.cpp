@@ -5,7 +5,6 @@
 
 #include <X11/XKBlib.h>
 #include <X11/keysym.h>
-#include <poll.h>
 
 #include <chrono>
 #include <optional>
@@ -73,17 +72,13 @@ class X11ToetsBronTest : public ::testing::Test {
     // Hands the app what the server sent it until klaar() holds; one round without a wait.
     template <typename F>
     bool pomp(F klaar, std::chrono::milliseconds wacht = std::chrono::seconds(2)) {
-        const auto tot = std::chrono::steady_clock::now() + wacht;
-        do {
-            XSync(app.display(), False);
-            app.verwerk();
-            if (klaar()) {
-                return true;
-            }
-            pollfd p{app.descriptor(), POLLIN, 0};
-            ::poll(&p, 1, 20);
-        } while (std::chrono::steady_clock::now() < tot);
-        return false;
+        return nep::wachtTot(
+            [&] {
+                XSync(app.display(), False);
+                app.verwerk();
+                return klaar();
+            },
+            wacht);
     }
     void pompEenmaal() {
         pomp([] { return false; }, {});

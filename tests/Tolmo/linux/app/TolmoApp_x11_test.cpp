@@ -14,11 +14,12 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
 
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
+#include "Tolmo/linux/XdgOpslag.h"
+#include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
 #include "nep/PulseDaemon.h"
@@ -69,11 +70,8 @@ class TolmoAppTest : public ::testing::Test {
         // consent already given.
         zet("motor", "openai");
         zet("opschonen", "uit");
-        const fs::path groep = config_ / "tolmo" / "group.app.tolmo.json";
-        nlohmann::json doc = nlohmann::json::parse(std::ifstream(groep));
-        doc[std::string(CloudToestemming::sleutel)] = {
-            {"versie", CloudToestemming::eigenRoute.versie}, {"datum", 0}};
-        std::ofstream(groep) << doc.dump();
+        XdgOpslag groep(config_ / "tolmo", std::string(GedeeldeOpslag::groepSuite));
+        CloudToestemming{CloudToestemming::eigenRoute.versie, 0}.bewaar(groep);
     }
 
     void TearDown() override {
