@@ -5,12 +5,27 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 extern char** environ;
 
 namespace tolmo::nep {
+
+// Polls until klaar() holds or the time is up; answers klaar(). Real servers need real time.
+template <typename F>
+bool wachtTot(F klaar, std::chrono::milliseconds maximaal = std::chrono::seconds(5)) {
+    const auto einde = std::chrono::steady_clock::now() + maximaal;
+    while (!klaar()) {
+        if (std::chrono::steady_clock::now() > einde) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
 
 // Starts a program found on PATH, with its output thrown away; -1 when it cannot start. It
 // inherits every descriptor not marked close-on-exec.

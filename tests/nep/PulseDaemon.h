@@ -68,13 +68,6 @@ class PulseDaemon {
     [[nodiscard]] const std::string& fout() const { return fout_; }
     [[nodiscard]] const std::filesystem::path& map() const { return map_; }
 
-    // pactl against this daemon; returns the exit status.
-    int pactl(const std::vector<std::string>& args) {
-        std::vector<std::string> alles{"pactl"};
-        alles.insert(alles.end(), args.begin(), args.end());
-        return voerUit(alles);
-    }
-
     // Plays a file into the null sink (and so into the default source) in the background.
     void speelAf(const std::filesystem::path& wav) {
         kinderen_.push_back(startKind({"paplay", "--device=nul", wav.string()}));

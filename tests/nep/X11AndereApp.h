@@ -20,22 +20,10 @@
 #include <thread>
 #include <vector>
 
+#include "Kind.h"
 #include "Tolmo/linux/X11Verbinding.h"
 
 namespace tolmo::nep {
-
-// Polls until klaar() holds or the time is up; answers klaar(). Real servers need real time.
-template <typename F>
-bool wachtTot(F klaar, std::chrono::milliseconds maximaal) {
-    const auto einde = std::chrono::steady_clock::now() + maximaal;
-    while (!klaar()) {
-        if (std::chrono::steady_clock::now() > einde) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
 
 // Keeps our side answering for a moment: the main loop's part in a test.
 inline void pomp(X11Verbinding& onze) {

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <thread>
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
 #include "Tolmo/linux/SoxrOmzetter.h"
@@ -21,18 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Polls until the condition holds or the time is up; real devices need real time.
-template <typename F>
-bool wachtTot(F&& voorwaarde, std::chrono::milliseconds maximaal = 5000ms) {
-    const auto einde = std::chrono::steady_clock::now() + maximaal;
-    while (!voorwaarde()) {
-        if (std::chrono::steady_clock::now() > einde) {
-            return false;
-        }
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
+using nep::wachtTot;
 
 class PulseAudioEngineTest : public ::testing::Test {
   protected:
@@ -128,10 +116,11 @@ TEST_F(PulseAudioEngineTest, DeviceChangesDuringARecording) {
     neemOp(0.5, 48000);
 
     // A 16 kHz mono source becomes the default: one report, and the recording goes on.
-    ASSERT_EQ(daemon.pactl({"load-module", "module-null-sink", "sink_name=tweede",
-                            "format=float32le", "rate=16000", "channels=1"}),
-              0);
-    ASSERT_EQ(daemon.pactl({"set-default-source", "tweede.monitor"}), 0);
+    ASSERT_EQ(
+        nep::PulseDaemon::voerUit({"pactl", "load-module", "module-null-sink", "sink_name=tweede",
+                                   "format=float32le", "rate=16000", "channels=1"}),
+        0);
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "set-default-source", "tweede.monitor"}), 0);
     ASSERT_TRUE(wachtTot([&] { return wijzigingen > 0; }));
     EXPECT_EQ(opnemer->herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
     EXPECT_EQ(engine->invoerFormaat(), (InvoerFormaat{16000, 1}));
@@ -139,7 +128,7 @@ TEST_F(PulseAudioEngineTest, DeviceChangesDuringARecording) {
     neemOp(0.5, 16000);
 
     // The source disappears: reported.
-    ASSERT_EQ(daemon.pactl({"unload-module", "module-null-sink"}), 0);
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "unload-module", "module-null-sink"}), 0);
     ASSERT_TRUE(wachtTot([&] { return wijzigingen > na1; }));
     const FormaatBesluit besluit = opnemer->herstartNaWijziging();
     // Unloading every null sink leaves no source: the recording is finished with what it has.
@@ -156,15 +145,18 @@ TEST_F(PulseAudioEngineTest, DeviceChangesDuringARecording) {
     EXPECT_NEAR(wav->duur(), opname.meting.duur(), 0.02);
 
     // Idle now: a further change decides nothing.
-    ASSERT_EQ(daemon.pactl({"load-module", "module-null-sink", "sink_name=derde"}), 0);
+    ASSERT_EQ(
+        nep::PulseDaemon::voerUit({"pactl", "load-module", "module-null-sink", "sink_name=derde"}),
+        0);
     EXPECT_EQ(opnemer->herstartNaWijziging(), FormaatBesluit::geenDictaat);
 }
 
 TEST_F(PulseAudioEngineTest, BluetoothSkipsVoiceProcessingAndNoSourceMeansNoInput) {
-    ASSERT_EQ(daemon.pactl({"load-module", "module-virtual-source", "source_name=bt",
-                            "master=nul.monitor", "source_properties=device.bus=bluetooth"}),
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "load-module", "module-virtual-source",
+                                         "source_name=bt", "master=nul.monitor",
+                                         "source_properties=device.bus=bluetooth"}),
               0);
-    ASSERT_EQ(daemon.pactl({"set-default-source", "bt"}), 0);
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "set-default-source", "bt"}), 0);
     EXPECT_TRUE(wachtTot([&] { return opnemer->isBluetoothInvoer(); }));
     opnemer->startEngineMetRuisonderdrukking(true);
     EXPECT_TRUE(opnemer->ruisonderdrukkingOvergeslagenBluetooth());
@@ -172,7 +164,7 @@ TEST_F(PulseAudioEngineTest, BluetoothSkipsVoiceProcessingAndNoSourceMeansNoInpu
     engine->stop();
 
     // The last source goes (the virtual one with its master): nothing to record from.
-    ASSERT_EQ(daemon.pactl({"unload-module", "module-null-sink"}), 0);
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "unload-module", "module-null-sink"}), 0);
     EXPECT_TRUE(wachtTot([&] { return !engine->invoerFormaat().isGeldig(); }));
     try {
         opnemer->startEngine(false);
