@@ -31,11 +31,6 @@ namespace fs = std::filesystem;
 class PriveSleutelbos {
   public:
     static bool geinstalleerd() { return fs::exists("/usr/bin/gnome-keyring-daemon"); }
-    ~PriveSleutelbos() {
-        if (zetteBus_) {
-            ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        }
-    }
 
     // A session bus with nothing on it, and nothing it could start.
     std::string startBus() {
@@ -57,12 +52,9 @@ class PriveSleutelbos {
     // libsecret talks over the process's session bus: it must be this one.
     bool startSleutelbos() {
         omgeving_["DBUS_SESSION_BUS_ADDRESS"] = startBus();
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", omgeving_["DBUS_SESSION_BUS_ADDRESS"].c_str(), 1);
-        zetteBus_ = true;
-        std::map<std::string, std::string> env{{"HOME", thuis_.string()}};
-        for (const auto& [k, v] : omgeving_) {
-            env[k] = v;
-        }
+        busAdres_.emplace("DBUS_SESSION_BUS_ADDRESS", omgeving_["DBUS_SESSION_BUS_ADDRESS"]);
+        auto env = omgeving_;
+        env["HOME"] = thuis_.string();
         sleutelbos_.emplace(
             "/usr/bin/gnome-keyring-daemon",
             std::vector<std::string>{"--foreground", "--unlock", "--components=secrets"},
@@ -119,7 +111,8 @@ class PriveSleutelbos {
         {"XDG_RUNTIME_DIR", thuis_.string()}};
     std::optional<LopendProces> bus_;
     std::optional<LopendProces> sleutelbos_;
-    bool zetteBus_ = false;
+    // Declared last, so the process's bus address is put back before the bus goes.
+    std::optional<OmgevingsVariabele> busAdres_;
 };
 
 }  // namespace tolmo::nep

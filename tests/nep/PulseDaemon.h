@@ -1,9 +1,5 @@
 #pragma once
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -14,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-extern char** environ;
+#include "Kind.h"
 
 namespace tolmo::nep {
 
@@ -48,12 +44,10 @@ class PulseDaemon {
     }
 
     ~PulseDaemon() {
-        stopAlles();
-        if (pid_ > 0) {
-            ::kill(pid_, SIGTERM);
-            int status = 0;
-            ::waitpid(pid_, &status, 0);
+        for (pid_t& p : kinderen_) {
+            stopKind(p);
         }
+        stopKind(pid_);
         ::unsetenv("PULSE_SERVER");
         std::error_code ec;
         if (!map_.empty()) {
@@ -66,11 +60,7 @@ class PulseDaemon {
     // Stops the daemon and starts a new one on the same socket, as a user's session does when
     // PulseAudio or PipeWire's pulse server restarts.
     void herstart() {
-        if (pid_ > 0) {
-            ::kill(pid_, SIGTERM);
-            int status = 0;
-            ::waitpid(pid_, &status, 0);
-        }
+        stopKind(pid_);
         startDaemon();
     }
 
@@ -78,18 +68,9 @@ class PulseDaemon {
     [[nodiscard]] const std::string& fout() const { return fout_; }
     [[nodiscard]] const std::filesystem::path& map() const { return map_; }
 
-    // pactl against this daemon; returns the exit status.
-    int pactl(const std::vector<std::string>& args) {
-        std::vector<std::string> alles{"pactl"};
-        alles.insert(alles.end(), args.begin(), args.end());
-        return voerUit(alles);
-    }
-
     // Plays a file into the null sink (and so into the default source) in the background.
     void speelAf(const std::filesystem::path& wav) {
-        if (const pid_t p = start({"paplay", "--device=nul", wav.string()}); p > 0) {
-            kinderen_.push_back(p);
-        }
+        kinderen_.push_back(startKind({"paplay", "--device=nul", wav.string()}));
     }
 
     // Speech made with espeak-ng; empty path when that fails.
@@ -102,7 +83,7 @@ class PulseDaemon {
     }
 
     static int voerUit(const std::vector<std::string>& args) {
-        const pid_t p = start(args);
+        const pid_t p = startKind(args);
         if (p <= 0) {
             return -1;
         }
@@ -112,27 +93,11 @@ class PulseDaemon {
     }
 
   private:
-    static pid_t start(const std::vector<std::string>& args) {
-        std::vector<char*> argv;
-        for (const auto& a : args) {
-            argv.push_back(const_cast<char*>(a.c_str()));
-        }
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t acties;
-        posix_spawn_file_actions_init(&acties);
-        posix_spawn_file_actions_addopen(&acties, 1, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&acties, 2, "/dev/null", O_WRONLY, 0);
-        pid_t pid = -1;
-        const int r = ::posix_spawnp(&pid, argv[0], &acties, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&acties);
-        return r == 0 ? pid : -1;
-    }
-
     void startDaemon() {
-        pid_ =
-            start({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
-                   "--disable-shm=yes", "-F", (map_ / "default.pa").string(),
-                   "--log-target=newfile:" + (map_ / "log").string()});
+        pid_ = startKind({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1",
+                          "--use-pid-file=no", "--disable-shm=yes", "-F",
+                          (map_ / "default.pa").string(),
+                          "--log-target=newfile:" + (map_ / "log").string()});
         if (pid_ <= 0) {
             fout_ = "pulseaudio niet te starten";
             return;
@@ -151,15 +116,6 @@ class PulseDaemon {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         fout_ = "pulseaudio antwoordt niet: " + log();
-    }
-
-    void stopAlles() {
-        for (const pid_t p : kinderen_) {
-            ::kill(p, SIGTERM);
-            int status = 0;
-            ::waitpid(p, &status, 0);
-        }
-        kinderen_.clear();
     }
 
     [[nodiscard]] std::string log() const {

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
 #include <cstdlib>
 #include <stdexcept>
+#include <string>
 
 #include "nep/XvfbServer.h"
 
@@ -24,6 +29,31 @@ inline QApplication& qtApp() {
         return new QApplication(argc, argv);
     }();
     return *app;
+}
+
+// Every text the user reads in a widget, labels and buttons, each on a line of its own: a whole
+// text is found as "\n" + text + "\n".
+inline std::string teksten(const QWidget& w) {
+    std::string alles = "\n";
+    for (const QLabel* l : w.findChildren<QLabel*>()) {
+        alles += l->text().toStdString() + "\n";
+    }
+    for (const QAbstractButton* k : w.findChildren<QAbstractButton*>()) {
+        alles += k->text().toStdString() + "\n";
+    }
+    return alles;
+}
+
+// The first child of kind W whose text begins so.
+template <class W>
+W* metTekst(const QWidget& w, const QString& begin) {
+    for (W* kind : w.findChildren<W*>()) {
+        if (kind->text().startsWith(begin)) {
+            return kind;
+        }
+    }
+    ADD_FAILURE() << "geen widget met " << begin.toStdString();
+    return nullptr;
 }
 
 }  // namespace tolmo::nep

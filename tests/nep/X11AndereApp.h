@@ -3,6 +3,8 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
 #include <poll.h>
 
 #include <atomic>
@@ -18,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "Kind.h"
 #include "Tolmo/linux/X11Verbinding.h"
 
 namespace tolmo::nep {
@@ -30,25 +33,36 @@ inline void pomp(X11Verbinding& onze) {
 }
 
 // Another app on a connection and a thread of its own, written straight from the selection
-// protocol: it owns the clipboard with the targets it is given (sending those over 64 KB in
-// INCR parts), reads the clipboard as a pasting app does, and has two windows to type into.
+// protocol: a window that owns the clipboard with the targets it is given (sending those over
+// 64 KB in INCR parts), reads the clipboard as a pasting app does, and is put in front by the
+// window manager when one runs. Every call runs on its thread; the test's own connection, when
+// given, keeps answering meanwhile.
 class X11AndereApp {
   public:
-    explicit X11AndereApp(X11Verbinding& onze) : onze_(onze), d_(x_.display()) {
-        for (Window& w : vensters_) {
-            w = XCreateSimpleWindow(d_, x_.wortel(), 0, 0, 100, 100, 0, 0, 0);
-            XSelectInput(d_, w, PropertyChangeMask | KeyPressMask);
-            XMapWindow(d_, w);
-        }
+    // An app that pastes takes what Control-V or Control-Shift-V finds on the CLIPBOARD into
+    // its field, as an editor or a terminal does.
+    explicit X11AndereApp(X11Verbinding* onze = nullptr, bool plakt = false)
+        : onze_(onze), plakt_(plakt), d_(x_.display()) {
+        venster_ = XCreateSimpleWindow(d_, x_.wortel(), 0, 0, 400, 200, 0, 0, 0xffffff);
+        XSelectInput(d_, venster_, PropertyChangeMask | KeyPressMask);
+        // Structure events include the requests other apps send the window manager.
+        XSelectInput(d_, x_.wortel(), StructureNotifyMask);
+        XMapWindow(d_, venster_);
         XSync(d_, False);
         draad_ = std::thread([this] { lus(); });
     }
+    // The next window may get the same id: a window manager must be done with this one first, or
+    // it takes the new window for the old one.
     ~X11AndereApp() {
         stop_ = true;
         draad_.join();
+        XDestroyWindow(d_, venster_);
+        for (int i = 0; i < 300 && beheerd(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
     }
 
-    [[nodiscard]] Window venster() const { return vensters_[0]; }
+    [[nodiscard]] Window venster() const { return venster_; }
 
     // Runs f on the app's thread; our side keeps answering meanwhile.
     template <typename F>
@@ -60,7 +74,7 @@ class X11AndereApp {
             taken_.push_back([taak] { (*taak)(); });
         }
         while (klaar.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-            pomp(onze_);
+            pompOnze();
         }
         return klaar.get();
     }
@@ -68,20 +82,55 @@ class X11AndereApp {
     void bezit(std::map<std::string, std::string> doelen) {
         doe([this, doelen] {
             bezit_ = doelen;
-            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), vensters_[0], CurrentTime);
+            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), venster_, CurrentTime);
             XSync(d_, False);
         });
     }
 
-    // Puts window i in front as a window manager would, with its WM_CLASS and _NET_WM_PID.
-    void vooraan(const std::string& instantie, const std::string& klasse, long pid, int i = 0) {
+    // Puts the window in front with this WM_CLASS and _NET_WM_PID: as a click does, through the
+    // window manager when one runs, else as a manager would. Answers whether it is then the active
+    // window and holds the input focus.
+    bool vooraan(const std::string& instantie, const std::string& klasse, long pid) {
         doe([=, this] {
             const std::string wmKlasse = instantie + '\0' + klasse + '\0';
-            zet(vensters_[i], XA_WM_CLASS, XA_STRING, 8, wmKlasse.data(), wmKlasse.size());
-            zet(vensters_[i], x_.atoom("_NET_WM_PID"), XA_CARDINAL, 32, &pid, 1);
-            zet(x_.wortel(), x_.atoom("_NET_ACTIVE_WINDOW"), XA_WINDOW, 32, &vensters_[i], 1);
-            XSetInputFocus(d_, vensters_[i], RevertToParent, CurrentTime);
+            zet(venster_, XA_WM_CLASS, XA_STRING, 8, wmKlasse.data(), wmKlasse.size());
+            zet(venster_, x_.atoom("_NET_WM_PID"), XA_CARDINAL, 32, &pid, 1);
+            if (x_.leesGetal(x_.wortel(), x_.atoom("_NET_SUPPORTING_WM_CHECK"))) {
+                XEvent e{};
+                e.xclient = {
+                    ClientMessage, 0, False, d_, venster_, x_.atoom("_NET_ACTIVE_WINDOW"), 32, {}};
+                // Source 2, a pager: the manager's focus-stealing prevention lets it through.
+                e.xclient.data.l[0] = 2;
+                XSendEvent(d_, x_.wortel(), False,
+                           SubstructureRedirectMask | SubstructureNotifyMask, &e);
+            } else {
+                zet(x_.wortel(), x_.atoom("_NET_ACTIVE_WINDOW"), XA_WINDOW, 32, &venster_, 1);
+                XSetInputFocus(d_, venster_, RevertToParent, CurrentTime);
+            }
             XSync(d_, False);
+        });
+        return wachtTot([this] { return isVooraan(); }, std::chrono::seconds(3));
+    }
+    [[nodiscard]] bool isVooraan() {
+        return doe([this] {
+            Window focus = None;
+            int terugval = 0;
+            XGetInputFocus(d_, &focus, &terugval);
+            return focus == venster_ && actiefHier() == venster_;
+        });
+    }
+    // The root's _NET_ACTIVE_WINDOW.
+    [[nodiscard]] Window actief() {
+        return doe([this] { return actiefHier(); });
+    }
+    // The window an application last asked the window manager to activate (source 1).
+    [[nodiscard]] Window appVroegActief() {
+        return doe([this] { return appVroegActief_; });
+    }
+    [[nodiscard]] std::string titel(Window w) {
+        return doe([=, this] {
+            const auto naam = x_.leesEigenschap(w, x_.atoom("_NET_WM_NAME"));
+            return naam ? naam->bytes : "";
         });
     }
 
@@ -94,7 +143,7 @@ class X11AndereApp {
     // takes the clipboard over with them.
     void wordBeheerder() {
         doe([this] {
-            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD_MANAGER"), vensters_[1], CurrentTime);
+            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD_MANAGER"), venster_, CurrentTime);
             XSync(d_, False);
         });
     }
@@ -103,11 +152,27 @@ class X11AndereApp {
         return doe([this] { return bezit_; });
     }
 
+    // Presses and releases keys with XTest: down in order, up in reverse.
+    void druk(const std::vector<KeySym>& toetsen) {
+        for (const KeySym s : toetsen) {
+            toets(s, true);
+        }
+        for (auto it = toetsen.rbegin(); it != toetsen.rend(); ++it) {
+            toets(*it, false);
+        }
+    }
+    void toets(KeySym s, bool omlaag) {
+        doe([=, this] {
+            XTestFakeKeyEvent(d_, XKeysymToKeycode(d_, s), omlaag ? True : False, CurrentTime);
+            XSync(d_, False);
+        });
+    }
+
     // Waits (our side answering) for the key press of symbool; it and the keys before it are
     // then forgotten.
     std::optional<XKeyEvent> wachtOpToets(KeySym symbool) {
         const auto einde = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-        for (; std::chrono::steady_clock::now() < einde; pomp(onze_)) {
+        for (; std::chrono::steady_clock::now() < einde; pompOnze()) {
             const std::lock_guard s(slot_);
             for (auto it = toetsen_.begin(); it != toetsen_.end(); ++it) {
                 if (XLookupKeysym(&*it, 0) == symbool) {
@@ -120,6 +185,16 @@ class X11AndereApp {
         return std::nullopt;
     }
 
+    // What an app that pastes took into its field, and the paste chords it saw.
+    struct Veld {
+        std::string tekst;
+        int ctrlV = 0;
+        int ctrlShiftV = 0;
+    };
+    [[nodiscard]] Veld veld() {
+        return doe([this] { return veld_; });
+    }
+
   private:
     struct Uitgaand {
         Window aanvrager;
@@ -128,16 +203,40 @@ class X11AndereApp {
         std::size_t positie = 0;
     };
 
+    void pompOnze() {
+        if (onze_ != nullptr) {
+            pomp(*onze_);
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+    Window actiefHier() const {
+        return x_.leesGetal(x_.wortel(), x_.atoom("_NET_ACTIVE_WINDOW")).value_or(None);
+    }
+
+    bool beheerd() const {
+        const auto lijst = x_.leesEigenschap(x_.wortel(), x_.atoom("_NET_CLIENT_LIST"));
+        for (std::size_t i = 0; lijst && i < lijst->aantal; ++i) {
+            Window w = None;
+            std::memcpy(&w, lijst->bytes.data() + i * sizeof w, sizeof w);
+            if (w == venster_) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     std::optional<std::string> leesHier(const std::string& doel, Time tijd) {
         const Atom eigenschap = x_.atoom("LEES");
-        XConvertSelection(d_, x_.atoom("CLIPBOARD"), x_.atoom(doel.c_str()), eigenschap,
-                          vensters_[0], tijd);
+        XConvertSelection(d_, x_.atoom("CLIPBOARD"), x_.atoom(doel.c_str()), eigenschap, venster_,
+                          tijd);
         XEvent e;
         if (!wacht(e, [](const XEvent& g) { return g.type == SelectionNotify; }) ||
             e.xselection.property == None) {
             return std::nullopt;
         }
-        auto antwoord = x_.leesEigenschap(vensters_[0], eigenschap, true);
+        auto antwoord = x_.leesEigenschap(venster_, eigenschap, true);
         if (!antwoord || antwoord->type != x_.atoom("INCR")) {
             return antwoord ? std::optional(antwoord->bytes) : std::nullopt;
         }
@@ -147,7 +246,7 @@ class X11AndereApp {
                    g.xproperty.state == PropertyNewValue;
         })) {
             // A report without a value is the one of the INCR marker, read already.
-            if (const auto stuk = x_.leesEigenschap(vensters_[0], eigenschap, true)) {
+            if (const auto stuk = x_.leesEigenschap(venster_, eigenschap, true)) {
                 if (stuk->bytes.empty()) {
                     return heel;
                 }
@@ -170,7 +269,7 @@ class X11AndereApp {
             }
         }
         bezit_ = bewaard;
-        XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), vensters_[0], CurrentTime);
+        XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), venster_, CurrentTime);
     }
 
     void zet(Window w, Atom eigenschap, Atom type, int formaat, const void* data, std::size_t n) {
@@ -185,7 +284,10 @@ class X11AndereApp {
             return (*reinterpret_cast<P*>(a))(*g) ? True : False;
         };
         while (XCheckIfEvent(d_, &e, controle, reinterpret_cast<XPointer>(&p)) == 0) {
-            if (std::chrono::steady_clock::now() > einde) {
+            // Reading its own clipboard, the app answers itself.
+            if (XCheckTypedWindowEvent(d_, venster_, SelectionRequest, &e) != 0) {
+                dien(e.xselectionrequest);
+            } else if (std::chrono::steady_clock::now() > einde) {
                 return false;
             }
             pollfd f{ConnectionNumber(d_), POLLIN, 0};
@@ -237,6 +339,18 @@ class X11AndereApp {
         }
     }
 
+    void toetsIn(XKeyEvent& t) {
+        {
+            const std::lock_guard s(slot_);
+            toetsen_.push_back(t);
+        }
+        const KeySym s = XLookupKeysym(&t, 0);
+        if (plakt_ && (s == XK_v || s == XK_V) && (t.state & ControlMask) != 0) {
+            ++((t.state & ShiftMask) != 0 ? veld_.ctrlShiftV : veld_.ctrlV);
+            veld_.tekst += leesHier("UTF8_STRING", t.time).value_or("");
+        }
+    }
+
     void lus() {
         while (!stop_) {
             std::vector<std::function<void()>> taken;
@@ -255,8 +369,10 @@ class X11AndereApp {
                 } else if (e.type == PropertyNotify) {
                     volgendDeel(e.xproperty);
                 } else if (e.type == KeyPress) {
-                    const std::lock_guard s(slot_);
-                    toetsen_.push_back(e.xkey);
+                    toetsIn(e.xkey);
+                } else if (e.type == ClientMessage && e.xclient.data.l[0] == 1 &&
+                           e.xclient.message_type == x_.atoom("_NET_ACTIVE_WINDOW")) {
+                    appVroegActief_ = e.xclient.window;
                 }
             }
             XFlush(d_);
@@ -266,12 +382,15 @@ class X11AndereApp {
     }
 
     static constexpr std::size_t deelGrootte = 64 * 1024;
-    X11Verbinding& onze_;
+    X11Verbinding* onze_;
+    const bool plakt_;
     X11Verbinding x_;
     Display* d_;
-    Window vensters_[2] = {None, None};
+    Window venster_ = None;
     std::map<std::string, std::string> bezit_;
     std::optional<Uitgaand> uitgaand_;
+    Veld veld_;
+    Window appVroegActief_ = None;
     std::mutex slot_;
     std::vector<std::function<void()>> taken_;
     std::vector<XKeyEvent> toetsen_;

@@ -2,12 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <X11/Xlib.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -15,9 +10,9 @@
 #include <fstream>
 #include <string>
 #include <thread>
-#include <vector>
 
-extern char** environ;
+#include "Kind.h"
+#include "Tolmo/linux/X11Verbinding.h"
 
 namespace tolmo::nep {
 
@@ -28,39 +23,20 @@ namespace tolmo::nep {
 class XvfbServer {
   public:
     explicit XvfbServer(bool metVensterbeheer = false) {
+        // Xvfb writes the display number to the pipe's end it inherits once it accepts
+        // connections.
         int pijp[2];
-        if (::pipe2(pijp, O_CLOEXEC) != 0) {
+        if (::pipe2(pijp, O_CLOEXEC) != 0 || ::fcntl(pijp[1], F_SETFD, 0) != 0) {
             return;
         }
-        posix_spawn_file_actions_t acties;
-        posix_spawn_file_actions_init(&acties);
-        // The child's end keeps its number but loses close-on-exec through dup2.
-        posix_spawn_file_actions_adddup2(&acties, pijp[1], 3);
-        posix_spawn_file_actions_addopen(&acties, 2, "/dev/null", O_WRONLY, 0);
-        std::vector<std::string> args{
-            "Xvfb",        "-displayfd", "3",          "-nolisten",      "tcp", "-screen", "0",
-            "1280x800x24", "-noreset",   "+extension", "XInputExtension"};
-        std::vector<char*> argv;
-        for (auto& a : args) {
-            argv.push_back(a.data());
-        }
-        argv.push_back(nullptr);
-        const int fout = ::posix_spawnp(&pid_, "Xvfb", &acties, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&acties);
+        pid_ =
+            startKind({"Xvfb", "-displayfd", std::to_string(pijp[1]), "-nolisten", "tcp", "-screen",
+                       "0", "1280x800x24", "-noreset", "+extension", "XInputExtension"});
         ::close(pijp[1]);
-        if (fout != 0) {
-            pid_ = -1;
-            ::close(pijp[0]);
-            return;
-        }
-        // Xvfb writes the display number once it accepts connections.
         std::string nummer;
         pollfd p{pijp[0], POLLIN, 0};
-        while (::poll(&p, 1, 10000) > 0) {
-            char c = 0;
-            if (::read(pijp[0], &c, 1) != 1 || c == '\n') {
-                break;
-            }
+        for (char c = 0;
+             pid_ > 0 && ::poll(&p, 1, 10000) > 0 && ::read(pijp[0], &c, 1) == 1 && c != '\n';) {
             nummer += c;
         }
         ::close(pijp[0]);
@@ -75,13 +51,8 @@ class XvfbServer {
     }
 
     ~XvfbServer() {
-        for (const pid_t pid : {wmPid_, pid_}) {
-            if (pid > 0) {
-                ::kill(pid, SIGTERM);
-                int status = 0;
-                ::waitpid(pid, &status, 0);
-            }
-        }
+        stopKind(wmPid_);
+        stopKind(pid_);
         if (!rc_.empty()) {
             std::filesystem::remove(rc_);
         }
@@ -102,40 +73,13 @@ class XvfbServer {
               ("tolmo-openbox-" + std::to_string(::getpid()) + ".xml");
         std::ofstream(rc_) << R"(<openbox_config xmlns="http://openbox.org/3.4/rc">)"
                            << "<keyboard/><mouse/></openbox_config>\n";
-        posix_spawn_file_actions_t acties;
-        posix_spawn_file_actions_init(&acties);
-        posix_spawn_file_actions_addopen(&acties, 2, "/dev/null", O_WRONLY, 0);
-        std::string rc = rc_.string();
-        std::vector<std::string> args{"openbox", "--sm-disable", "--config-file", rc};
-        std::vector<char*> argv;
-        for (auto& a : args) {
-            argv.push_back(a.data());
-        }
-        argv.push_back(nullptr);
-        if (::posix_spawnp(&wmPid_, "openbox", &acties, nullptr, argv.data(), environ) != 0) {
-            wmPid_ = -1;
-        }
-        posix_spawn_file_actions_destroy(&acties);
+        wmPid_ = startKind({"openbox", "--sm-disable", "--config-file", rc_.string()});
         // A manager announces itself with _NET_SUPPORTING_WM_CHECK on the root once it runs.
-        Display* d = XOpenDisplay(naam_.c_str());
-        if (d == nullptr || wmPid_ < 0) {
-            return;
-        }
-        const Atom check = XInternAtom(d, "_NET_SUPPORTING_WM_CHECK", False);
-        for (int i = 0; i < 500 && !wmKlaar_; ++i) {
-            Atom type = None;
-            int formaat = 0;
-            unsigned long n = 0, rest = 0;
-            unsigned char* p = nullptr;
-            XGetWindowProperty(d, DefaultRootWindow(d), check, 0, 1, False, AnyPropertyType, &type,
-                               &formaat, &n, &rest, &p);
-            wmKlaar_ = n > 0;
-            if (p != nullptr) {
-                XFree(p);
-            }
+        const X11Verbinding x(naam_.c_str());
+        for (int i = 0; i < 500 && wmPid_ > 0 && !wmKlaar_; ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            wmKlaar_ = x.leesGetal(x.wortel(), x.atoom("_NET_SUPPORTING_WM_CHECK")).has_value();
         }
-        XCloseDisplay(d);
     }
 
     pid_t pid_ = -1;

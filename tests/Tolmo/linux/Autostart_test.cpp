@@ -1,9 +1,10 @@
 #include "Tolmo/linux/Autostart.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
+
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
@@ -26,9 +27,8 @@ TEST(AutostartTest, TheExecLineSurvivesUnusualPaths) {
 }
 
 TEST(AutostartTest, OnAndOff) {
-    const fs::path map = fs::temp_directory_path() / ("tolmo-auto-" + std::to_string(::getpid()));
-    const fs::path bestand = map / "autostart" / "tolmo-app.desktop";
-    fs::remove_all(map);
+    const nep::TijdelijkeMap map;
+    const fs::path bestand = map.pad() / "autostart" / "tolmo-app.desktop";
     EXPECT_FALSE(Autostart::aan(bestand));
     Autostart::zetAan(bestand, "/usr/bin/tolmo-app");
     EXPECT_TRUE(Autostart::aan(bestand));
@@ -45,7 +45,6 @@ TEST(AutostartTest, OnAndOff) {
     }
     Autostart::zetUit(bestand);
     EXPECT_FALSE(fs::exists(bestand));
-    fs::remove_all(map);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace {
 using Uitkomst = CombinatieOpname::Uitkomst;
 using M = Toetscombinatie::Modificaties;
 
+// The settings window's recorder test presses Shift-K, Escape, Control alone and Control-Alt-J;
+// the other keys are here.
 TEST(InstellingenKeuzes, AKeyPressWhileRecordingBecomesACombinationOrARefusal) {
     struct Geval {
         KeySym keysym;
@@ -25,13 +27,10 @@ TEST(InstellingenKeuzes, AKeyPressWhileRecordingBecomesACombinationOrARefusal) {
              Geval{XK_K, ShiftMask | Mod4Mask, Uitkomst::geldig, "⇧⌘K"},
              Geval{XK_space, ControlMask, Uitkomst::geldig, "⌃Spatie"},
              Geval{XK_F5, Mod4Mask, Uitkomst::geldig, "⌘F5"},
-             Geval{XK_K, ShiftMask, Uitkomst::ongeldig, ""},
              Geval{XK_d, 0, Uitkomst::ongeldig, ""},
              // A key the stored combination could not be grabbed by again.
              Geval{XK_eacute, ControlMask, Uitkomst::ongeldig, ""},
-             Geval{XK_Escape, 0, Uitkomst::afgebroken, ""},
              Geval{XK_Escape, ControlMask | Mod1Mask, Uitkomst::afgebroken, ""},
-             Geval{XK_Control_L, ControlMask, std::nullopt, ""},
              Geval{XK_ISO_Level3_Shift, 0, std::nullopt, ""},
          }) {
         const auto o = InstellingenKeuzes::opname(g.keysym, g.mods);
@@ -57,14 +56,14 @@ TEST(InstellingenKeuzes, AKeyIsTrimmedAndRefusedWithSpacesOrBrokenText) {
         std::string fout;
     };
     for (const Geval& g :
-         {Geval{"  sk-abc123\n", "sk-abc123", ""}, Geval{"sk-abc 123", std::nullopt, "spaties"},
-          Geval{"OpenAI: sk-abc", std::nullopt, "spaties"},
-          Geval{"sk-\xff\xfe", std::nullopt, "ongeldige tekens"},
-          Geval{" \t", std::nullopt, "Vul eerst"}}) {
+         {Geval{"  sk-abc123\n", "sk-abc123", ""},
+          Geval{"OpenAI: sk-abc", std::nullopt, "Deze sleutel bevat spaties. Er is niets bewaard."},
+          Geval{"sk-\xff\xfe", std::nullopt,
+                "Deze sleutel bevat ongeldige tekens. Er is niets bewaard."},
+          Geval{" \t", std::nullopt, "Vul eerst een sleutel in."}}) {
         const auto s = InstellingenKeuzes::sleutel(g.invoer);
         EXPECT_EQ(s.sleutel, g.sleutel) << g.invoer;
-        EXPECT_NE(s.fout.find(g.fout), std::string::npos) << s.fout;
-        EXPECT_EQ(s.fout.empty(), s.sleutel.has_value());
+        EXPECT_EQ(s.fout, g.fout);
     }
 }
 
@@ -72,15 +71,12 @@ TEST(InstellingenKeuzes, RoutesAndTheMenuTitle) {
     for (const RouteKeuze r : InstellingenKeuzes::routes) {
         EXPECT_EQ(InstellingenKeuzes::route(InstellingenKeuzes::motor(r)), r);
     }
-    EXPECT_EQ(InstellingenKeuzes::motor(RouteKeuze::europa), Motor::mistral);
     EXPECT_EQ(InstellingenKeuzes::route(Motor::tolmo), std::nullopt);
 
     const auto d = MacInstellingen::standaard().wisselSneltoets;
     const auto stand = [](DictaatRegelaar::Toestand t) {
         return MenuStand::van(t, std::nullopt, TolmoInstellingen::standaard());
     };
-    EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::klaar), d),
-              "Start dicteren (⌃⌥D)");
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::neemtOp), d),
               "Stop dicteren (⌃⌥D)");
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::verwerken), d),

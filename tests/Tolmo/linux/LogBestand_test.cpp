@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include "nep/TijdelijkeOpname.h"
@@ -11,12 +13,9 @@ namespace tolmo {
 namespace {
 
 std::size_t regelsIn(const std::filesystem::path& pad) {
-    std::ifstream in(pad);
-    std::size_t n = 0;
-    for (std::string r; std::getline(in, r);) {
-        ++n;
-    }
-    return n;
+    std::stringstream in;
+    in << std::ifstream(pad).rdbuf();
+    return static_cast<std::size_t>(std::ranges::count(in.str(), '\n'));
 }
 
 TEST(LogBestand, BewaartRegelsBegrensdEnOverleeftEenAfgebrokenRegel) {

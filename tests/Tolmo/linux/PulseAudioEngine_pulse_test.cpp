@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <thread>
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
 #include "Tolmo/linux/SoxrOmzetter.h"
@@ -21,37 +20,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Polls until the condition holds or the time is up; real devices need real time.
-template <typename F>
-bool wachtTot(F&& voorwaarde, std::chrono::milliseconds maximaal = 5000ms) {
-    const auto einde = std::chrono::steady_clock::now() + maximaal;
-    while (!voorwaarde()) {
-        if (std::chrono::steady_clock::now() > einde) {
-            return false;
-        }
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
+using nep::wachtTot;
 
-struct PulseOpstelling {
-    nep::PulseDaemon daemon;
-    std::unique_ptr<PulseAudioEngine> engine;
-    SoxrOmzetter::Maker omzetters;
-    WavSchrijver::Maker schrijvers;
-    nep::TijdelijkeMap map;
-    std::unique_ptr<AudioOpnemer> opnemer;
-    std::atomic<int> wijzigingen{0};
-
-    bool maak() {
-        if (!daemon.fout().empty()) {
-            ADD_FAILURE() << daemon.fout();
-            return false;
-        }
+class PulseAudioEngineTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(daemon.fout(), "");
         engine = std::make_unique<PulseAudioEngine>();
         opnemer = std::make_unique<AudioOpnemer>(*engine, omzetters, schrijvers, map.pad());
         opnemer->zetOpConfiguratieWijziging([this] { ++wijzigingen; });
-        return true;
     }
 
     // Records until `seconden` of audio have come in.
@@ -61,32 +38,38 @@ struct PulseOpstelling {
         EXPECT_TRUE(wachtTot([&] { return opnemer->bufferTeller() - begin >= buffers; }))
             << opnemer->bufferTeller();
     }
+
+    nep::PulseDaemon daemon;
+    std::unique_ptr<PulseAudioEngine> engine;
+    SoxrOmzetter::Maker omzetters;
+    WavSchrijver::Maker schrijvers;
+    nep::TijdelijkeMap map;
+    std::unique_ptr<AudioOpnemer> opnemer;
+    std::atomic<int> wijzigingen{0};
 };
 
-TEST(PulseAudioEngine, RecordsSpeechFromTheDefaultSource) {
-    PulseOpstelling o;
-    ASSERT_TRUE(o.maak());
-    EXPECT_EQ(o.engine->invoerFormaat(), (InvoerFormaat{48000, 2}));
-    EXPECT_EQ(o.engine->standaardInvoerTransport(), AudioEngine::Transport::anders);
+TEST_F(PulseAudioEngineTest, RecordsSpeechFromTheDefaultSource) {
+    EXPECT_EQ(engine->invoerFormaat(), (InvoerFormaat{48000, 2}));
+    EXPECT_EQ(engine->standaardInvoerTransport(), AudioEngine::Transport::anders);
 
-    const auto zin = o.daemon.spraak(
+    const auto zin = daemon.spraak(
         "Dit is een proef van de opname. De microfoon neemt deze zin op en zet hem om naar "
         "zestien kilohertz.");
     ASSERT_FALSE(zin.empty()) << "espeak-ng";
     auto kanaal = std::make_shared<NiveauKanaal>();
-    o.opnemer->zetNiveauKanaal(kanaal);
+    opnemer->zetNiveauKanaal(kanaal);
 
     // Noise suppression is asked for but the server has none: the recording goes on without.
-    o.opnemer->startEngineMetRuisonderdrukking(true);
-    EXPECT_FALSE(o.opnemer->ruisonderdrukkingActief());
-    EXPECT_FALSE(o.opnemer->ruisonderdrukkingOvergeslagenBluetooth());
-    o.opnemer->start(AudioFormaat::wav);
-    o.daemon.speelAf(zin);
-    o.neemOp(2.0, 48000);
+    opnemer->startEngineMetRuisonderdrukking(true);
+    EXPECT_FALSE(opnemer->ruisonderdrukkingActief());
+    EXPECT_FALSE(opnemer->ruisonderdrukkingOvergeslagenBluetooth());
+    opnemer->start(AudioFormaat::wav);
+    daemon.speelAf(zin);
+    neemOp(2.0, 48000);
     const auto s = kanaal->lees();
-    const Opname opname = o.opnemer->rondAf();
-    o.engine->stop();
-    o.engine->verwijderTap();
+    const Opname opname = opnemer->rondAf();
+    engine->stop();
+    engine->verwijderTap();
 
     EXPECT_FALSE(opname.onvolledig);
     EXPECT_EQ(opname.meting.sampleRate, 48000);
@@ -107,55 +90,52 @@ TEST(PulseAudioEngine, RecordsSpeechFromTheDefaultSource) {
 
 // A user's sound server restarts now and then (an update, PipeWire's pulse server crashing):
 // the next dictation must work without restarting the app.
-TEST(PulseAudioEngine, TheNextRecordingWorksAfterTheServerRestarted) {
-    PulseOpstelling o;
-    ASSERT_TRUE(o.maak());
+TEST_F(PulseAudioEngineTest, TheNextRecordingWorksAfterTheServerRestarted) {
     for (int ronde = 0; ronde < 2; ++ronde) {
         SCOPED_TRACE(ronde);
         if (ronde == 1) {
-            o.daemon.herstart();
-            ASSERT_EQ(o.daemon.fout(), "");
+            daemon.herstart();
+            ASSERT_EQ(daemon.fout(), "");
         }
-        o.opnemer->startEngine(false);
-        o.opnemer->start(AudioFormaat::wav);
-        o.neemOp(0.5, 48000);
-        const Opname opname = o.opnemer->rondAf();
-        o.engine->stop();
-        o.engine->verwijderTap();
+        opnemer->startEngine(false);
+        opnemer->start(AudioFormaat::wav);
+        neemOp(0.5, 48000);
+        const Opname opname = opnemer->rondAf();
+        engine->stop();
+        engine->verwijderTap();
         EXPECT_FALSE(opname.onvolledig);
         EXPECT_NEAR(opname.meting.duur(), 0.5, 0.1);
     }
 }
 
-TEST(PulseAudioEngine, DeviceChangesDuringARecording) {
-    PulseOpstelling o;
-    ASSERT_TRUE(o.maak());
-    const auto zin = o.daemon.spraak("Een twee drie vier vijf zes zeven acht negen tien.");
-    o.opnemer->startEngineMetRuisonderdrukking(false);
-    o.opnemer->start(AudioFormaat::wav);
-    o.daemon.speelAf(zin);
-    o.neemOp(0.5, 48000);
+TEST_F(PulseAudioEngineTest, DeviceChangesDuringARecording) {
+    const auto zin = daemon.spraak("Een twee drie vier vijf zes zeven acht negen tien.");
+    opnemer->startEngineMetRuisonderdrukking(false);
+    opnemer->start(AudioFormaat::wav);
+    daemon.speelAf(zin);
+    neemOp(0.5, 48000);
 
     // A 16 kHz mono source becomes the default: one report, and the recording goes on.
-    ASSERT_EQ(o.daemon.pactl({"load-module", "module-null-sink", "sink_name=tweede",
-                              "format=float32le", "rate=16000", "channels=1"}),
-              0);
-    ASSERT_EQ(o.daemon.pactl({"set-default-source", "tweede.monitor"}), 0);
-    ASSERT_TRUE(wachtTot([&] { return o.wijzigingen > 0; }));
-    EXPECT_EQ(o.opnemer->herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
-    EXPECT_EQ(o.engine->invoerFormaat(), (InvoerFormaat{16000, 1}));
-    const int na1 = o.wijzigingen;
-    o.neemOp(0.5, 16000);
+    ASSERT_EQ(
+        nep::PulseDaemon::voerUit({"pactl", "load-module", "module-null-sink", "sink_name=tweede",
+                                   "format=float32le", "rate=16000", "channels=1"}),
+        0);
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "set-default-source", "tweede.monitor"}), 0);
+    ASSERT_TRUE(wachtTot([&] { return wijzigingen > 0; }));
+    EXPECT_EQ(opnemer->herstartNaWijziging(), FormaatBesluit::omzetterVernieuwen);
+    EXPECT_EQ(engine->invoerFormaat(), (InvoerFormaat{16000, 1}));
+    const int na1 = wijzigingen;
+    neemOp(0.5, 16000);
 
     // The source disappears: reported.
-    ASSERT_EQ(o.daemon.pactl({"unload-module", "module-null-sink"}), 0);
-    ASSERT_TRUE(wachtTot([&] { return o.wijzigingen > na1; }));
-    const FormaatBesluit besluit = o.opnemer->herstartNaWijziging();
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "unload-module", "module-null-sink"}), 0);
+    ASSERT_TRUE(wachtTot([&] { return wijzigingen > na1; }));
+    const FormaatBesluit besluit = opnemer->herstartNaWijziging();
     // Unloading every null sink leaves no source: the recording is finished with what it has.
     EXPECT_EQ(besluit, FormaatBesluit::afrondenMetDeelopname);
 
-    const Opname opname = o.opnemer->rondAf();
-    o.engine->stop();
+    const Opname opname = opnemer->rondAf();
+    engine->stop();
     EXPECT_FALSE(opname.onvolledig);
     std::string fout;
     const auto wav = nep::leesWav(opname.bestand, fout);
@@ -165,31 +145,29 @@ TEST(PulseAudioEngine, DeviceChangesDuringARecording) {
     EXPECT_NEAR(wav->duur(), opname.meting.duur(), 0.02);
 
     // Idle now: a further change decides nothing.
-    ASSERT_EQ(o.daemon.pactl({"load-module", "module-null-sink", "sink_name=derde"}), 0);
-    EXPECT_EQ(o.opnemer->herstartNaWijziging(), FormaatBesluit::geenDictaat);
+    ASSERT_EQ(
+        nep::PulseDaemon::voerUit({"pactl", "load-module", "module-null-sink", "sink_name=derde"}),
+        0);
+    EXPECT_EQ(opnemer->herstartNaWijziging(), FormaatBesluit::geenDictaat);
 }
 
-TEST(PulseAudioEngine, BluetoothSourceSkipsVoiceProcessing) {
-    PulseOpstelling o;
-    ASSERT_TRUE(o.maak());
-    ASSERT_EQ(o.daemon.pactl({"load-module", "module-virtual-source", "source_name=bt",
-                              "master=nul.monitor", "source_properties=device.bus=bluetooth"}),
+TEST_F(PulseAudioEngineTest, BluetoothSkipsVoiceProcessingAndNoSourceMeansNoInput) {
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "load-module", "module-virtual-source",
+                                         "source_name=bt", "master=nul.monitor",
+                                         "source_properties=device.bus=bluetooth"}),
               0);
-    ASSERT_EQ(o.daemon.pactl({"set-default-source", "bt"}), 0);
-    EXPECT_TRUE(wachtTot([&] { return o.opnemer->isBluetoothInvoer(); }));
-    o.opnemer->startEngineMetRuisonderdrukking(true);
-    EXPECT_TRUE(o.opnemer->ruisonderdrukkingOvergeslagenBluetooth());
-    EXPECT_FALSE(o.opnemer->ruisonderdrukkingActief());
-    o.engine->stop();
-}
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "set-default-source", "bt"}), 0);
+    EXPECT_TRUE(wachtTot([&] { return opnemer->isBluetoothInvoer(); }));
+    opnemer->startEngineMetRuisonderdrukking(true);
+    EXPECT_TRUE(opnemer->ruisonderdrukkingOvergeslagenBluetooth());
+    EXPECT_FALSE(opnemer->ruisonderdrukkingActief());
+    engine->stop();
 
-TEST(PulseAudioEngine, NoSourceMeansNoInput) {
-    PulseOpstelling o;
-    ASSERT_TRUE(o.maak());
-    ASSERT_EQ(o.daemon.pactl({"unload-module", "module-null-sink"}), 0);
-    EXPECT_TRUE(wachtTot([&] { return !o.engine->invoerFormaat().isGeldig(); }));
+    // The last source goes (the virtual one with its master): nothing to record from.
+    ASSERT_EQ(nep::PulseDaemon::voerUit({"pactl", "unload-module", "module-null-sink"}), 0);
+    EXPECT_TRUE(wachtTot([&] { return !engine->invoerFormaat().isGeldig(); }));
     try {
-        o.opnemer->startEngine(false);
+        opnemer->startEngine(false);
         ADD_FAILURE() << "gestart zonder bron";
     } catch (const OpnameFout& f) {
         EXPECT_EQ(f, OpnameFout::geenInvoer());

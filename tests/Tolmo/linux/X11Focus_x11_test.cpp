@@ -18,7 +18,8 @@ TEST(X11Focus, ReportsTheActiveAppAndItsFocusedWindow) {
     const X11Focus focus(onze);
     EXPECT_FALSE(focus.huidig());
 
-    nep::X11AndereApp app(onze);
+    nep::X11AndereApp app(&onze);
+    nep::X11AndereApp zelfdeApp(&onze);
     app.vooraan("xterm", "XTerm", 4242);
     const auto eerst = focus.huidig();
     const auto weer = focus.huidig();
@@ -30,7 +31,7 @@ TEST(X11Focus, ReportsTheActiveAppAndItsFocusedWindow) {
     EXPECT_EQ(*eerst->veld, *weer->veld);
 
     // The same app, its other window focused.
-    app.vooraan("xterm", "XTerm", 4242, 1);
+    zelfdeApp.vooraan("xterm", "XTerm", 4242);
     const auto ander = focus.huidig();
     ASSERT_TRUE(ander && ander->veld);
     EXPECT_FALSE(*ander->veld == *eerst->veld);

@@ -4,16 +4,14 @@
 #include "Tolmo/linux/X11ToetsBron.h"
 
 #include <X11/XKBlib.h>
-#include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
-#include <poll.h>
 
 #include <chrono>
-#include <initializer_list>
 #include <optional>
 #include <vector>
 
 #include "Tolmo/linux/X11Toetsen.h"
+#include "nep/X11AndereApp.h"
 #include "nep/XvfbServer.h"
 
 namespace tolmo {
@@ -66,37 +64,21 @@ class X11ToetsBronTest : public ::testing::Test {
   protected:
     nep::XvfbServer server;
     X11Verbinding app;
-    // The keyboard and the other applications.
+    // The other applications, and the keyboard.
     X11Verbinding ander;
+    nep::X11AndereApp toetsenbord{&app};
 
     KeyCode code(KeySym s) { return XKeysymToKeycode(ander.display(), s); }
-    void toets(KeySym s, bool omlaag) {
-        XTestFakeKeyEvent(ander.display(), code(s), omlaag ? True : False, CurrentTime);
-        XSync(ander.display(), False);
-    }
-    // Presses the keys in order and releases them in reverse.
-    void druk(std::initializer_list<KeySym> toetsen) {
-        for (const KeySym s : toetsen) {
-            toets(s, true);
-        }
-        for (auto it = std::rbegin(toetsen); it != std::rend(toetsen); ++it) {
-            toets(*it, false);
-        }
-    }
     // Hands the app what the server sent it until klaar() holds; one round without a wait.
     template <typename F>
     bool pomp(F klaar, std::chrono::milliseconds wacht = std::chrono::seconds(2)) {
-        const auto tot = std::chrono::steady_clock::now() + wacht;
-        do {
-            XSync(app.display(), False);
-            app.verwerk();
-            if (klaar()) {
-                return true;
-            }
-            pollfd p{app.descriptor(), POLLIN, 0};
-            ::poll(&p, 1, 20);
-        } while (std::chrono::steady_clock::now() < tot);
-        return false;
+        return nep::wachtTot(
+            [&] {
+                XSync(app.display(), False);
+                app.verwerk();
+                return klaar();
+            },
+            wacht);
     }
     void pompEenmaal() {
         pomp([] { return false; }, {});
@@ -122,7 +104,7 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
     const auto tap = bron.maakTap([&](const auto& g) { gezien.push_back(g); }, {});
     ASSERT_NE(tap, nullptr);
     // Off: nothing is delivered.
-    druk({XK_Alt_L});
+    toetsenbord.druk({XK_Alt_L});
     pompEenmaal();
     EXPECT_TRUE(gezien.empty());
     EXPECT_FALSE(tap->isAan());
@@ -147,7 +129,7 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
     };
     for (std::size_t i = 0; i < std::size(stappen); ++i) {
         gezien.clear();
-        toets(stappen[i].keysym, stappen[i].omlaag);
+        toetsenbord.toets(stappen[i].keysym, stappen[i].omlaag);
         pomp([&] { return !gezien.empty(); },
              std::chrono::milliseconds(stappen[i].verwacht ? 2000 : 0));
         const std::vector<ToetsBron::Gebeurtenis> verwacht =
@@ -156,9 +138,9 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
         EXPECT_EQ(gezien, verwacht) << "stap " << i;
     }
 
-    toets(XK_Alt_R, true);
+    toetsenbord.toets(XK_Alt_R, true);
     EXPECT_EQ(bron.sessieVlaggen(), V{rOpt});
-    toets(XK_Alt_R, false);
+    toetsenbord.toets(XK_Alt_R, false);
     EXPECT_EQ(bron.sessieVlaggen(), V{0});
     pompEenmaal();
 
@@ -167,11 +149,11 @@ TEST_F(X11ToetsBronTest, TapFollowsModifiersPerSide) {
                             CurrentTime),
               GrabSuccess);
     gezien.clear();
-    toets(XK_Super_R, true);
+    toetsenbord.toets(XK_Super_R, true);
     EXPECT_TRUE(pomp([&] { return !gezien.empty(); }));
     EXPECT_EQ(gezien, (std::vector<ToetsBron::Gebeurtenis>{
                           {Soort::modificatie, 54, {V::command | V::rechterCommand}}}));
-    toets(XK_Super_R, false);
+    toetsenbord.toets(XK_Super_R, false);
 }
 
 TEST_F(X11ToetsBronTest, ToggleCombinationIsGrabbedWhileRegistered) {
@@ -189,14 +171,14 @@ TEST_F(X11ToetsBronTest, ToggleCombinationIsGrabbedWhileRegistered) {
 
     auto wissel = bron.registreerWissel(combinatie);
     ASSERT_NE(wissel, nullptr);
-    druk({XK_Control_L, XK_Alt_L, XK_d});
+    toetsenbord.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(pomp([&] { return gedrukt == 1; }));
 
-    druk({XK_Num_Lock});
+    toetsenbord.druk({XK_Num_Lock});
     XkbStateRec stand{};
     XkbGetState(app.display(), XkbUseCoreKbd, &stand);
     ASSERT_NE(stand.locked_mods & Mod2Mask, 0U);
-    druk({XK_Control_L, XK_Alt_L, XK_d});
+    toetsenbord.druk({XK_Control_L, XK_Alt_L, XK_d});
     EXPECT_TRUE(pomp([&] { return gedrukt == 2; }));
 
     // Only the combination is taken from the other applications.
@@ -212,11 +194,11 @@ TEST_F(X11ToetsBronTest, EscOnlyWhileArmed) {
     X11EscBron esc(app);
     int gezien = 0;
     esc.wacht([&] { ++gezien; });
-    druk({XK_Escape});
+    toetsenbord.druk({XK_Escape});
     EXPECT_TRUE(pomp([&] { return gezien == 1; }));
 
     esc.stopWachten();
-    druk({XK_Escape});
+    toetsenbord.druk({XK_Escape});
     pompEenmaal();
     EXPECT_EQ(gezien, 1);
     // Released for the other applications.

@@ -9,46 +9,34 @@
 #include <sstream>
 
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "nep/TijdelijkeOpname.h"
 
 namespace tolmo {
 namespace {
 
 namespace fs = std::filesystem;
 
-class XdgOpslagTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        map_ = fs::temp_directory_path() /
-               ("tolmo-xdg-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(map_);
-    }
-    void TearDown() override { fs::remove_all(map_); }
+std::string inhoud(const fs::path& p) {
+    std::stringstream s;
+    s << std::ifstream(p).rdbuf();
+    return s.str();
+}
 
-    static std::string inhoud(const fs::path& p) {
-        std::ifstream in(p);
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
-
-    fs::path map_;
-};
-
-TEST_F(XdgOpslagTest, SettingsSurviveARestart) {
+TEST(XdgOpslag, SettingsSurviveARestart) {
+    const nep::TijdelijkeMap map;
     TolmoInstellingen s = TolmoInstellingen::standaard();
     s.motor = Motor::test;
     s.woorden = {"Tolmo", "Jan de Vries"};
     {
-        XdgOpslag groep(map_, "group.app.tolmo");
-        XdgOpslag standaard(map_, "app.tolmo");
+        XdgOpslag groep(map.pad(), "group.app.tolmo");
+        XdgOpslag standaard(map.pad(), "app.tolmo");
         GedeeldeOpslag opslag(groep, standaard);
         opslag.bewaar(s);
         opslag.zetToonBalk(false);
         EXPECT_TRUE(opslag.migreerRuisonderdrukkingUit());
     }
-    XdgOpslag groep(map_, "group.app.tolmo");
-    XdgOpslag standaard(map_, "app.tolmo");
+    XdgOpslag groep(map.pad(), "group.app.tolmo");
+    XdgOpslag standaard(map.pad(), "app.tolmo");
     GedeeldeOpslag opslag(groep, standaard);
     s.ruisonderdrukking = false;
     EXPECT_EQ(opslag.laad(), s);
@@ -56,12 +44,13 @@ TEST_F(XdgOpslagTest, SettingsSurviveARestart) {
     EXPECT_FALSE(opslag.migreerRuisonderdrukkingUit());
 
     struct stat st {};
-    ASSERT_EQ(::stat((map_ / "group.app.tolmo.json").c_str(), &st), 0);
+    ASSERT_EQ(::stat((map.pad() / "group.app.tolmo.json").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600U);
 }
 
-TEST_F(XdgOpslagTest, ACrashBeforeTheRenameLeavesTheOldDocument) {
-    XdgOpslag opslag(map_, "group.app.tolmo");
+TEST(XdgOpslag, ACrashBeforeTheRenameLeavesTheOldDocument) {
+    const nep::TijdelijkeMap map;
+    XdgOpslag opslag(map.pad(), "group.app.tolmo");
     opslag.zet("instellingen", std::string(R"({"motor":"mistral"})"));
     const std::string voor = inhoud(opslag.bestand());
 
@@ -78,47 +67,39 @@ TEST_F(XdgOpslagTest, ACrashBeforeTheRenameLeavesTheOldDocument) {
     ASSERT_EQ(WEXITSTATUS(status), 0) << "the child must have died at the rename";
 
     EXPECT_EQ(inhoud(opslag.bestand()), voor);
-    XdgOpslag opnieuw(map_, "group.app.tolmo");
+    XdgOpslag opnieuw(map.pad(), "group.app.tolmo");
     nlohmann::json j = nlohmann::json::parse(std::get<std::string>(*opnieuw.lees("instellingen")));
     EXPECT_EQ(j["motor"], "mistral");
 }
 
-TEST_F(XdgOpslagTest, AnUnreadableDocumentIsKeptAsideAndLogged) {
-    fs::create_directories(map_);
-    const fs::path bestand = map_ / "group.app.tolmo.json";
-    std::ofstream(bestand) << "{ dit is geen json";
-    std::vector<std::string> log;
-    XdgOpslag opslag(map_, "group.app.tolmo",
-                     [&](const std::string& regel) { log.push_back(regel); });
-
-    EXPECT_FALSE(opslag.lees("instellingen"));
-    ASSERT_EQ(log.size(), 1U);
-    EXPECT_NE(log[0].find("geen geldige JSON"), std::string::npos) << log[0];
-    int opzij = 0;
-    for (const auto& e : fs::directory_iterator(map_)) {
-        if (e.path().filename().string().starts_with("group.app.tolmo.json.onleesbaar-")) {
-            ++opzij;
-            EXPECT_EQ(inhoud(e.path()), "{ dit is geen json");
-        }
+TEST(XdgOpslag, AnUnreadableDocumentIsKeptAsideAndLogged) {
+    for (const auto& [bytes, reden] : {std::pair{"{ dit is geen json", "geen geldige JSON"},
+                                       std::pair{"[1, 2]", "geen JSON-object"}}) {
+        const nep::TijdelijkeMap map;
+        const fs::path bestand = map.schrijf("group.app.tolmo.json", bytes);
+        std::vector<std::string> log;
+        XdgOpslag opslag(map.pad(), "group.app.tolmo",
+                         [&](const std::string& regel) { log.push_back(regel); });
+        EXPECT_FALSE(opslag.lees("instellingen"));
+        // The document is put aside whole, beside where it was.
+        ASSERT_FALSE(fs::is_empty(map.pad()));
+        const fs::path opzij = fs::directory_iterator(map.pad())->path();
+        EXPECT_TRUE(opzij.filename().string().starts_with("group.app.tolmo.json.onleesbaar-"));
+        EXPECT_EQ(inhoud(opzij), bytes);
+        EXPECT_EQ(log, std::vector<std::string>{"Instellingen in " + bestand.string() +
+                                                " onleesbaar (" + reden + "); bewaard als " +
+                                                opzij.string() + ", standaardwaarden gebruikt"});
+        EXPECT_EQ(GedeeldeOpslag(opslag, opslag).laad(), TolmoInstellingen::standaard());
     }
-    EXPECT_EQ(opzij, 1);
-
-    GedeeldeOpslag gedeeld(opslag, opslag);
-    EXPECT_EQ(gedeeld.laad(), TolmoInstellingen::standaard());
 }
 
-TEST_F(XdgOpslagTest, ConfigFolderFollowsXdg) {
-    const char* oud = std::getenv("XDG_CONFIG_HOME");
-    const std::string bewaard = oud != nullptr ? oud : "";
-    ::setenv("XDG_CONFIG_HOME", "/tmp/xdg-test", 1);
-    EXPECT_EQ(XdgOpslag::configMap(), fs::path("/tmp/xdg-test/tolmo"));
-    ::setenv("XDG_CONFIG_HOME", "relatief", 1);  // not absolute: ignored
-    EXPECT_EQ(XdgOpslag::configMap(), fs::path(std::getenv("HOME")) / ".config" / "tolmo");
-    if (oud != nullptr) {
-        ::setenv("XDG_CONFIG_HOME", bewaard.c_str(), 1);
-    } else {
-        ::unsetenv("XDG_CONFIG_HOME");
+TEST(XdgOpslag, ConfigFolderFollowsXdg) {
+    {
+        const nep::OmgevingsVariabele xdg("XDG_CONFIG_HOME", "/tmp/xdg-test");
+        EXPECT_EQ(XdgOpslag::configMap(), fs::path("/tmp/xdg-test/tolmo"));
     }
+    const nep::OmgevingsVariabele xdg("XDG_CONFIG_HOME", "relatief");  // not absolute: ignored
+    EXPECT_EQ(XdgOpslag::configMap(), fs::path(std::getenv("HOME")) / ".config" / "tolmo");
 }
 
 }  // namespace
