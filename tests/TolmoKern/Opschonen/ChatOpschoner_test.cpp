@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TolmoKern/Tekst/Tekst.h"
+
 namespace tolmo {
 namespace {
 
@@ -78,11 +80,7 @@ TEST(ChatOpschoner, PromptAssembly) {
 
 TEST(ChatOpschoner, LengthAndQuantities) {
     // 105 characters, 210 bytes: 1.3 × 105 = 136.5, and the budget is 136 + 30, rounded down.
-    std::string ruw;
-    for (int i = 0; i < 105; ++i) {
-        ruw += "é";
-    }
-    EXPECT_EQ(ChatOpschoner::tokenBudget(ruw), 166);
+    EXPECT_EQ(ChatOpschoner::tokenBudget(Tekst::utf8(std::u32string(105, U'é'))), 166);
     EXPECT_EQ(ChatOpschoner::tokenBudget(""), 30);
 
     const std::pair<const char*, std::int64_t> gevallen[] = {

@@ -86,13 +86,10 @@ TEST(Schrijfstijl, GenormaliseerdeVoorbeelden) {
     // 400 characters exactly stay whole; the 401st goes, even when a character is many bytes.
     const std::string precies = std::string(399, 'x') + familie;
     const std::string teLang = std::string(399, 'x') + familie + accent;
-    const std::string accenten = [&] {
-        std::string s;
-        for (int i = 0; i < 401; ++i) {
-            s += accent;
-        }
-        return s;
-    }();
+    std::string accenten;
+    for (int i = 0; i < 401; ++i) {
+        accenten += accent;
+    }
     const auto uit = Schrijfstijl::genormaliseerdeVoorbeelden({precies, teLang, accenten});
     EXPECT_EQ(uit[0], precies);
     EXPECT_EQ(uit[1], precies);
