@@ -20,17 +20,14 @@ namespace tolmo::nep {
 // shared log, so a test sees the calls of the light variant too.
 class NepOpschoner final : public Opschoner {
   public:
-    struct AndereFout {};
     // Something that is not even a std::exception.
     struct VreemdeFout {};
-    using Antwoord = std::variant<OpschoonUitkomst, HerkenningsFout, AndereFout, VreemdeFout>;
+    using Antwoord = std::variant<OpschoonUitkomst, HerkenningsFout, VreemdeFout>;
 
     struct Aanroep {
         Opschoonniveau niveau;
         std::string tekst;
-        std::vector<std::string> woorden;
         Stijl stijl;
-        bool spraakopdrachtenActief;
     };
 
     struct Script {
@@ -53,9 +50,9 @@ class NepOpschoner final : public Opschoner {
         return std::make_unique<NepOpschoner>(niveau, script_);
     }
 
-    OpschoonUitkomst schoonOp(const std::string& tekst, const std::vector<std::string>& woorden,
-                              Stijl stijl, bool actief, StopToken) override {
-        script_->aanroepen.push_back({niveau_, tekst, woorden, stijl, actief});
+    OpschoonUitkomst schoonOp(const std::string& tekst, const std::vector<std::string>&,
+                              Stijl stijl, bool, StopToken) override {
+        script_->aanroepen.push_back({niveau_, tekst, stijl});
         if (script_->tijdensAanroep) {
             script_->tijdensAanroep();
         }
@@ -67,9 +64,6 @@ class NepOpschoner final : public Opschoner {
         rij.pop_front();
         if (auto* fout = std::get_if<HerkenningsFout>(&a)) {
             throw *fout;
-        }
-        if (std::holds_alternative<AndereFout>(a)) {
-            throw std::runtime_error("iets anders ging mis");
         }
         if (std::holds_alternative<VreemdeFout>(a)) {
             throw 42;

@@ -20,13 +20,10 @@ TEST(StartStap, BothSidesMustBeValidAndAgree) {
     };
     const Geval gevallen[] = {
         {{48000, 2}, {48000, 2}, StartStap::starten},
-        {{16000, 1}, {16000, 1}, StartStap::starten},
-        {{48000, 2}, {48000, 1}, StartStap::wachten},  // channels differ
         {{44100, 2}, {48000, 2}, StartStap::wachten},  // rate differs
         {{0, 2}, {48000, 2}, StartStap::vervallen},
         {{48000, 2}, {48000, 0}, StartStap::vervallen},
         {{-1, 1}, {-1, 1}, StartStap::vervallen},  // equal, but invalid
-        {{0, 0}, {0, 0}, StartStap::vervallen},
     };
     for (const auto& g : gevallen) {
         EXPECT_EQ(bepaalStartStap(g.invoer, g.uitvoer), g.verwacht)
@@ -37,7 +34,7 @@ TEST(StartStap, BothSidesMustBeValidAndAgree) {
 
 TEST(FormaatBesluit, EveryBranch) {
     using F = FormaatBesluit;
-    const InvoerFormaat stereo48{48000, 2}, mono16{16000, 1}, leeg{0, 0}, geenKanaal{48000, 0};
+    const InvoerFormaat stereo48{48000, 2}, mono16{16000, 1}, leeg{0, 0};
     struct Geval {
         HerstartToestand t;
         F verwacht;
@@ -50,13 +47,9 @@ TEST(FormaatBesluit, EveryBranch) {
         {{true, true, stereo48, stereo48}, F::afrondenMetDeelopname},
         {{true, false, stereo48, stereo48}, F::ongewijzigd},
         {{true, false, stereo48, mono16}, F::omzetterVernieuwen},
-        {{true, false, stereo48, {48000, 1}}, F::omzetterVernieuwen},  // only channels differ
-        {{true, false, stereo48, {44100, 2}}, F::omzetterVernieuwen},  // only rate differs
         // Old format unknown: a valid new one can never count as unchanged.
         {{true, false, std::nullopt, stereo48}, F::omzetterVernieuwen},
-        // Unusable new formats.
-        {{true, false, stereo48, leeg}, F::afrondenMetDeelopname},
-        {{true, false, stereo48, geenKanaal}, F::afrondenMetDeelopname},
+        // An unusable new format, even one equal to the old.
         {{true, false, leeg, leeg}, F::afrondenMetDeelopname},
     };
     for (std::size_t i = 0; i < std::size(gevallen); ++i) {
@@ -67,15 +60,8 @@ TEST(FormaatBesluit, EveryBranch) {
 TEST(NiveauVolger, TargetFromLevel) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::pair<double, float> gevallen[] = {
-        {AudioMeting::vloerDB, 0.0F},  // silence
-        {-60.0, 0.0F},
-        {-60.5, 0.0F},
-        {-59.0, 0.02F},
-        {-35.0, 0.5F},
-        {-10.5, 0.99F},
-        {-10.0, 1.0F},
-        {-3.0, 1.0F},
-        {6.0, 1.0F},  // clipped input is still 1
+        {-60.5, 0.0F}, {-59.0, 0.02F}, {-35.0, 0.5F},
+        {-10.0, 1.0F}, {6.0, 1.0F},  // clipped input is still 1
         {nan, 0.0F},
     };
     for (const auto& [db, verwacht] : gevallen) {
@@ -114,8 +100,6 @@ TEST(AudioMeting, BufferLevelAndStrides) {
         {0, 2048, -160},   // all zeros
         {1e-30, 1, -160},  // far below the floor
         {2048 * 0.01, 2048, -20},
-        {2048 * 1.0, 2048, 0},
-        {4.0, 1, 10 * std::log10(4.0)},
     };
     for (const auto& g : gevallen) {
         EXPECT_NEAR(AudioMeting::niveauDB(g.som, g.n), g.verwacht, 1e-9) << g.som << "/" << g.n;

@@ -18,14 +18,12 @@ TEST(Opschoonlabel, Opschoonlabels) {
     using Labels = std::vector<Opschoonlabel>;
     const Geval gevallen[] = {
         // Nothing to compare, or nothing changed once the ends are trimmed.
-        {"ok", "ok", {}},
         {" ok\n", "ok", {}},
         {"", "Ok.", {}},
         {"eh", " \n", {}},
         // Only punctuation and capitals changed.
         {"dat klopt", "Dat klopt.", {L::opgeschoond()}},
         // Only fillers went: that label alone. Fillers glued to an emoji are still words.
-        {"eh ik kom", "Ik kom.", {L::ehWeggehaald(1)}},
         {"EH ja", "Ja.", {L::ehWeggehaald(1)}},
         {"ehm👍 ja", "👍 Ja.", {L::ehWeggehaald(1)}},
         {"äh café crème", "Café crème.", {L::ehWeggehaald(1)}},
@@ -41,18 +39,13 @@ TEST(Opschoonlabel, Opschoonlabels) {
          Labels{L::ehWeggehaald(1), L::zelfcorrectie("drie", "vier")}},
         {"ik kom om drie uur nee om vier uur morgen", "Ik kom om vier uur morgen.",
          Labels{L::zelfcorrectie("drie", "vier")}},
-        {"ik wil de rode auto nee de blauwe auto", "Ik wil de blauwe auto.",
-         Labels{L::zelfcorrectie("rode", "blauwe")}},
         {"bel Anna nee Bram", "Bel Bram.", {L::zelfcorrectie("anna", "bram")}},
-        {"het kost tien euro nee vijftien euro twintig", "Het kost vijftien euro twintig.",
-         Labels{L::zelfcorrectie("tien", "vijftien")}},
         // Not a self-correction: the same words again, "nee" inside the replacement, a single
         // word dropped, or words that do not line up with the cleaned text.
         {"ja nee ja", "Ja.", {L::opgeschoond()}},
         {"prima nee nee wacht", "Nee wacht.", {L::opgeschoond()}},
         {"nee dat klopt", "Dat klopt.", {L::opgeschoond()}},
         {"om drie uur nee vier uur", "Om vijf uur.", {L::opgeschoond()}},
-        {"drie nee vier", "Drie.", {L::opgeschoond()}},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.ruw + " -> " + g.opgeschoond);

