@@ -41,11 +41,14 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         // Determiners before "nieuwe regel", "nieuwe alinea" and "dubbele punt".
         {"Ik ken elke nieuwe regel. Goed", "Ik ken elke nieuwe regel. Goed"},
         {"Read the nieuwe regel. Ok", "Read the nieuwe regel. Ok"},
+        {"Lees zo'n nieuwe alinea. Goed", "Lees zo'n nieuwe alinea. Goed"},
+        {"Write a nieuwe regel. Ok", "Write a nieuwe regel. Ok"},
         {"Ik ken ook nieuwe regel. Goed", "Ik ken ook\nGoed"},
         // "dubbele" is itself a modifier, so the "punt" after it stays a word as well.
         {"de dubbele punt staat", "de dubbele punt staat"},
         // Modifiers before "punt".
         {"Dat is een goed punt", "Dat is een goed punt"},
+        {"Dat was het punt", "Dat was het punt"},
         {"Het ene punt op punt", "Het ene. Op punt"},
         // Numbers on both sides of "punt" and "komma"; one side is not enough.
         {"12 komma 5 procent", "12 komma 5 procent"},
@@ -54,8 +57,11 @@ TEST(Spraakopdrachten, SpokenTextBecomesTypedText) {
         {"ja komma 5 keer", "ja, 5 keer"},
         // Words that talk about a question or exclamation mark.
         {"een dikke uitroepteken erbij", "een dikke uitroepteken erbij"},
+        {"Zet geen vraagteken", "Zet geen vraagteken"},
+        {"Echt waar grote vraagteken", "Echt waar grote vraagteken"},
         // "opsomming" as a noun.
         {"Maak opsomming van alles", "Maak opsomming van alles"},
+        {"Korte opsomming is klaar", "Korte opsomming is klaar"},
         {"Hier volgt mijn opsomming melk", "Hier volgt mijn opsomming melk"},
         {"Boodschappen opsomming", "Boodschappen opsomming"},
         {"Graag opsomming punt", "Graag opsomming."},
