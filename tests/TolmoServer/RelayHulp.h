@@ -13,9 +13,9 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "nep/Kind.h"
 #include "nep/LopendProces.h"
 
 namespace tolmo::relay {
@@ -110,10 +110,10 @@ inline std::string haal(std::uint16_t poort, const std::string& pad) {
 // /metrics once it holds `regel` (tried for five seconds).
 inline std::string metricsMet(std::uint16_t poort, const std::string& regel) {
     std::string m;
-    for (int i = 0; i < 50 && m.find(regel) == std::string::npos; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    nep::wachtTot([&] {
         m = haal(poort, "/metrics");
-    }
+        return m.find(regel) != std::string::npos;
+    });
     EXPECT_NE(m.find(regel), std::string::npos) << m;
     return m;
 }

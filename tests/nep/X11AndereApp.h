@@ -57,9 +57,7 @@ class X11AndereApp {
         stop_ = true;
         draad_.join();
         XDestroyWindow(d_, venster_);
-        for (int i = 0; i < 300 && beheerd(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
+        wachtTot([this] { return !beheerd(); }, std::chrono::seconds(3));
     }
 
     [[nodiscard]] Window venster() const { return venster_; }

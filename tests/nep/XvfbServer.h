@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 
 #include "Kind.h"
 #include "Tolmo/linux/X11Verbinding.h"
@@ -76,10 +75,10 @@ class XvfbServer {
         wmPid_ = startKind({"openbox", "--sm-disable", "--config-file", rc_.string()});
         // A manager announces itself with _NET_SUPPORTING_WM_CHECK on the root once it runs.
         const X11Verbinding x(naam_.c_str());
-        for (int i = 0; i < 500 && wmPid_ > 0 && !wmKlaar_; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            wmKlaar_ = x.leesGetal(x.wortel(), x.atoom("_NET_SUPPORTING_WM_CHECK")).has_value();
-        }
+        wmKlaar_ =
+            wmPid_ > 0 && wachtTot([&x] {
+                return x.leesGetal(x.wortel(), x.atoom("_NET_SUPPORTING_WM_CHECK")).has_value();
+            });
     }
 
     pid_t pid_ = -1;
