@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Kind.h"
@@ -173,8 +174,8 @@ class X11AndereApp {
         for (; std::chrono::steady_clock::now() < einde; pompOnze()) {
             const std::lock_guard s(slot_);
             for (auto it = toetsen_.begin(); it != toetsen_.end(); ++it) {
-                if (XLookupKeysym(&*it, 0) == symbool) {
-                    const XKeyEvent t = *it;
+                if (it->second == symbool) {
+                    const XKeyEvent t = it->first;
                     toetsen_.erase(toetsen_.begin(), it + 1);
                     return t;
                 }
@@ -337,12 +338,14 @@ class X11AndereApp {
         }
     }
 
+    // The key's symbol is looked up here, on the app's thread: Xlib's keyboard map belongs to the
+    // connection, and reloading it from the test's thread while this one reads events races.
     void toetsIn(XKeyEvent& t) {
-        {
-            const std::lock_guard s(slot_);
-            toetsen_.push_back(t);
-        }
         const KeySym s = XLookupKeysym(&t, 0);
+        {
+            const std::lock_guard slot(slot_);
+            toetsen_.emplace_back(t, s);
+        }
         if (plakt_ && (s == XK_v || s == XK_V) && (t.state & ControlMask) != 0) {
             ++((t.state & ShiftMask) != 0 ? veld_.ctrlShiftV : veld_.ctrlV);
             veld_.tekst += leesHier("UTF8_STRING", t.time).value_or("");
@@ -391,7 +394,7 @@ class X11AndereApp {
     Window appVroegActief_ = None;
     std::mutex slot_;
     std::vector<std::function<void()>> taken_;
-    std::vector<XKeyEvent> toetsen_;
+    std::vector<std::pair<XKeyEvent, KeySym>> toetsen_;
     std::atomic<bool> stop_{false};
     std::thread draad_;
 };
