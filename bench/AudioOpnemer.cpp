@@ -4,8 +4,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Tolmo/linux/SoxrOmzetter.h"
-#include "Tolmo/linux/WavSchrijver.h"
+#include "Tolmo/linux/pulse/SoxrOmzetter.h"
+#include "Tolmo/linux/pulse/WavSchrijver.h"
 #include "tests/nep/NepAudio.h"
 #include "tests/nep/NepAudioEngine.h"
 

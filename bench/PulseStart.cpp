@@ -6,7 +6,7 @@
 #include <chrono>
 #include <thread>
 
-#include "Tolmo/linux/PulseAudioEngine.h"
+#include "Tolmo/linux/pulse/PulseAudioEngine.h"
 #include "tests/nep/PulseDaemon.h"
 
 namespace {

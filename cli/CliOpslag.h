@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tolmo/linux/XdgOpslag.h"
+#include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "cli/CliOmgeving.h"
 

@@ -17,10 +17,10 @@
 #include <nlohmann/json.hpp>
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
-#include "Tolmo/linux/PulseAudioEngine.h"
-#include "Tolmo/linux/Sleutelopslag.h"
-#include "Tolmo/linux/SoxrOmzetter.h"
-#include "Tolmo/linux/WavSchrijver.h"
+#include "Tolmo/linux/freedesktop/Sleutelopslag.h"
+#include "Tolmo/linux/pulse/PulseAudioEngine.h"
+#include "Tolmo/linux/pulse/SoxrOmzetter.h"
+#include "Tolmo/linux/pulse/WavSchrijver.h"
 #include "TolmoKern/Audio/OpnameFout.h"
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/TolmoKeten.h"

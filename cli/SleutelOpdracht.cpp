@@ -3,7 +3,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "Tolmo/linux/Sleutelopslag.h"
+#include "Tolmo/linux/freedesktop/Sleutelopslag.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo::cli {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "Tolmo/linux/BestandsKluis.h"
-#include "Tolmo/linux/XdgOpslag.h"
+#include "Tolmo/linux/freedesktop/BestandsKluis.h"
+#include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "cli/TolmoCli.h"
 
 int main(int argc, char** argv) {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "Tolmo/linux/X11Toetsen.h"
+#include "Tolmo/linux/x11/X11Toetsen.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo {

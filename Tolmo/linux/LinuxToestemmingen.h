@@ -2,7 +2,7 @@
 
 #include "Tolmo/AudioOpnemer/AudioEngine.h"
 #include "Tolmo/Poorten/Toestemmingen.h"
-#include "Tolmo/linux/X11Verbinding.h"
+#include "Tolmo/linux/x11/X11Verbinding.h"
 
 namespace tolmo {
 

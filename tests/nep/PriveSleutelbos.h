@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
-#include "Tolmo/linux/SleutelbosKluis.h"
-#include "Tolmo/linux/Sleutelopslag.h"
+#include "Tolmo/linux/freedesktop/SleutelbosKluis.h"
+#include "Tolmo/linux/freedesktop/Sleutelopslag.h"
 #include "nep/LopendProces.h"
 #include "nep/TijdelijkeOpname.h"
 

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "Kind.h"
-#include "Tolmo/linux/X11Verbinding.h"
+#include "Tolmo/linux/x11/X11Verbinding.h"
 
 namespace tolmo::nep {
 

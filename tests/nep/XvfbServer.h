@@ -11,7 +11,7 @@
 #include <string>
 
 #include "Kind.h"
-#include "Tolmo/linux/X11Verbinding.h"
+#include "Tolmo/linux/x11/X11Verbinding.h"
 
 namespace tolmo::nep {
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "Tolmo/linux/Sleutelbeheer.h"
 #include "Tolmo/linux/app/InstellingenTab.h"
+#include "Tolmo/linux/freedesktop/Sleutelbeheer.h"
 #include "TolmoKern/Instellingen/SleutelWaardeOpslag.h"
 
 namespace tolmo {

@@ -8,8 +8,8 @@
 #include <tuple>
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
-#include "Tolmo/linux/SoxrOmzetter.h"
-#include "Tolmo/linux/WavSchrijver.h"
+#include "Tolmo/linux/pulse/SoxrOmzetter.h"
+#include "Tolmo/linux/pulse/WavSchrijver.h"
 #include "TolmoKern/Audio/OpnameFout.h"
 #include "nep/Gevangen.h"
 #include "nep/NepAudio.h"

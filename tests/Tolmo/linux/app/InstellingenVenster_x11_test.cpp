@@ -22,8 +22,6 @@
 
 #include "Tolmo/MacRegelaar/Opstelling.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
-#include "Tolmo/linux/BestandsKluis.h"
-#include "Tolmo/linux/XdgOpslag.h"
 #include "Tolmo/linux/app/CombinatieKnop.h"
 #include "Tolmo/linux/app/InstellingenVenster.h"
 #include "Tolmo/linux/app/LogboekTab.h"
@@ -31,11 +29,13 @@
 #include "Tolmo/linux/app/Systeemvak.h"
 #include "Tolmo/linux/app/ToestemmingenTab.h"
 #include "Tolmo/linux/app/WoordenlijstTab.h"
+#include "Tolmo/linux/freedesktop/BestandsKluis.h"
+#include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "nep/QtTest.h"
 // Last: Xlib's macros.
-#include "Tolmo/linux/X11Focus.h"
-#include "Tolmo/linux/X11ToetsBron.h"
-#include "Tolmo/linux/X11Verbinding.h"
+#include "Tolmo/linux/x11/X11Focus.h"
+#include "Tolmo/linux/x11/X11ToetsBron.h"
+#include "Tolmo/linux/x11/X11Verbinding.h"
 #include "nep/PriveSleutelbos.h"
 
 namespace tolmo {

@@ -18,7 +18,7 @@
 #include <thread>
 
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
-#include "Tolmo/linux/XdgOpslag.h"
+#include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"

@@ -1,0 +1,168 @@
+#include "Tolmo/linux/freedesktop/AtSpiFocus.h"
+
+#include <atspi/atspi.h>
+#include <unistd.h>
+
+#include <string>
+#include <utility>
+
+#include "Tolmo/linux/freedesktop/AtSpiVeldSoort.h"
+
+namespace tolmo {
+
+namespace {
+
+// What GLib hands out, freed the way it asks.
+struct GVrij {
+    void operator()(gchar* s) const { g_free(s); }
+    void operator()(GHashTable* t) const { g_hash_table_unref(t); }
+    void operator()(GError* e) const { g_error_free(e); }
+    void operator()(AtspiStateSet* s) const { g_object_unref(s); }
+};
+template <typename T>
+using GEigen = std::unique_ptr<T, GVrij>;
+
+class AtSpiVeldIdentiteit final : public FocusVeld::Identiteit {
+  public:
+    AtSpiVeldIdentiteit(std::string bus, std::string pad, VeldSoort soort)
+        : bus_(std::move(bus)), pad_(std::move(pad)), soort_(soort) {}
+    [[nodiscard]] bool gelijkAan(const Identiteit& ander) const override {
+        const auto* a = dynamic_cast<const AtSpiVeldIdentiteit*>(&ander);
+        return a != nullptr && a->bus_ == bus_ && a->pad_ == pad_;
+    }
+    [[nodiscard]] InvoerSoort soort() const override { return soort_.soort; }
+    [[nodiscard]] bool geheim() const override { return soort_.geheim; }
+
+  private:
+    std::string bus_;
+    std::string pad_;
+    VeldSoort soort_;
+};
+
+constexpr const char* focusGebeurtenissen[] = {"object:state-changed:focused", "focus:"};
+
+// The field's description; empty when the element is gone or does not answer in time.
+std::optional<AtSpiVeld> beschrijf(AtspiAccessible* element) {
+    GError* f = nullptr;
+    const AtspiRole rol = atspi_accessible_get_role(element, &f);
+    GEigen<GError> fout(f);
+    if (fout) {
+        return std::nullopt;
+    }
+    AtSpiVeld veld;
+    if (const GEigen<gchar> naam{atspi_role_get_name(rol)}) {
+        veld.rol = naam.get();
+    }
+    const GEigen<gchar> naam{atspi_accessible_get_name(element, nullptr)};
+    if (naam) {
+        veld.naam = naam.get();
+    }
+    if (const GEigen<GHashTable> attributen{atspi_accessible_get_attributes(element, nullptr)}) {
+        GHashTableIter it;
+        gpointer sleutel = nullptr;
+        gpointer waarde = nullptr;
+        g_hash_table_iter_init(&it, attributen.get());
+        while (g_hash_table_iter_next(&it, &sleutel, &waarde) != 0) {
+            veld.attributen.emplace(static_cast<const char*>(sleutel),
+                                    static_cast<const char*>(waarde));
+        }
+    }
+    return veld;
+}
+
+}  // namespace
+
+struct AtSpiFocus::Staat {
+    AtspiEventListener* luisteraar = nullptr;
+    // The element that gained focus last, with a reference of ours.
+    AtspiAccessible* gevolgd = nullptr;
+
+    void volg(AtspiAccessible* element) {
+        if (element != nullptr) {
+            g_object_ref(element);
+        }
+        if (gevolgd != nullptr) {
+            g_object_unref(gevolgd);
+        }
+        gevolgd = element;
+    }
+
+    static void opGebeurtenis(AtspiEvent* gebeurtenis, void* data) {
+        auto& staat = *static_cast<Staat*>(data);
+        const std::string soort = gebeurtenis->type != nullptr ? gebeurtenis->type : "";
+        // "focus:" always means gained; the state change says gained (1) or lost (0). libatspi
+        // keeps one object per element, so the lost one is known by its pointer.
+        if (soort.starts_with("focus:") || gebeurtenis->detail1 != 0) {
+            staat.volg(gebeurtenis->source);
+        } else if (gebeurtenis->source == staat.gevolgd) {
+            staat.volg(nullptr);
+        }
+        g_boxed_free(atspi_event_get_type(), gebeurtenis);
+    }
+};
+
+AtSpiFocus::AtSpiFocus(const Focus& venster)
+    : venster_(venster), staat_(std::make_unique<Staat>()) {
+    // 0 is a first start, 1 an earlier one in this process; anything else found no bus.
+    const int begin = atspi_init();
+    if ((begin != 0 && begin != 1) || atspi_get_a11y_bus() == nullptr) {
+        return;
+    }
+    atspi_set_timeout(500, 500);
+    staat_->luisteraar = atspi_event_listener_new(&Staat::opGebeurtenis, staat_.get(), nullptr);
+    for (const char* soort : focusGebeurtenissen) {
+        GError* f = nullptr;
+        atspi_event_listener_register(staat_->luisteraar, soort, &f);
+        if (const GEigen<GError> fout{f}) {
+            g_object_unref(staat_->luisteraar);
+            staat_->luisteraar = nullptr;
+            return;
+        }
+    }
+}
+
+AtSpiFocus::~AtSpiFocus() {
+    if (staat_->luisteraar != nullptr) {
+        for (const char* soort : focusGebeurtenissen) {
+            atspi_event_listener_deregister(staat_->luisteraar, soort, nullptr);
+        }
+        g_object_unref(staat_->luisteraar);
+    }
+    staat_->volg(nullptr);
+}
+
+bool AtSpiFocus::volgt() const {
+    return staat_->luisteraar != nullptr;
+}
+
+std::optional<Doel> AtSpiFocus::huidig() const {
+    auto doel = venster_.huidig();
+    AtspiAccessible* element = staat_->gevolgd;
+    // Our own windows are left to the window focus: asking our own toolkit over the bus from
+    // the main thread would wait for the main thread, up to the time-out.
+    if (!doel || element == nullptr || doel->procesId <= 0 || doel->procesId == ::getpid()) {
+        return doel;
+    }
+    GError* f = nullptr;
+    const guint pid = atspi_accessible_get_process_id(element, &f);
+    if (const GEigen<GError> fout{f}; fout || pid != static_cast<guint>(doel->procesId)) {
+        return doel;
+    }
+    // Cached states may predate a focus change whose event was lost; ask the app itself.
+    atspi_accessible_clear_cache(element);
+    const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(element)};
+    if (!toestanden || atspi_state_set_contains(toestanden.get(), ATSPI_STATE_FOCUSED) == 0) {
+        return doel;
+    }
+    const auto veld = beschrijf(element);
+    const AtspiObject& object = element->parent;
+    if (!veld || object.app == nullptr || object.app->bus_name == nullptr ||
+        object.path == nullptr) {
+        return doel;
+    }
+    doel->veld = FocusVeld(
+        std::make_shared<AtSpiVeldIdentiteit>(object.app->bus_name, object.path, veldSoort(*veld)));
+    return doel;
+}
+
+}  // namespace tolmo

@@ -1,0 +1,468 @@
+#include "Tolmo/linux/x11/X11Klembord.h"
+
+#include <X11/Xatom.h>
+#include <X11/extensions/XRes.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <string_view>
+#include <thread>
+
+namespace tolmo {
+namespace {
+
+using Klok = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+// Targets that describe the selection or act on it rather than hold its contents. DELETE and
+// the INSERT_ ones have side effects on the owner; asking for them would be a fault.
+constexpr std::string_view metaDoelen[] = {
+    "TARGETS",         "MULTIPLE",     "TIMESTAMP",
+    "DELETE",          "SAVE_TARGETS", "INSERT_SELECTION",
+    "INSERT_PROPERTY", "LENGTH",       "LIST_LENGTH",
+    "CLIENT_WINDOW",   "HOST_NAME",    "USER",
+    "PROCESS",         "TASK",         "OWNER_OS",
+};
+
+std::string sleutel(const std::string& doel, const std::string& type, int formaat) {
+    if (type == doel && formaat == 8) {
+        return doel;
+    }
+    return doel + '\n' + type + '\n' + std::to_string(formaat);
+}
+
+struct Sleutel {
+    std::string doel;
+    std::string type;
+    int formaat = 8;
+};
+
+Sleutel leesSleutel(const std::string& s) {
+    const std::size_t a = s.find('\n');
+    const std::size_t b = a == std::string::npos ? a : s.find('\n', a + 1);
+    if (b == std::string::npos) {
+        return {s, s, 8};
+    }
+    const int formaat = std::atoi(s.c_str() + b + 1);
+    return {s.substr(0, a), s.substr(a + 1, b - a - 1),
+            formaat == 16 || formaat == 32 ? formaat : 8};
+}
+
+// STRING is Latin-1; what Latin-1 has no letter for becomes '?'.
+std::string naarLatijn1(const std::string& utf8) {
+    std::string uit;
+    uit.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size();) {
+        const auto c = static_cast<unsigned char>(utf8[i]);
+        const std::size_t lengte = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : 4;
+        if (lengte == 1) {
+            uit += static_cast<char>(c);
+        } else if (lengte == 2 && i + 1 < utf8.size()) {
+            const unsigned code =
+                ((c & 0x1fU) << 6) | (static_cast<unsigned char>(utf8[i + 1]) & 0x3fU);
+            uit += code < 0x100 ? static_cast<char>(code) : '?';
+        } else {
+            uit += '?';
+        }
+        i += lengte;
+    }
+    return uit;
+}
+
+std::string klein(std::string_view s) {
+    std::string uit(s);
+    std::transform(uit.begin(), uit.end(), uit.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return uit;
+}
+
+// Waits for the first event the predicate accepts, leaving every other event queued for
+// verwerk; false when the time is up.
+template <typename P>
+bool wachtOp(Display* display, XEvent& uit, P predicaat, Klok::time_point einde) {
+    const auto controle = [](Display*, XEvent* e, XPointer arg) -> Bool {
+        return (*reinterpret_cast<P*>(arg))(*e) ? True : False;
+    };
+    XFlush(display);
+    for (;;) {
+        if (XCheckIfEvent(display, &uit, controle, reinterpret_cast<XPointer>(&predicaat)) != 0) {
+            return true;
+        }
+        const auto over = std::chrono::ceil<std::chrono::milliseconds>(einde - Klok::now()).count();
+        if (over <= 0) {
+            return false;
+        }
+        pollfd p{ConnectionNumber(display), POLLIN, 0};
+        ::poll(&p, 1, static_cast<int>(over));
+    }
+}
+
+}  // namespace
+
+// Bytes per item as Xlib hands them over: 32-bit items come as longs.
+std::size_t X11Klembord::xlibBreedte(int formaat) {
+    return formaat == 32 ? sizeof(long) : formaat == 16 ? sizeof(short) : 1;
+}
+
+// The client (X connection) that created a window, named by its resource base, from the
+// X-Resource extension. Toolkits convert selections on unmapped helper windows of their own,
+// which carry no _NET_WM_PID; the server still knows whose they are.
+std::optional<XID> X11Klembord::clientVan(Display* display, Window venster) {
+    int gebeurtenis = 0;
+    int fout = 0;
+    if (venster == None || XResQueryExtension(display, &gebeurtenis, &fout) == 0) {
+        return std::nullopt;
+    }
+    XResClientIdSpec vraag{venster, XRES_CLIENT_ID_XID_MASK};
+    long aantal = 0;
+    XResClientIdValue* waarden = nullptr;
+    std::optional<XID> client;
+    if (XResQueryClientIds(display, 1, &vraag, &aantal, &waarden) == Success) {
+        for (long i = 0; i < aantal && !client; ++i) {
+            if (XResGetClientIdType(&waarden[i]) == XRES_CLIENT_ID_XID) {
+                // A value begins with the id it answers for (standard layout, first member).
+                client = reinterpret_cast<const XResClientIdSpec*>(&waarden[i])->client;
+            }
+        }
+        XResClientIdsDestroy(aantal, waarden);
+    }
+    return client;
+}
+
+X11Klembord::X11Klembord(X11Verbinding& verbinding, std::vector<std::string> extraTerminals)
+    : verbinding_(verbinding), display_(verbinding.display()), terminals_(standaardTerminals()) {
+    terminals_.insert(terminals_.end(), extraTerminals.begin(), extraTerminals.end());
+    XSetWindowAttributes kenmerken{};
+    kenmerken.event_mask = PropertyChangeMask;
+    venster_ = XCreateWindow(display_, verbinding.wortel(), -10, -10, 1, 1, 0, 0, InputOnly,
+                             nullptr, CWEventMask, &kenmerken);
+    klembord_ = verbinding.atoom("CLIPBOARD");
+    targets_ = verbinding.atoom("TARGETS");
+    multiple_ = verbinding.atoom("MULTIPLE");
+    timestamp_ = verbinding.atoom("TIMESTAMP");
+    incr_ = verbinding.atoom("INCR");
+    atomPaar_ = verbinding.atoom("ATOM_PAIR");
+    utf8_ = verbinding.atoom("UTF8_STRING");
+    tekstPlain_ = verbinding.atoom("text/plain;charset=utf-8");
+    tekst_ = verbinding.atoom("TEXT");
+    hint_ = verbinding.atoom("x-kde-passwordManagerHint");
+    ontvang_ = verbinding.atoom("TOLMO_KLEMBORD");
+    tijd_ = verbinding.atoom("TOLMO_TIJD");
+    beheerder_ = verbinding.atoom("CLIPBOARD_MANAGER");
+    // A ChangeProperty request has 24 bytes of its own.
+    maxDeel_ = static_cast<std::size_t>(XMaxRequestSize(display_)) * 4 - 24;
+    if (verbinding.xfixes()) {
+        XFixesSelectSelectionInput(display_, venster_, klembord_,
+                                   XFixesSetSelectionOwnerNotifyMask |
+                                       XFixesSelectionWindowDestroyNotifyMask |
+                                       XFixesSelectionClientCloseNotifyMask);
+    }
+    luisterId_ = verbinding.luister([this](XEvent& e) { return verwerk(e); });
+    XFlush(display_);
+}
+
+X11Klembord::~X11Klembord() {
+    verbinding_.vergeet(luisterId_);
+    // The server gives up our ownership with the window.
+    XDestroyWindow(display_, venster_);
+    XFlush(display_);
+}
+
+const std::vector<std::string>& X11Klembord::standaardTerminals() {
+    static const std::vector<std::string> namen{"gnome-terminal", "gnome-terminal-server",
+                                                "konsole",        "kitty",
+                                                "alacritty",      "xterm",
+                                                "uxterm",         "wezterm",
+                                                "foot",           "tilix",
+                                                "terminator",     "xfce4-terminal",
+                                                "urxvt",          "rxvt"};
+    return namen;
+}
+
+bool X11Klembord::isTerminal(const WmKlasse& klasse, const std::vector<std::string>& terminals) {
+    const auto past = [&](std::string_view deel) {
+        if (deel.empty()) {
+            return false;
+        }
+        const std::string naam = klein(deel);
+        const std::size_t punt = naam.rfind('.');
+        const std::string laatste = punt == std::string::npos ? naam : naam.substr(punt + 1);
+        return std::any_of(terminals.begin(), terminals.end(), [&](const std::string& t) {
+            const std::string k = klein(t);
+            return k == naam || k == laatste;
+        });
+    };
+    return past(klasse.instantie) || past(klasse.klasse);
+}
+
+void X11Klembord::zetOpGelezen(std::function<void()> opGelezen) {
+    if (opGelezen) {
+        gelezen_ = [f = std::move(opGelezen)](Window /*lezer*/) { f(); };
+    } else {
+        gelezen_ = nullptr;
+    }
+}
+
+bool X11Klembord::isPlakLezing(const Lezing& lezing) {
+    if (!lezing.dictaat || !lezing.plakTijd) {
+        return false;
+    }
+    const std::string_view d = lezing.doel;
+    const bool tekst = d == "UTF8_STRING" || d == "STRING" || d == "TEXT" || d == "COMPOUND_TEXT" ||
+                       d.starts_with("text/plain");
+    if (lezing.tijd == CurrentTime) {
+        return tekst && lezing.uitDoelApp;
+    }
+    // Server times are milliseconds in 32 bits that wrap after 49 days: compare the difference.
+    const auto verschil = static_cast<std::int32_t>(static_cast<std::uint32_t>(lezing.tijd) -
+                                                    static_cast<std::uint32_t>(*lezing.plakTijd));
+    return tekst && verschil >= 0;
+}
+
+// --- The change count ---
+
+void X11Klembord::telWissel(const XFixesSelectionNotifyEvent& wissel) const {
+    if (wissel.selection != klembord_) {
+        return;
+    }
+    if (wissel.subtype == XFixesSetSelectionOwnerNotify) {
+        // Our own writes were counted when we made them.
+        if (wissel.owner == venster_) {
+            return;
+        }
+        if (wissel.owner == None) {
+            const auto it = std::find(eigenLoslatingen_.begin(), eigenLoslatingen_.end(),
+                                      wissel.selection_timestamp);
+            if (it != eigenLoslatingen_.end()) {
+                eigenLoslatingen_.erase(it);
+                return;
+            }
+        }
+    }
+    ++teller_;
+}
+
+void X11Klembord::bijwerken() const {
+    const auto basis = verbinding_.xfixes();
+    if (!basis) {
+        return;
+    }
+    // After the round trip every change the server made so far has been reported.
+    XSync(display_, False);
+    XEvent e;
+    while (XCheckTypedWindowEvent(display_, venster_, *basis + XFixesSelectionNotify, &e) != 0) {
+        telWissel(reinterpret_cast<const XFixesSelectionNotifyEvent&>(e));
+    }
+}
+
+std::int64_t X11Klembord::wijzigingsTeller() const {
+    bijwerken();
+    return teller_;
+}
+
+// --- Owning ---
+
+Time X11Klembord::serverTijd() const {
+    // An empty append changes nothing but is reported with the server's time, which is what
+    // ownership should be taken with (a request with CurrentTime can lose a race it should win).
+    const unsigned char niets = 0;
+    XChangeProperty(display_, venster_, tijd_, XA_STRING, 8, PropModeAppend, &niets, 0);
+    XEvent e;
+    const bool gekregen = wachtOp(
+        display_, e,
+        [this](const XEvent& g) {
+            return g.type == PropertyNotify && g.xproperty.window == venster_ &&
+                   g.xproperty.atom == tijd_;
+        },
+        Klok::now() + 1s);
+    return gekregen ? e.xproperty.time : CurrentTime;
+}
+
+void X11Klembord::neem(std::vector<Doel> doelen, bool dictaat) {
+    // Changes by others before ours count now, not after the count this write answers.
+    bijwerken();
+    const Time tijd = serverTijd();
+    XSetSelectionOwner(display_, klembord_, venster_, tijd);
+    if (XGetSelectionOwner(display_, klembord_) == venster_) {
+        eigen_ = std::move(doelen);
+        eigenaarTijd_ = tijd;
+    } else {
+        eigen_.reset();
+    }
+    dictaat_ = dictaat && eigen_;
+    plakTijd_.reset();
+    ++teller_;
+}
+
+void X11Klembord::geefOp() {
+    bijwerken();
+    if (XGetSelectionOwner(display_, klembord_) == venster_) {
+        const Time tijd = serverTijd();
+        XSetSelectionOwner(display_, klembord_, None, tijd);
+        XFlush(display_);
+        eigenLoslatingen_.push_back(tijd);
+        ++teller_;
+    }
+    eigen_.reset();
+    dictaat_ = false;
+    plakTijd_.reset();
+}
+
+std::vector<X11Klembord::Doel> X11Klembord::tekstDoelen(const std::string& tekst) const {
+    const auto utf8 = std::make_shared<const std::string>(tekst);
+    // TEXT lets the owner choose the encoding; it gets the same as UTF8_STRING.
+    return {{utf8_, utf8_, 8, utf8},
+            {tekstPlain_, tekstPlain_, 8, utf8},
+            {tekst_, utf8_, 8, utf8},
+            {XA_STRING, XA_STRING, 8, std::make_shared<const std::string>(naarLatijn1(tekst))}};
+}
+
+std::int64_t X11Klembord::schrijf(const std::string& tekst) {
+    auto doelen = tekstDoelen(tekst);
+    doelen.push_back({hint_, hint_, 8, std::make_shared<const std::string>("secret")});
+    neem(std::move(doelen), true);
+    return teller_;
+}
+
+void X11Klembord::zetTekst(const std::string& tekst) {
+    neem(tekstDoelen(tekst), false);
+}
+
+void X11Klembord::herstel(const Momentopname& momentopname) {
+    std::vector<Doel> doelen;
+    for (const auto& item : momentopname) {
+        for (const auto& [naam, bytes] : item) {
+            const Sleutel s = leesSleutel(naam);
+            const Atom doel = verbinding_.atoom(s.doel.c_str());
+            const bool dubbel = std::any_of(doelen.begin(), doelen.end(),
+                                            [&](const Doel& d) { return d.doel == doel; });
+            if (!dubbel && doel != None) {
+                doelen.push_back({doel, verbinding_.atoom(s.type.c_str()), s.formaat,
+                                  std::make_shared<const std::string>(bytes)});
+            }
+        }
+    }
+    if (doelen.empty()) {
+        geefOp();
+    } else {
+        neem(std::move(doelen), false);
+    }
+}
+
+// --- Reading another owner ---
+
+std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel,
+                                                           Klok::time_point einde) const {
+    XDeleteProperty(display_, venster_, ontvang_);
+    XConvertSelection(display_, klembord_, doel, ontvang_, venster_, CurrentTime);
+    XEvent e;
+    const bool beantwoord = wachtOp(
+        display_, e,
+        [&](const XEvent& g) {
+            return g.type == SelectionNotify && g.xselection.requestor == venster_ &&
+                   g.xselection.selection == klembord_ && g.xselection.target == doel;
+        },
+        einde);
+    if (!beantwoord || e.xselection.property == None) {
+        return std::nullopt;
+    }
+    // Reading with delete is what asks an INCR owner for its first part.
+    auto antwoord = verbinding_.leesEigenschap(venster_, ontvang_, true);
+    if (!antwoord || antwoord->type != incr_) {
+        return antwoord;
+    }
+    X11Verbinding::Eigenschap heel;
+    for (;;) {
+        const bool nieuw = wachtOp(
+            display_, e,
+            [this](const XEvent& g) {
+                return g.type == PropertyNotify && g.xproperty.window == venster_ &&
+                       g.xproperty.atom == ontvang_ && g.xproperty.state == PropertyNewValue;
+            },
+            einde);
+        if (!nieuw) {
+            return std::nullopt;
+        }
+        auto deel = verbinding_.leesEigenschap(venster_, ontvang_, true);
+        if (!deel) {
+            // The report of a value already read (the INCR marker itself).
+            continue;
+        }
+        if (deel->aantal == 0) {
+            return heel;
+        }
+        heel.type = deel->type;
+        heel.formaat = deel->formaat;
+        heel.bytes += deel->bytes;
+        heel.aantal += deel->aantal;
+    }
+}
+
+KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
+    const Window eigenaar = XGetSelectionOwner(display_, klembord_);
+    if (eigenaar == None) {
+        return {};
+    }
+    std::vector<std::pair<std::string, std::string>> item;
+    if (eigenaar == venster_) {
+        if (!eigen_) {
+            return {};
+        }
+        for (const Doel& d : *eigen_) {
+            item.emplace_back(
+                sleutel(verbinding_.atoomNaam(d.doel), verbinding_.atoomNaam(d.type), d.formaat),
+                *d.bytes);
+        }
+        return {item};
+    }
+    // Answers to a snapshot that gave up earlier would be taken for this one's.
+    XEvent oud;
+    while (XCheckTypedWindowEvent(display_, venster_, SelectionNotify, &oud) != 0) {
+    }
+    const auto einde = Klok::now() + momentopnameTermijn;
+    const auto lijst = haal(targets_, einde);
+    if (!lijst || lijst->formaat != 32 || lijst->aantal == 0) {
+        return {};
+    }
+    std::vector<Atom> doelen(lijst->aantal);
+    for (std::size_t i = 0; i < doelen.size(); ++i) {
+        long a = 0;
+        std::memcpy(&a, lijst->bytes.data() + i * sizeof(long), sizeof a);
+        doelen[i] = static_cast<Atom>(a);
+    }
+    // One round trip for every name; an atom the server does not know keeps an empty name.
+    std::vector<std::string> namen(doelen.size());
+    {
+        std::vector<char*> ruw(doelen.size(), nullptr);
+        XGetAtomNames(display_, doelen.data(), static_cast<int>(doelen.size()), ruw.data());
+        for (std::size_t i = 0; i < ruw.size(); ++i) {
+            if (ruw[i] != nullptr) {
+                namen[i] = ruw[i];
+                XFree(ruw[i]);
+            }
+        }
+    }
+    std::vector<Atom> gehad;
+    for (std::size_t i = 0; i < doelen.size() && Klok::now() < einde; ++i) {
+        const std::string& naam = namen[i];
+        const bool meta =
+            std::find(std::begin(metaDoelen), std::end(metaDoelen), naam) != std::end(metaDoelen);
+        if (naam.empty() || meta ||
+            std::find(gehad.begin(), gehad.end(), doelen[i]) != gehad.end()) {
+            continue;
+        }
+        gehad.push_back(doelen[i]);
+        if (auto e = haal(doelen[i], einde)) {
+            const std::string type = e->type == doelen[i] ? naam : verbinding_.atoomNaam(e->type);
+            item.emplace_back(sleutel(naam, type, e->formaat), std::move(e->bytes));
+        }
+    }
+    if (item.empty()) {
+        return {};
+    }
+    return {item};
+}
+
+}  // namespace tolmo

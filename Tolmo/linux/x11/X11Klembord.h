@@ -1,0 +1,164 @@
+#pragma once
+
+#include <X11/Xlib.h>
+#include <X11/extensions/Xfixes.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Tolmo/Plakker/KlembordPoort.h"
+#include "Tolmo/linux/x11/X11Focus.h"
+#include "Tolmo/linux/x11/X11Verbinding.h"
+
+namespace tolmo {
+
+// The X11 CLIPBOARD selection, owned through a hidden window of our own, and the paste keystroke
+// through XTest. Main thread only: requests from other clients are answered from the handler this
+// adds to the connection, so the main loop must keep calling X11Verbinding::verwerk.
+//
+// X11 has one item per clipboard: a snapshot holds one item whose pairs are (target, bytes), the
+// key naming the reply's type and format as well when they differ from the target's own name in
+// 8-bit items (TEXT answered as UTF8_STRING), so a restore answers exactly as the owner did.
+class X11Klembord final : public KlembordPoort {
+  public:
+    // Gets the window of the client that fetched the dictation's text.
+    using Gelezen = std::function<void(Window)>;
+
+    // How long a snapshot may take in all; an owner that does not answer in time loses the
+    // targets it did not deliver.
+    static constexpr std::chrono::milliseconds momentopnameTermijn{1000};
+    // How long the paste keystroke waits for the user to let go of every modifier.
+    static constexpr std::chrono::milliseconds modifierTermijn{500};
+
+    // extraTerminals: more WM_CLASS names (either part) of terminals, which paste with
+    // Ctrl+Shift+V instead of Ctrl+V.
+    explicit X11Klembord(X11Verbinding& verbinding, std::vector<std::string> extraTerminals = {});
+    ~X11Klembord() override;
+    X11Klembord(const X11Klembord&) = delete;
+    X11Klembord& operator=(const X11Klembord&) = delete;
+
+    [[nodiscard]] std::int64_t wijzigingsTeller() const override;
+    [[nodiscard]] Momentopname maakMomentopname() const override;
+    // Offers the text with the hint clipboard managers honour to keep it out of their history
+    // (target x-kde-passwordManagerHint, value "secret").
+    std::int64_t schrijf(const std::string& tekst) override;
+    void zetTekst(const std::string& tekst) override;
+    // An empty snapshot gives the clipboard up: it was empty before the dictation.
+    void herstel(const Momentopname& momentopname) override;
+    // Ctrl+V to the active window, Ctrl+Shift+V when that is a terminal. Waits (at most
+    // modifierTermijn) until no modifier is held, or the keystroke would be another shortcut.
+    void stuurPlakToets() override;
+
+    // Called from verwerk when the app we pasted into has fetched the dictation's text (see
+    // isPlakLezing), at most once per paste keystroke, after the answer went out: the clipboard
+    // may be restored right away.
+    void opGelezen(Gelezen gelezen) { gelezen_ = std::move(gelezen); }
+
+    [[nodiscard]] bool toontLezen() const override { return true; }
+    void zetOpGelezen(std::function<void()> opGelezen) override;
+
+    [[nodiscard]] bool bezitKlembord() const { return eigen_.has_value(); }
+
+    // Before the app quits: X11 keeps no copy of a selection whose owner has gone, so what we
+    // own is handed to a running clipboard manager (SAVE_TARGETS on CLIPBOARD_MANAGER), which
+    // reads every target and takes the clipboard over. True once the manager reports it done;
+    // false without a manager, without ownership, or when termijn runs out.
+    bool geefAanBeheerder(std::chrono::milliseconds termijn);
+    [[nodiscard]] Window venster() const { return venster_; }
+
+    // The terminals known without being told; their names are compared without case, with
+    // either part of WM_CLASS and with the last part of a reverse-domain name
+    // ("org.wezfurlong.wezterm").
+    static const std::vector<std::string>& standaardTerminals();
+    [[nodiscard]] static bool isTerminal(const WmKlasse& klasse,
+                                         const std::vector<std::string>& terminals);
+
+    // A request for our clipboard, as far as telling the paste's read apart needs.
+    struct Lezing {
+        std::string_view doel;  // the target asked for
+        bool dictaat = false;   // what we offer is a dictation (not a restore, not zetTekst)
+        // Server time taken just before the paste keystroke went out; empty until then.
+        std::optional<Time> plakTijd;
+        Time tijd = CurrentTime;  // the request's time stamp
+        // The requestor belongs to the client that made the active window at the paste.
+        bool uitDoelApp = false;
+    };
+    // Whether a request is the pasting app fetching the dictation's text. Apps paste on the key
+    // event and convert with that event's time, which is at or after plakTijd. Clipboard
+    // managers react to the owner change instead: they convert with CurrentTime or with a time
+    // from around the change, which stuurPlakToets keeps a few milliseconds before plakTijd.
+    // They also ask for targets that are not text (TARGETS, SAVE_TARGETS, the hint) first; only
+    // a text target counts. Some toolkits paste with CurrentTime as well; such a read counts when
+    // the X server says the requestor belongs to the very client we pasted into.
+    [[nodiscard]] static bool isPlakLezing(const Lezing& lezing);
+
+  private:
+    struct Doel {
+        Atom doel = None;
+        Atom type = None;
+        int formaat = 8;
+        std::shared_ptr<const std::string> bytes;
+    };
+    // A reply too large for one request, sent in parts as the requestor deletes each one.
+    struct Overdracht {
+        Window aanvrager = None;
+        Atom eigenschap = None;
+        Doel doel;
+        std::size_t positie = 0;
+        std::chrono::steady_clock::time_point laatst;
+    };
+
+    bool verwerk(XEvent& gebeurtenis);
+    void telWissel(const XFixesSelectionNotifyEvent& wissel) const;
+    void bijwerken() const;
+    [[nodiscard]] Time serverTijd() const;
+    void neem(std::vector<Doel> doelen, bool dictaat);
+    void geefOp();
+    [[nodiscard]] std::vector<Doel> tekstDoelen(const std::string& tekst) const;
+    [[nodiscard]] std::optional<X11Verbinding::Eigenschap> haal(
+        Atom doel, std::chrono::steady_clock::time_point einde) const;
+    void dienVerzoek(const XSelectionRequestEvent& verzoek);
+    bool dien(Window aanvrager, Atom doel, Atom eigenschap);
+    bool dienMultiple(Window aanvrager, Atom eigenschap);
+    bool stuurVolgendDeel(const XPropertyEvent& gebeurtenis);
+    void wachtOpLosgelatenModifiers() const;
+    static std::size_t xlibBreedte(int formaat);
+    static std::optional<XID> clientVan(Display* display, Window venster);
+
+    X11Verbinding& verbinding_;
+    Display* display_;
+    Window venster_ = None;
+    std::size_t luisterId_ = 0;
+    std::vector<std::string> terminals_;
+    Gelezen gelezen_;
+    // The largest property a single request carries; larger replies go INCR.
+    std::size_t maxDeel_ = 0;
+
+    Atom klembord_, targets_, multiple_, timestamp_, incr_, atomPaar_, utf8_, tekstPlain_, tekst_,
+        hint_, ontvang_, tijd_, beheerder_;
+
+    // What we serve while we own CLIPBOARD.
+    std::optional<std::vector<Doel>> eigen_;
+    bool dictaat_ = false;
+    Time eigenaarTijd_ = CurrentTime;
+    std::optional<Time> plakTijd_;
+    // The client that made the active window at the paste keystroke, as the X server knows it.
+    std::optional<XID> plakClient_;
+    std::vector<Overdracht> overdrachten_;
+    bool doorBeheerderBewaard_ = false;
+
+    // The count moves on every owner change; reading it first takes in the changes the server
+    // has reported, hence mutable.
+    mutable std::int64_t teller_ = 0;
+    // Times of our own give-ups, whose owner-change reports were counted when we made them.
+    mutable std::vector<Time> eigenLoslatingen_;
+};
+
+}  // namespace tolmo

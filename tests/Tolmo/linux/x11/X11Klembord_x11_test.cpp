@@ -1,0 +1,196 @@
+// The X11 clipboard against a private X server, with another app on a second connection.
+// gtest first: Xlib's macros (None, Bool) would break its templates.
+#include <gtest/gtest.h>
+
+#include "Tolmo/linux/x11/X11Klembord.h"
+
+#include <X11/keysym.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <random>
+#include <thread>
+
+#include "nep/X11AndereApp.h"
+#include "nep/XvfbServer.h"
+
+namespace tolmo {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(X11Klembord, RecognisesTerminalsByTheirWmClass) {
+    struct Geval {
+        WmKlasse klasse;
+        std::vector<std::string> extra;
+        bool terminal;
+    };
+    const Geval gevallen[] = {
+        {{"xterm", "XTerm"}, {}, true},
+        {{"gnome-terminal-server", "Gnome-terminal"}, {}, true},
+        {{"org.wezfurlong.wezterm", "org.wezfurlong.wezterm"}, {}, true},
+        {{"urxvt", "URxvt"}, {}, true},
+        {{"gedit", "Gedit"}, {}, false},
+        {{"Navigator", "firefox"}, {}, false},
+        // A name that merely contains a terminal's is not one.
+        {{"xtermijn", "Xtermijn"}, {}, false},
+        {{"", ""}, {}, false},
+        {{"ghostty", "com.mitchellh.ghostty"}, {"Ghostty"}, true},
+    };
+    for (std::size_t i = 0; i < std::size(gevallen); ++i) {
+        auto terminals = X11Klembord::standaardTerminals();
+        terminals.insert(terminals.end(), gevallen[i].extra.begin(), gevallen[i].extra.end());
+        EXPECT_EQ(X11Klembord::isTerminal(gevallen[i].klasse, terminals), gevallen[i].terminal)
+            << "geval " << i;
+    }
+}
+
+TEST(X11Klembord, CountsOnlyThePastingAppsReadOfTheText) {
+    using L = X11Klembord::Lezing;
+    struct Geval {
+        L lezing;
+        bool plak;
+    };
+    const Geval gevallen[] = {
+        {{"UTF8_STRING", true, 1000, 1000}, true},
+        {{"text/plain;charset=utf-8", true, 1000, 1250}, true},
+        {{"STRING", true, 0xfffffff0, 5}, true},  // the server clock wrapped
+        // A clipboard manager converting with the owner change's time or CurrentTime.
+        {{"UTF8_STRING", true, 1000, 995}, false},
+        {{"UTF8_STRING", true, 1000, CurrentTime}, false},
+        // A toolkit that pastes with CurrentTime, known by its process.
+        {{"UTF8_STRING", true, 1000, CurrentTime, true}, true},
+        {{"TARGETS", true, 1000, CurrentTime, true}, false},
+        {{"UTF8_STRING", true, std::nullopt, CurrentTime, true}, false},
+        {{"TARGETS", true, 1000, 1250}, false},
+        {{"SAVE_TARGETS", true, 1000, 1250}, false},
+        {{"image/png", true, 1000, 1250}, false},
+        // No paste keystroke yet, or what we offer is not a dictation.
+        {{"UTF8_STRING", true, std::nullopt, 1250}, false},
+        {{"UTF8_STRING", false, 1000, 1250}, false},
+    };
+    for (std::size_t i = 0; i < std::size(gevallen); ++i) {
+        EXPECT_EQ(X11Klembord::isPlakLezing(gevallen[i].lezing), gevallen[i].plak) << "geval " << i;
+    }
+}
+
+TEST(X11Klembord, TakesAnotherAppsClipboardAndGivesItBack) {
+    const nep::XvfbServer server;
+    ASSERT_FALSE(server.naam().empty());
+    X11Verbinding onze;
+    X11Klembord klembord(onze);
+    nep::X11AndereApp app(&onze);
+    EXPECT_TRUE(klembord.maakMomentopname().empty());
+
+    // Large enough that both sides send it in INCR parts.
+    std::string png(300 * 1024, '\0');
+    std::mt19937 toeval(7);
+    for (char& c : png) {
+        c = static_cast<char>(toeval());
+    }
+    const std::string tekst = "Kopie uit een andere app ✓";
+    const auto leeg = klembord.wijzigingsTeller();
+    app.bezit({{"UTF8_STRING", tekst}, {"image/png", png}});
+    EXPECT_EQ(klembord.wijzigingsTeller(), leeg + 1);
+
+    const auto momentopname = klembord.maakMomentopname();
+    ASSERT_EQ(momentopname.size(), 1U);
+    const std::map<std::string, std::string> gekregen(momentopname[0].begin(),
+                                                      momentopname[0].end());
+    EXPECT_EQ(gekregen,
+              (std::map<std::string, std::string>{{"UTF8_STRING", tekst}, {"image/png", png}}));
+
+    const auto teller = klembord.schrijf("één gedicteerde zin");
+    EXPECT_EQ(app.lees("UTF8_STRING"), "één gedicteerde zin");
+    EXPECT_EQ(app.lees("STRING"), "\xe9\xe9n gedicteerde zin");
+    EXPECT_EQ(app.lees("x-kde-passwordManagerHint"), "secret");
+    const std::string doelen = app.lees("TARGETS").value_or("");
+    std::vector<long> atomen(doelen.size() / sizeof(long));
+    std::memcpy(atomen.data(), doelen.data(), atomen.size() * sizeof(long));
+    const auto hint = static_cast<long>(onze.atoom("x-kde-passwordManagerHint"));
+    EXPECT_NE(std::find(atomen.begin(), atomen.end(), hint), atomen.end());
+    // Our own owner change came in while the other app read; it was counted when we wrote.
+    EXPECT_EQ(klembord.wijzigingsTeller(), teller);
+
+    klembord.herstel(momentopname);
+    EXPECT_EQ(app.lees("UTF8_STRING"), tekst);
+    EXPECT_EQ(app.lees("image/png"), png);
+    EXPECT_EQ(klembord.maakMomentopname(), momentopname);
+
+    const auto hersteld = klembord.wijzigingsTeller();
+    app.bezit({{"UTF8_STRING", "later gekopieerd"}});
+    EXPECT_EQ(klembord.wijzigingsTeller(), hersteld + 1);
+    // The count's round trip brought the SelectionClear in too.
+    onze.verwerk();
+    EXPECT_FALSE(klembord.bezitKlembord());
+
+    // On quitting, what we own goes to the clipboard manager, which keeps it after we are gone.
+    EXPECT_FALSE(klembord.geefAanBeheerder(1s));
+    klembord.herstel(momentopname);
+    EXPECT_FALSE(klembord.geefAanBeheerder(1s)) << "no manager runs yet";
+    app.wordBeheerder();
+    EXPECT_TRUE(klembord.geefAanBeheerder(3s));
+    const auto bewaard = app.bezit();
+    EXPECT_EQ(bewaard.count("UTF8_STRING") > 0 ? bewaard.at("UTF8_STRING") : "", tekst);
+    EXPECT_TRUE(bewaard.count("image/png") > 0 && bewaard.at("image/png") == png);
+    onze.verwerk();
+    EXPECT_FALSE(klembord.bezitKlembord());
+}
+
+TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
+    const nep::XvfbServer server;
+    ASSERT_FALSE(server.naam().empty());
+    X11Verbinding onze;
+    X11Klembord klembord(onze);
+    nep::X11AndereApp app(&onze);
+    nep::X11AndereApp beheerder(&onze);  // a clipboard manager
+    nep::X11AndereApp toetsenbord;       // the user's hands
+    std::vector<Window> gelezen;
+    klembord.opGelezen([&](Window w) { gelezen.push_back(w); });
+
+    struct Geval {
+        const char* instantie;
+        const char* klasse;
+        bool houdShiftVast;  // the user still holds Shift for a moment
+        unsigned verwacht;
+        bool zonderTijd;  // the app converts with CurrentTime, not the key's time
+    };
+    const Geval gevallen[] = {
+        {"gedit", "Gedit", false, ControlMask, false},
+        {"xterm", "XTerm", false, ControlMask | ShiftMask, false},
+        {"gedit", "Gedit", true, ControlMask, false},
+        {"chrome", "Chrome", false, ControlMask, true},
+    };
+    for (std::size_t i = 0; i < std::size(gevallen); ++i) {
+        SCOPED_TRACE(i);
+        const Geval& g = gevallen[i];
+        app.vooraan(g.instantie, g.klasse, 4242);
+        gelezen.clear();
+        klembord.schrijf("plak mij");
+        std::thread houder;
+        if (g.houdShiftVast) {
+            toetsenbord.toets(XK_Shift_L, true);
+            houder = std::thread([&toetsenbord] {
+                std::this_thread::sleep_for(150ms);
+                toetsenbord.toets(XK_Shift_L, false);
+            });
+        }
+        klembord.stuurPlakToets();
+        const auto toets = app.wachtOpToets(XK_v);
+        ASSERT_TRUE(toets);
+        EXPECT_EQ(toets->state & (ControlMask | ShiftMask), g.verwacht);
+        // A clipboard manager's reads, then the pasting app's.
+        EXPECT_EQ(beheerder.lees("UTF8_STRING"), "plak mij");
+        EXPECT_EQ(beheerder.lees("UTF8_STRING", toets->time - 10), "plak mij");
+        EXPECT_TRUE(gelezen.empty());
+        EXPECT_EQ(app.lees("UTF8_STRING", g.zonderTijd ? CurrentTime : toets->time), "plak mij");
+        EXPECT_EQ(gelezen, std::vector<Window>{app.venster()});
+        if (houder.joinable()) {
+            houder.join();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tolmo
