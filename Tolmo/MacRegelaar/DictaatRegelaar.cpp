@@ -224,6 +224,9 @@ void DictaatRegelaar::opstarten() {
     toestemmingen_ = leesToestemmingen();
 
     log(o_.appNaam + " gestart (" + o_.versie + ")");
+    for (const std::string& regel : o_.startRegels) {
+        log(regel);
+    }
     log("Toestemmingen bij start: " + toestemmingen_.tekst());
     log(std::string("Klembord na plakken herstellen: ") +
         (inst_.klembordHerstellen() ? "aan" : "uit"));

@@ -123,6 +123,8 @@ class DictaatRegelaar {
         std::string logBron = "mac";
         // How the start line names the app: "<appNaam> gestart (<versie>)".
         std::string appNaam = "Mac-app";
+        // Lines the shell logs right after the start line: what it chose at launch and why.
+        std::vector<std::string> startRegels;
         // Empty: TolmoKeten::bouw with the key vault and the shared transport.
         KetenMaker ketenMaker;
         // Called once a recording runs, to open the connection its chain will use while the

@@ -44,6 +44,9 @@ class XvfbServer {
         }
         naam_ = ":" + nummer;
         ::setenv("DISPLAY", naam_.c_str(), 1);
+        // Tests run from a desktop's terminal must not take that desktop's session for theirs.
+        ::unsetenv("WAYLAND_DISPLAY");
+        ::unsetenv("XDG_SESSION_TYPE");
         if (metVensterbeheer) {
             startVensterbeheer();
         }

@@ -27,20 +27,27 @@ QString tekst(std::string_view s) {
 }  // namespace
 
 ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::Teksten& teksten,
+                                   std::function<std::vector<Vermogen>()> vermogens,
                                    std::function<bool()> volgtVeld, QWidget* ouder)
-    : InstellingenTab(ouder), r_(regelaar), teksten_(teksten), volgtVeld_(std::move(volgtVeld)) {
+    : InstellingenTab(ouder),
+      r_(regelaar),
+      teksten_(teksten),
+      vermogens_(std::move(vermogens)),
+      volgtVeld_(std::move(volgtVeld)) {
     auto* indeling = new QVBoxLayout(this);
 
     auto* systeem = new QGroupBox("Wat Tolmo op deze computer kan", this);
     auto* rijen = new QFormLayout(systeem);
     rijen->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     microfoon_ = waarde(systeem);
-    toetsen_ = waarde(systeem);
-    plakken_ = waarde(systeem);
     houdtoets_ = waarde(systeem);
     rijen->addRow("Microfoon:", microfoon_);
-    rijen->addRow("Toetsen volgen:", toetsen_);
-    rijen->addRow("Plakken:", plakken_);
+    // The session's adapter set is chosen at launch, so its rows are fixed; their texts are not.
+    for (const Vermogen& v : vermogens_()) {
+        auto* naam = new QLabel(tekst(label(v.soort)) + ":", systeem);
+        vermogenRijen_.push_back(waarde(systeem));
+        rijen->addRow(naam, vermogenRijen_.back());
+    }
     if (volgtVeld_) {
         veld_ = waarde(systeem);
         rijen->addRow("Toegankelijkheid:", veld_);
@@ -75,14 +82,15 @@ void ToestemmingenTab::toon() {
                               "te nemen."
                             : "Nee: Tolmo vindt geen geluidsbron. Sluit een microfoon aan, of "
                               "start PulseAudio of PipeWire.");
-    toetsen_->setText(stand.invoermonitoring
-                          ? "Ja: XInput2 laat Tolmo de houdtoets zien zonder hem af te vangen."
-                          : "Nee: XInput2 ontbreekt op deze X-server, dus de houdtoets werkt "
-                            "niet. De wisselsneltoets en het menu werken wel.");
-    plakken_->setText(stand.toegankelijkheid
-                          ? "Ja: XTest drukt de plaktoets in het venster waar je was."
-                          : "Nee: XTest ontbreekt op deze X-server. De tekst komt op het "
-                            "klembord en je plakt hem zelf.");
+    const auto vermogens = vermogens_();
+    for (std::size_t i = 0; i < vermogenRijen_.size() && i < vermogens.size(); ++i) {
+        const Vermogen& v = vermogens[i];
+        std::string regel = v.mechanisme.empty() ? "Nee: " + v.advies : "Ja: " + v.mechanisme + ".";
+        if (!v.mechanisme.empty() && !v.advies.empty()) {
+            regel += " " + v.advies;
+        }
+        vermogenRijen_[i]->setText(tekst(regel));
+    }
     if (veld_ != nullptr) {
         veld_->setText(volgtVeld_() ? "Ja: via AT-SPI volgt Tolmo in welk invoerveld je typt."
                                     : "Nee: AT-SPI antwoordt niet. Tolmo volgt alleen het "

@@ -2,20 +2,26 @@
 
 #include <QLabel>
 #include <functional>
+#include <vector>
 
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "Tolmo/linux/SessieAdapters.h"
 #include "Tolmo/linux/app/InstellingenTab.h"
 
 namespace tolmo {
 
-// What Tolmo can do on this desktop: record, watch keys, paste, follow the focused field, and
-// whether the user agreed to send recordings to the speech service. X11 asks no permission for
-// keys or pasting, so each row says whether the part it needs is there.
+// What Tolmo can do on this desktop: record, and per capability (hold key, toggle, clipboard,
+// paste, focus, indicator) the mechanism that serves it in this session, or that none does and
+// what the user can do; whether the focused field is followed, and whether the user agreed to
+// send recordings to the speech service. Linux asks no permission for keys or pasting, so each
+// row says whether the part it needs is there.
 class ToestemmingenTab final : public InstellingenTab {
   public:
-    // teksten: the key source's words for the hold-key mechanism. volgtVeld: whether AT-SPI
-    // answers and the focused field is followed; without it that row is left out.
+    // teksten: the key source's words for the hold-key mechanism. vermogens: the session's
+    // capabilities, read again each time the tab redraws. volgtVeld: whether AT-SPI answers and
+    // the focused field is followed; without it that row is left out.
     ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::Teksten& teksten,
+                     std::function<std::vector<Vermogen>()> vermogens,
                      std::function<bool()> volgtVeld = {}, QWidget* ouder = nullptr);
 
     void ververs(DictaatRegelaar::Wijziging wijziging) override;
@@ -25,10 +31,10 @@ class ToestemmingenTab final : public InstellingenTab {
 
     DictaatRegelaar& r_;
     ToetsBron::Teksten teksten_;
+    std::function<std::vector<Vermogen>()> vermogens_;
     std::function<bool()> volgtVeld_;
     QLabel* microfoon_;
-    QLabel* toetsen_;
-    QLabel* plakken_;
+    std::vector<QLabel*> vermogenRijen_;
     QLabel* veld_ = nullptr;
     QLabel* houdtoets_;
     QLabel* spraakdienst_;

@@ -1,5 +1,7 @@
-// tolmo-app: the Linux desktop shell. It composes the X11, PulseAudio and Qt adapters, hands them
-// to the dictation controller and draws what the controller reports.
+// tolmo-app: the Linux desktop shell. It chooses the adapter set of the session (X11, or Wayland
+// through XWayland until Wayland's own set is there), composes it with the PulseAudio,
+// freedesktop and Qt adapters, hands them to the dictation controller and draws what the
+// controller reports.
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -35,6 +37,7 @@
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
+#include "Tolmo/linux/SessieKeuze.h"
 #include "Tolmo/linux/app/InstellingenVenster.h"
 #include "Tolmo/linux/app/LogboekTab.h"
 #include "Tolmo/linux/app/OpnameVenster.h"
@@ -54,10 +57,7 @@
 #include "Tolmo/linux/pulse/PulseAudioEngine.h"
 #include "Tolmo/linux/pulse/SoxrOmzetter.h"
 #include "Tolmo/linux/pulse/WavSchrijver.h"
-#include "Tolmo/linux/x11/X11Focus.h"
-#include "Tolmo/linux/x11/X11Klembord.h"
-#include "Tolmo/linux/x11/X11ToetsBron.h"
-#include "Tolmo/linux/x11/X11Verbinding.h"
+#include "Tolmo/linux/x11/X11Adapters.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 
@@ -81,17 +81,16 @@ void meld(const std::string& regel) {
 
 // Every adapter of the Linux shell, composed once; the controller gets them as its ports.
 struct Samenstelling {
-    X11Verbinding x11;
+    explicit Samenstelling(std::unique_ptr<SessieAdapters> s) : sessie(std::move(s)) {}
+
+    // The display system's adapters; everything else is the same in every session.
+    std::unique_ptr<SessieAdapters> sessie;
     QtHoofdLus lus;
     PulseAudioEngine engine{"Tolmo"};
-    LinuxToestemmingen toestemmingen{engine, x11};
-    X11ToetsBron toetsen{x11};
-    X11EscBron esc{x11};
+    LinuxToestemmingen toestemmingen{engine, *sessie};
     SoxrOmzetter::Maker omzetters;
     WavSchrijver::Maker schrijvers;
-    X11Klembord klembord{x11};
-    X11Focus vensterFocus{x11};
-    AtSpiFocus focus{vensterFocus};
+    AtSpiFocus focus{sessie->vensterFocus()};
     QtToestemmingsVraag vraag;
     XdgOpslag groep{XdgOpslag::configMap(), std::string(GedeeldeOpslag::groepSuite), meld};
     XdgOpslag standaard{XdgOpslag::configMap(), "app.tolmo", meld};
@@ -103,7 +102,7 @@ struct Samenstelling {
     GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
     OpnameVenster indicator{golf};
     std::unique_ptr<Systeemvak> vak;
-    QSocketNotifier x11Gebeurtenissen{x11.descriptor(), QSocketNotifier::Read};
+    QSocketNotifier sessieGebeurtenissen{sessie->descriptor(), QSocketNotifier::Read};
     // Last, so it goes first: it holds every port above.
     std::unique_ptr<DictaatRegelaar> regelaar;
     // Holds the controller, so it goes before it.
@@ -152,14 +151,16 @@ struct Samenstelling {
         venster->toon(tab);
     }
 
-    void bouw() {
-        // Xlib may read events into its queue while it answers a request, so the queue is also
-        // emptied each time the loop is about to sleep, not only when the socket is readable.
-        QObject::connect(&x11Gebeurtenissen, &QSocketNotifier::activated, &indicator,
-                         [this] { x11.verwerk(); });
+    // sessieRegel: which adapter set serves this session and why, for the log.
+    void bouw(const std::string& sessieRegel) {
+        // A display library may read events into its queue while it answers a request, so the
+        // queue is also emptied each time the loop is about to sleep, not only when the socket
+        // is readable.
+        QObject::connect(&sessieGebeurtenissen, &QSocketNotifier::activated, &indicator,
+                         [this] { sessie->verwerk(); });
         QObject::connect(QAbstractEventDispatcher::instance(),
                          &QAbstractEventDispatcher::aboutToBlock, &indicator,
-                         [this] { x11.verwerk(); });
+                         [this] { sessie->verwerk(); });
         vak = std::make_unique<Systeemvak>(Systeemvak::Handelingen{
             [this] {
                 return MenuStand::van(regelaar->toestand(), regelaar->melding(),
@@ -187,6 +188,11 @@ struct Samenstelling {
         opties.formaat = AudioFormaat::wav;
         opties.logBron = "linux";
         opties.appNaam = "Linux-app";
+        opties.startRegels.push_back(sessieRegel);
+        for (const Vermogen& v : sessie->vermogens()) {
+            opties.startRegels.push_back(std::string(label(v.soort)) + ": " +
+                                         (v.mechanisme.empty() ? "niets" : v.mechanisme));
+        }
         // On Linux the user picks the route (their own key, the EU route, the test engine, or
         // the relay server); nothing is forced through the relay.
         opties.altijdViaServer = false;
@@ -194,10 +200,23 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         // The route is the user's, so the consent names each one it may take.
         opties.toestemming = CloudToestemming::eigenRoute;
-        DictaatRegelaar::Poorten poorten{
-            lus,   toestemmingen, toetsen, engine,    omzetters, schrijvers, klembord,  focus,
-            vraag, indicator,     *vak,    logOpslag, werker,    groep,      standaard, *kluis};
-        poorten.esc = &esc;
+        DictaatRegelaar::Poorten poorten{lus,
+                                         toestemmingen,
+                                         sessie->toetsen(),
+                                         engine,
+                                         omzetters,
+                                         schrijvers,
+                                         sessie->klembord(),
+                                         focus,
+                                         vraag,
+                                         indicator,
+                                         *vak,
+                                         logOpslag,
+                                         werker,
+                                         groep,
+                                         standaard,
+                                         *kluis};
+        poorten.esc = sessie->esc();
         regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
         golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
@@ -219,9 +238,11 @@ struct Samenstelling {
                          QStringLiteral("Stijlen"));
         venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
                          QStringLiteral("Woordenlijst"));
-        venster->voegToe(std::make_unique<ToestemmingenTab>(*regelaar, toetsen.teksten(),
-                                                            [this] { return focus.volgt(); }),
-                         QStringLiteral("Toestemmingen"));
+        venster->voegToe(
+            std::make_unique<ToestemmingenTab>(
+                *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
+                [this] { return focus.volgt(); }),
+            QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
     }
@@ -298,12 +319,26 @@ int main(int argc, char** argv) {
         case Aanroep::Soort::app:
             break;
     }
-    // Keys, clipboard and focus are X11's: under Wayland the app runs through XWayland and sees
-    // only X11 windows.
-    if (std::getenv("DISPLAY") == nullptr) {
-        std::cerr << "tolmo-app: geen X11-sessie (DISPLAY is niet gezet).\n";
+    const auto keuze = kiesSessie(aanroep.sessie, [](std::string_view k) {
+        const char* w = std::getenv(std::string(k).c_str());
+        return w != nullptr ? std::optional<std::string>(w) : std::nullopt;
+    });
+    if (!keuze) {
+        std::cerr << "tolmo-app: " << geenSessieMelding << "\n";
         return 1;
     }
+    // Wayland's own adapter set is not there yet: in a Wayland session the X11 set works through
+    // XWayland, which reaches the X11 windows only, and the settings window says so.
+    const bool viaXWayland = keuze->systeem == Weergavesysteem::wayland;
+    if (viaXWayland && std::getenv("DISPLAY") == nullptr) {
+        std::cerr << "tolmo-app: deze Wayland-sessie heeft geen XWayland (DISPLAY is niet gezet); "
+                     "Tolmo kan hier nog niets bereiken.\n";
+        return 1;
+    }
+    const std::string sessieRegel =
+        "Sessie " + std::string(naam(keuze->systeem)) + " (" + keuze->reden +
+        "); adapters: " + (viaXWayland ? "X11 via XWayland (alleen X11-vensters)" : "X11");
+    // Qt's own windows go where the adapters reach.
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tolmo-app"));
@@ -355,8 +390,8 @@ int main(int argc, char** argv) {
 
     std::unique_ptr<Samenstelling> s;
     try {
-        s = std::make_unique<Samenstelling>();
-        s->bouw();
+        s = std::make_unique<Samenstelling>(std::make_unique<X11Adapters>(viaXWayland));
+        s->bouw(sessieRegel);
         // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
         // the first hold key and its request.
         CurlTransport::gedeeld();
@@ -375,7 +410,7 @@ int main(int argc, char** argv) {
         // Cancels a running dictation, releases the keys and puts a waiting clipboard back,
         // which a clipboard manager then keeps once we are gone.
         s->regelaar->afsluiten();
-        s->klembord.geefAanBeheerder(std::chrono::seconds(2));
+        s->sessie->geefKlembordAf(std::chrono::seconds(2));
     });
     std::cerr << "Tolmo: klaar" << std::endl;
     const int code = QApplication::exec();

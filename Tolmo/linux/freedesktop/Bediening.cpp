@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -113,6 +114,9 @@ const std::string_view gebruik =
     "  --stop       stop de opname; de tekst wordt geplakt\n"
     "  --wissel     begin een opname, of stop de lopende\n"
     "  --annuleer   gooi de opname weg, of stop het verwerken\n"
+    "Bij het starten:\n"
+    "  --sessie x11|wayland   kies zelf met welk beeldsysteem Tolmo werkt (anders volgt\n"
+    "                         Tolmo de sessie: WAYLAND_DISPLAY, XDG_SESSION_TYPE, DISPLAY)\n"
     "  --hulp       deze uitleg\n";
 
 std::string_view woord(Opdracht opdracht) {
@@ -135,20 +139,44 @@ std::optional<Opdracht> opdrachtVoor(std::string_view w) {
 
 Aanroep leesAanroep(const std::vector<std::string>& args) {
     Aanroep a;
-    for (const std::string& arg : args) {
+    for (auto it = args.begin(); it != args.end(); ++it) {
+        const std::string& arg = *it;
         if (arg == "--hulp" || arg == "--help" || arg == "-h") {
-            return {Aanroep::Soort::hulp, Opdracht::toon, {}};
+            return {Aanroep::Soort::hulp, Opdracht::toon, {}, {}};
+        }
+        if (arg == "--sessie" || arg.starts_with("--sessie=")) {
+            std::string waarde;
+            if (arg == "--sessie") {
+                if (std::next(it) == args.end()) {
+                    return {Aanroep::Soort::fout,
+                            Opdracht::toon,
+                            "na --sessie hoort x11 of wayland",
+                            {}};
+                }
+                waarde = *++it;
+            } else {
+                waarde = arg.substr(std::string_view("--sessie=").size());
+            }
+            a.sessie = weergavesysteemUit(waarde);
+            if (!a.sessie) {
+                return {Aanroep::Soort::fout,
+                        Opdracht::toon,
+                        "onbekende sessie: " + waarde + " (kies x11 of wayland)",
+                        {}};
+            }
+            continue;
         }
         const auto o =
             arg.starts_with("--") ? opdrachtVoor(std::string_view(arg).substr(2)) : std::nullopt;
         // "toon" is what a plain second launch sends; it is no option of its own.
         if (!o || *o == Opdracht::toon) {
-            return {Aanroep::Soort::fout, Opdracht::toon, "onbekende optie: " + arg};
+            return {Aanroep::Soort::fout, Opdracht::toon, "onbekende optie: " + arg, {}};
         }
         if (a.soort == Aanroep::Soort::opdracht) {
-            return {Aanroep::Soort::fout, Opdracht::toon, "geef één opdracht tegelijk"};
+            return {Aanroep::Soort::fout, Opdracht::toon, "geef één opdracht tegelijk", {}};
         }
-        a = {Aanroep::Soort::opdracht, *o, {}};
+        a.soort = Aanroep::Soort::opdracht;
+        a.opdracht = *o;
     }
     return a;
 }

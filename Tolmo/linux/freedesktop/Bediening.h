@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Tolmo/linux/SessieKeuze.h"
+
 namespace tolmo {
 
 // Control of a running tolmo-app from outside it: `tolmo-app --start` from a shortcut the
@@ -26,6 +28,8 @@ struct Aanroep {
     Soort soort = Soort::app;
     Opdracht opdracht = Opdracht::toon;
     std::string fout;  // for Soort::fout, in Dutch
+    // --sessie x11|wayland: the display system chosen by hand instead of from the session.
+    std::optional<Weergavesysteem> sessie;
 };
 
 // args without the program name.

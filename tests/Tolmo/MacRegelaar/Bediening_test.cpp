@@ -135,11 +135,13 @@ TEST(DictaatRegelaarOpstarten, LaunchLoadsSettingsClearsLeftoversAndLogs) {
     std::ofstream(o.map.pad() / "tolmo-3.txt") << "x";
     std::ofstream(o.map.pad() / "notitie.wav") << "x";
     std::filesystem::create_directory(o.map.pad() / "tolmo-map.wav");
+    o.startRegels = {"Sessie x11 (DISPLAY is gezet)", "Plakken: XTest"};
     o.maak();
 
     EXPECT_THAT(
         o.regelaar->logboek().teksten(),
         ElementsAre("vorige keer", "van de telefoon", "Mac-app gestart (1.4.2)",
+                    "Sessie x11 (DISPLAY is gezet)", "Plakken: XTest",
                     "Toestemmingen bij start: microfoon ja, invoermonitoring ja, "
                     "toegankelijkheid nee",
                     "Klembord na plakken herstellen: aan", "2 achtergebleven opname(s) verwijderd",

@@ -79,6 +79,7 @@ struct Opstelling {
     SleutelWaardeOpslag* andereGroep = nullptr;
     SleutelWaardeOpslag* andereStandaard = nullptr;
     bool altijdViaServer = true;
+    std::vector<std::string> startRegels;
     // The settings the chain of the last dictation was built with.
     std::optional<TolmoInstellingen> ketenInstellingen;
 
@@ -100,6 +101,7 @@ struct Opstelling {
         o.opnemerTijd = {[this] { return lus.uptime(); }, [](double) {}};
         o.ketenMaker = [this](const TolmoInstellingen& i) { return keten(i); };
         o.altijdViaServer = altijdViaServer;
+        o.startRegels = startRegels;
         regelaar = std::make_unique<DictaatRegelaar>(
             DictaatRegelaar::Poorten{lus, toestemmingen, toetsen, engine, omzetters, schrijvers,
                                      klembord, focus, vraag, indicator, meldingen, logOpslag,

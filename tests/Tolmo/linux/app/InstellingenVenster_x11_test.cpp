@@ -67,8 +67,9 @@ struct Opgezet {
                                                       [this] { return vorigeApp; }),
                          "Stijlen");
         venster->voegToe(std::make_unique<WoordenlijstTab>(*f.regelaar), "Woordenlijst");
-        venster->voegToe(std::make_unique<ToestemmingenTab>(*f.regelaar, X11ToetsBron(x).teksten(),
-                                                            [this] { return volgt; }),
+        venster->voegToe(std::make_unique<ToestemmingenTab>(
+                             *f.regelaar, X11ToetsBron(x).teksten(), [this] { return vermogens; },
+                             [this] { return volgt; }),
                          "Toestemmingen");
         venster->voegToe(std::make_unique<LogboekTab>(*f.regelaar), "Logboek");
         venster->show();
@@ -95,6 +96,10 @@ struct Opgezet {
     bool inloggen = false;
     std::optional<AppStijl> vorigeApp;
     bool volgt = true;
+    // What the session's adapter set reports: one row without a mechanism, one with both.
+    std::vector<Vermogen> vermogens{
+        {Vermogen::Soort::houdToets, "", "De wisselsneltoets werkt wel."},
+        {Vermogen::Soort::plakken, "XTest via XWayland", "Alleen X11-vensters."}};
     test::Opstelling f;
     std::unique_ptr<InstellingenVenster> venster;
 };
@@ -502,15 +507,17 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
         voor.groep.verwijder(std::string(CloudToestemming::sleutel));
     });
     auto& tab = z.tab<ToestemmingenTab>("Toestemmingen");
-    for (const char* t : {"Ja: er is een geluidsbron", "Nee: XInput2 ontbreekt op deze X-server",
-                          "Nee: XTest ontbreekt", "Ja: via AT-SPI",
-                          "niets (XInput2 ontbreekt op deze X-server).", "Nog niet gegeven."}) {
+    for (const char* t :
+         {"Ja: er is een geluidsbron", "Houdtoets:\nNee: De wisselsneltoets werkt wel.",
+          "Plakken:\nJa: XTest via XWayland. Alleen X11-vensters.", "Ja: via AT-SPI",
+          "niets (XInput2 ontbreekt op deze X-server).", "Nog niet gegeven."}) {
         EXPECT_THAT(teksten(tab), HasSubstr(t));
     }
     // The poll sees the change; the tab shows it without being asked.
     z.f.toestemmingen = {};
     z.f.toestemmingen.mic = false;
     z.volgt = false;
+    z.vermogens[0].mechanisme = "XInput2";
     z.f.lus.verstrijk(DictaatRegelaar::toestemmingInterval);
     // The consent question on the first dictation, answered yes.
     z.f.regelaar->start(DictaatRegelaar::Bron::menu);
@@ -518,7 +525,7 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
     z.f.vraag.beantwoord(0);
     z.f.lus.draai();
     for (const char* t :
-         {"Nee: Tolmo vindt geen geluidsbron", "Ja: XInput2 laat Tolmo", "Ja: XTest drukt",
+         {"Nee: Tolmo vindt geen geluidsbron", "Houdtoets:\nJa: XInput2. De wisselsneltoets",
           "Nee: AT-SPI antwoordt niet", "XInput2 (ruwe toetsen).", "(versie 1)."}) {
         EXPECT_THAT(teksten(tab), HasSubstr(t));
     }

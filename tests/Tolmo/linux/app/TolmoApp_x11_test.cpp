@@ -173,6 +173,8 @@ TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
     }
     // Every recording went out over the connection opened while the user spoke.
     EXPECT_EQ(server_.aantalVerbindingen(), 1U);
+    // Which adapter set the session got, and why, is in the log from the start.
+    EXPECT_NE(logboek().find("Sessie x11 (DISPLAY is gezet); adapters: X11\""), std::string::npos);
 }
 
 TEST_F(TolmoAppTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {

@@ -20,6 +20,7 @@ TEST(BedieningTest, TheCommandLine) {
         Soort soort;
         Opdracht opdracht;
         std::string fout;
+        std::optional<Weergavesysteem> sessie = std::nullopt;
     };
     for (const Geval& g : {
              Geval{{}, Soort::app, Opdracht::toon, ""},
@@ -34,12 +35,24 @@ TEST(BedieningTest, TheCommandLine) {
              Geval{{"start"}, Soort::fout, Opdracht::toon, "onbekende optie: start"},
              Geval{
                  {"--start", "--stop"}, Soort::fout, Opdracht::toon, "geef één opdracht tegelijk"},
+             Geval{{"--sessie", "wayland", "--start"},
+                   Soort::opdracht,
+                   Opdracht::start,
+                   "",
+                   Weergavesysteem::wayland},
+             Geval{{"--sessie=x11"}, Soort::app, Opdracht::toon, "", Weergavesysteem::x11},
+             Geval{{"--sessie"}, Soort::fout, Opdracht::toon, "na --sessie hoort x11 of wayland"},
+             Geval{{"--sessie", "mir"},
+                   Soort::fout,
+                   Opdracht::toon,
+                   "onbekende sessie: mir (kies x11 of wayland)"},
          }) {
         SCOPED_TRACE(g.args.empty() ? "" : g.args.front());
         const Aanroep a = leesAanroep(g.args);
         EXPECT_EQ(a.soort, g.soort);
         EXPECT_EQ(a.opdracht, g.opdracht);
         EXPECT_EQ(a.fout, g.fout);
+        EXPECT_EQ(a.sessie, g.sessie);
     }
 }
 
