@@ -44,9 +44,9 @@ if(TOLMO_SERVER)
   tolmo_pakket_gz(${TOLMO_PAKKET_MAP}/tolmo-server.8 tolmo-server.8)
   install(FILES ${TOLMO_PAKKET_BOUW}/tolmo-server.8.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT server)
-  # The unit and the configuration file name each other's paths, which follow the prefix.
-  set(TOLMO_STAATMAP ${CMAKE_INSTALL_FULL_LOCALSTATEDIR}/lib/tolmo-server)
-  set(TOLMO_SERVER_CONF ${CMAKE_INSTALL_FULL_SYSCONFDIR}/tolmo-server/tolmo-server.conf)
+  # The database lives in the unit's StateDirectory, which systemd puts under /var/lib whatever
+  # the prefix (and ProtectSystem=strict leaves only that writable).
+  set(TOLMO_STAATMAP /var/lib/tolmo-server)
   configure_file(${TOLMO_PAKKET_MAP}/tolmo-server.conf ${TOLMO_PAKKET_BOUW}/tolmo-server.conf @ONLY)
   install(FILES ${TOLMO_PAKKET_BOUW}/tolmo-server.conf
     DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/tolmo-server COMPONENT server)
