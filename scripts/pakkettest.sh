@@ -70,13 +70,16 @@ opruimen() {
   local m
   stopRoot
   [ -z "$xvfb" ] || kill "$xvfb" 2>/dev/null || true
-  for m in var/cache/apt/archives tmp/.X11-unix dev/pts dev proc; do
-    if mountpoint -q "$root/$m"; then umount "$root/$m" || umount -l "$root/$m"; fi
+  for m in root/var/cache/apt/archives root/tmp/.X11-unix root/dev/pts root/dev root/proc .; do
+    if mountpoint -q "$werk/$m"; then umount "$werk/$m" || umount -l "$werk/$m"; fi
   done
   # Never delete through a mount that is still there.
   if ! findmnt -rn -o TARGET | grep -q "^$werk/"; then rm -rf "$werk"; fi
 }
 trap opruimen EXIT
+# The root lives in memory where it can: unpacking is faster, and cleaning up is one umount
+# instead of deleting a whole system from a busy disk.
+mount -t tmpfs -o size=4g tolmo-pakkettest "$werk" || true
 if [ ! -f "$tarbal" ]; then
   kop "debootstrap ${recept[*]} (eenmalig, daarna uit $tarbal)"
   debootstrap "${recept[@]}" "$werk/nieuw" "$spiegel" >/dev/null
