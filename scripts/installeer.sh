@@ -19,6 +19,8 @@ pakketten=(
   dbus at-spi2-core gnome-keyring
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
+  # the Debian packages: dependencies from dpkg-shlibdeps, checks, and the clean test root
+  dpkg-dev lintian debootstrap zstd
 )
 
 ontbrekend=()
