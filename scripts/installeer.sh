@@ -19,6 +19,8 @@ pakketten=(
   dbus at-spi2-core gnome-keyring
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
+  # the Mac syntax check: arm64's C library headers (x86_64's come with build-essential)
+  libc6-dev-arm64-cross
 )
 
 ontbrekend=()
