@@ -46,6 +46,7 @@ typedef signed char BOOL;
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 
+#ifdef __OBJC__
 @class NSString;
 
 // https://developer.apple.com/documentation/objectivec/1418956-nsobject
@@ -66,3 +67,4 @@ __attribute__((objc_root_class))
 - (id)copy;
 - (id)mutableCopy;
 @end
+#endif  // __OBJC__

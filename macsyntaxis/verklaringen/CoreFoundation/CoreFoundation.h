@@ -7,6 +7,13 @@
 
 #include "TolmoObjc.h"
 
+// Toll-free bridged types name their Objective-C class, for ARC's bridging casts.
+#ifdef __OBJC__
+#define TOLMO_CF_BRUG(klasse) __attribute__((objc_bridge(klasse)))
+#else
+#define TOLMO_CF_BRUG(klasse)
+#endif
+
 extern "C" {
 typedef signed long CFIndex;
 typedef unsigned long CFTypeID;
@@ -22,10 +29,11 @@ typedef UInt32 FourCharCode;
 typedef FourCharCode OSType;
 typedef double CFTimeInterval;
 typedef const void* CFTypeRef;
-typedef const struct __attribute__((objc_bridge(NSString))) __CFString* CFStringRef;
-typedef const struct __attribute__((objc_bridge(NSDictionary))) __CFDictionary* CFDictionaryRef;
-typedef const struct __attribute__((objc_bridge(NSData))) __CFData* CFDataRef;
-typedef const struct __attribute__((objc_bridge(NSNumber))) __CFBoolean* CFBooleanRef;
+typedef const struct TOLMO_CF_BRUG(NSString) __CFString* CFStringRef;
+typedef const struct TOLMO_CF_BRUG(NSDictionary) __CFDictionary* CFDictionaryRef;
+typedef const struct TOLMO_CF_BRUG(NSData) __CFData* CFDataRef;
+typedef const struct TOLMO_CF_BRUG(NSArray) __CFArray* CFArrayRef;
+typedef const struct TOLMO_CF_BRUG(NSNumber) __CFBoolean* CFBooleanRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef struct __CFRunLoop* CFRunLoopRef;
 typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
