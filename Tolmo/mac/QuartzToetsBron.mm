@@ -31,7 +31,9 @@ CGEventRef tapTerugroep(CGEventTapProxy, CGEventType type, CGEventRef event, voi
     const std::int64_t code =
         event != nullptr ? CGEventGetIntegerValueField(event, kCGKeyboardEventKeycode) : 0;
     const std::uint64_t vlaggen = event != nullptr ? CGEventGetFlags(event) : 0;
-    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(type, code, vlaggen));
+    const std::int64_t merk =
+        event != nullptr ? CGEventGetIntegerValueField(event, kCGEventSourceUserData) : 0;
+    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(type, code, vlaggen, merk));
     return event;
 }
 
@@ -113,8 +115,11 @@ std::unique_ptr<ToetsBron::Registratie> monitor(bool globaal, ToetsBron::OpGebeu
         std::make_shared<Ontvanger>(Ontvanger{std::move(op), [](ToetsBron::TapUit) {}});
     const auto masker = static_cast<NSEventMask>(ToetsBron::gebeurtenisMasker);
     auto geef = ^(NSEvent* e) {
-      ontvanger->geef(
-          QuartzToetsen::vertaal(static_cast<std::uint32_t>(e.type), e.keyCode, e.modifierFlags));
+      // The Quartz event underneath carries the mark of keystrokes we posted.
+      CGEventRef cg = e.CGEvent;
+      ontvanger->geef(QuartzToetsen::vertaal(
+          static_cast<std::uint32_t>(e.type), e.keyCode, e.modifierFlags,
+          cg != nullptr ? CGEventGetIntegerValueField(cg, kCGEventSourceUserData) : 0));
     };
     id token = globaal ? [NSEvent addGlobalMonitorForEventsMatchingMask:masker handler:geef]
                        : [NSEvent addLocalMonitorForEventsMatchingMask:masker

@@ -71,6 +71,9 @@ typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags) {
 @property(readonly) NSEventType type;
 @property(readonly) unsigned short keyCode;
 @property(readonly) NSEventModifierFlags modifierFlags;
+// https://developer.apple.com/documentation/appkit/nsevent/cgevent (macOS 10.5+; owned by the
+// NSEvent, may be NULL)
+@property(readonly) CGEventRef CGEvent;
 // https://developer.apple.com/documentation/appkit/nsevent/addglobalmonitorforevents(matching:handler:)
 // (macOS 10.6+)
 + (id)addGlobalMonitorForEventsMatchingMask:(NSEventMask)mask

@@ -31,6 +31,11 @@ AXError AXUIElementSetMessagingTimeout(AXUIElementRef element, float timeoutInSe
 // (macOS 10.2+; Copy rule)
 AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute,
                                       CFTypeRef* value);
+// https://developer.apple.com/documentation/applicationservices/1462067-axuielementcopymultipleattribute
+// (macOS 10.4+): one message for several attributes; an attribute that failed comes back as an
+// AXValue holding its error. Options 0: go on past a failed attribute.
+AXError AXUIElementCopyMultipleAttributeValues(AXUIElementRef element, CFArrayRef attributes,
+                                               uint32_t options, CFArrayRef* values);
 // https://developer.apple.com/documentation/applicationservices/1459559-axuielementgettypeid
 CFTypeID AXUIElementGetTypeID(void);
 // https://developer.apple.com/documentation/applicationservices/1460720-axisprocesstrusted

@@ -1,5 +1,5 @@
 // The Mac app's portable translation helpers: menu state, Quartz key events, the default
-// input's transport, the relay server's address and Keychain answers.
+// input's transport, the relay server's address, Keychain answers and focused fields.
 #include <gtest/gtest.h>
 
 #include "Tolmo/MacVertaling/AudioTransport.h"
@@ -7,6 +7,7 @@
 #include "Tolmo/MacVertaling/QuartzToetsen.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/MacVertaling/SleutelhangerStatus.h"
+#include "Tolmo/MacVertaling/ToegankelijkheidsVeld.h"
 
 namespace tolmo {
 namespace {
@@ -59,6 +60,7 @@ TEST(QuartzToetsen, ReadsTheTwoKeyKindsAndTheTwoSwitchOffs) {
         std::uint32_t type;
         std::int64_t code;
         QuartzToetsen::Betekenis verwacht;
+        std::int64_t merk = 0;
     };
     const Geval gevallen[] = {
         {12, 61, ToetsBron::Gebeurtenis{Soort::modificatie, 61, ToetsVlaggen{rechterOption}}},
@@ -67,11 +69,15 @@ TEST(QuartzToetsen, ReadsTheTwoKeyKindsAndTheTwoSwitchOffs) {
         {10, 0x10000, std::monostate{}},  // no virtual key code fits: not some other key
         {12, -1, std::monostate{}},
         {11, 9, std::monostate{}},  // key up is not watched
+        // Our own paste keystroke carries the mark; another program's user data is not ours.
+        {10, 9, ToetsBron::Gebeurtenis{Soort::toetsOmlaag, 9, ToetsVlaggen{rechterOption}, true},
+         ToetsBron::eigenMerk},
+        {10, 9, ToetsBron::Gebeurtenis{Soort::toetsOmlaag, 9, ToetsVlaggen{rechterOption}}, 42},
         {0xFFFFFFFE, 0, ToetsBron::TapUit::timeOut},
         {0xFFFFFFFF, 0, ToetsBron::TapUit::gebruikersInvoer},
     };
     for (const auto& g : gevallen) {
-        EXPECT_EQ(QuartzToetsen::vertaal(g.type, g.code, rechterOption), g.verwacht)
+        EXPECT_EQ(QuartzToetsen::vertaal(g.type, g.code, rechterOption, g.merk), g.verwacht)
             << "type " << g.type << ", code " << g.code;
     }
 }
@@ -119,6 +125,26 @@ TEST(SleutelhangerStatus, AbsentIsAnAnswerAndDuplicateMeansUpdate) {
     EXPECT_EQ(S::melding(-34018),
               "Tolmo mist de rechten voor de sleutelhanger. Is de app goed ondertekend?");
     EXPECT_EQ(S::melding(-50), "De sleutelhanger gaf fout -50.");
+}
+
+TEST(ToegankelijkheidsVeld, RoleAndSubroleGiveKindAndSecret) {
+    using V = ToegankelijkheidsVeld;
+    struct Geval {
+        const char* rol;
+        const char* subrol;
+        V verwacht;
+    };
+    const Geval gevallen[] = {
+        {"AXTextField", "AXSecureTextField", {InvoerSoort::gewoon, true}},
+        {"AXUnknown", "AXSecureTextField", {InvoerSoort::gewoon, true}},
+        {"AXTextField", "AXSearchField", {InvoerSoort::zoeken, false}},
+        {"AXComboBox", "AXSearchField", {InvoerSoort::zoeken, false}},
+        {"AXButton", "AXSearchField", {}},
+        {"AXTextArea", "", {}},
+    };
+    for (const auto& g : gevallen) {
+        EXPECT_EQ(V::van(g.rol, g.subrol), g.verwacht) << g.rol << " / " << g.subrol;
+    }
 }
 
 }  // namespace
