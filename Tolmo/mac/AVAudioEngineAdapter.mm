@@ -12,11 +12,17 @@
 
 namespace tolmo {
 
+// The change callback, shared with the notification block: removing an observer is not
+// documented to wait for a block that is running, so the block keeps this alive itself.
+struct Wijziging {
+    std::mutex slot;
+    std::function<void()> op;
+};
+
 struct AVAudioEngineAdapter::Staat {
     AVAudioEngine* engine = [[AVAudioEngine alloc] init];
     id waarnemer = nil;
-    std::mutex slot;
-    std::function<void()> opWijziging;
+    std::shared_ptr<Wijziging> wijziging = std::make_shared<Wijziging>();
 };
 
 namespace {
@@ -33,17 +39,17 @@ InvoerFormaat formaat(AVAudioFormat* f) {
 }  // namespace
 
 AVAudioEngineAdapter::AVAudioEngineAdapter() : s_(std::make_unique<Staat>()) {
-    Staat* s = s_.get();
+    std::shared_ptr<Wijziging> w = s_->wijziging;
     // Called on an internal queue; the engine has already stopped itself by then.
-    s->waarnemer = [[NSNotificationCenter defaultCenter]
+    s_->waarnemer = [[NSNotificationCenter defaultCenter]
         addObserverForName:AVAudioEngineConfigurationChangeNotification
-                    object:s->engine
+                    object:s_->engine
                      queue:nil
                 usingBlock:^(NSNotification*) {
                   std::function<void()> op;
                   {
-                      std::lock_guard<std::mutex> l(s->slot);
-                      op = s->opWijziging;
+                      std::lock_guard<std::mutex> l(w->slot);
+                      op = w->op;
                   }
                   if (op) {
                       op();
@@ -91,8 +97,14 @@ void AVAudioEngineAdapter::reset() {
 
 void AVAudioEngineAdapter::installeerTap(std::uint32_t frames, const InvoerFormaat& f,
                                          TapBlok blok) {
-    AVAudioFormat* tapFormaat = [[AVAudioFormat alloc] initStandardFormatWithSampleRate:f.sampleRate
-                                                                               channels:f.kanalen];
+    // The standard format stops at two channels (nil above); nil asks for the bus's own
+    // format, which the tap then delivers as it is and the recorder mixes down.
+    AVAudioFormat* tapFormaat =
+        f.kanalen <= 2 ? [[AVAudioFormat alloc] initStandardFormatWithSampleRate:f.sampleRate
+                                                                        channels:f.kanalen]
+                       : nil;
+    // The block owns its copy: it may still run after removeTapOnBus: returns, and then
+    // reaches the recorder only through the recorder's own Levenslijn.
     auto gedeeld = std::make_shared<TapBlok>(std::move(blok));
     [s_->engine.inputNode installTapOnBus:0
                                bufferSize:frames
@@ -127,8 +139,8 @@ void AVAudioEngineAdapter::stop() {
 }
 
 void AVAudioEngineAdapter::zetOpWijziging(std::function<void()> callback) {
-    std::lock_guard<std::mutex> l(s_->slot);
-    s_->opWijziging = std::move(callback);
+    std::lock_guard<std::mutex> l(s_->wijziging->slot);
+    s_->wijziging->op = std::move(callback);
 }
 
 AudioEngine::Transport AVAudioEngineAdapter::standaardInvoerTransport() {
