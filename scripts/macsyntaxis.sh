@@ -28,9 +28,13 @@ controleer() {
     x86_64-*) libc_arch=/usr/include/x86_64-linux-gnu; libc_basis=/usr/include ;;
     arm64-*) libc_arch=/usr/aarch64-linux-gnu/include; libc_basis=/usr/aarch64-linux-gnu/include ;;
   esac
+  # The Mac build's own flags: ARC and -Wall for Objective-C++, the project's warnings for C++;
+  # here every warning is an error.
   case $bestand in
-    *.mm) taal=(-x objective-c++ -fobjc-arc) ;;
-    *) taal=(-x c++) ;;
+    *.mm) taal=(-x objective-c++ -fobjc-arc -Wall) ;;
+    *) taal=(-x c++ -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+             -Woverloaded-virtual -Wimplicit-fallthrough -Winconsistent-missing-override
+             -Wsuggest-override) ;;
   esac
   # -U__nonnull: clang's Apple targets predefine it as a nullability keyword, which glibc's
   # headers use as an attribute macro. The project's own headers are plain -I, so their
@@ -41,8 +45,7 @@ controleer() {
     -isystem "$CLANG_INCLUDE" -isystem "$libc_arch" -isystem "$libc_basis" \
     -isystem "$derden" \
     -I . \
-    -Wall -Wextra -Werror=unguarded-availability-new -Werror=objc-method-access \
-    -Wno-unused-parameter -ferror-limit=5 "$bestand" 2>&1 | sed "s|^|[$doel] |"
+    -Werror -Wunguarded-availability-new -ferror-limit=5 "$bestand" 2>&1 | sed "s|^|[$doel] |"
   return "${PIPESTATUS[0]}"
 }
 # The third-party headers the sources include, without the rest of the host's /usr/include

@@ -1,5 +1,6 @@
 #import <AppKit/AppKit.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -10,6 +11,7 @@
 #include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/GolfView/GolfShader.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
+#include "Tolmo/MacVertaling/EersteStart.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
@@ -99,9 +101,9 @@ struct Samenstelling {
         return std::nullopt;
     }
 
-    static std::optional<std::string> zetToegangscode(const std::string& code) {
+    std::optional<std::string> zetToegangscode(const std::string& code) {
         try {
-            Sleutelhanger::zet("server", code);
+            kluis.zet("server", code);
             return std::nullopt;
         } catch (const std::runtime_error& e) {
             return std::string(e.what());
@@ -109,23 +111,25 @@ struct Samenstelling {
     }
 
     MenuStand stand() const {
-        return MenuStand::van(regelaar->toestand(), regelaar->melding(), regelaar->instellingen());
+        return MenuStand::van(regelaar->toestand(), regelaar->melding(), regelaar->instellingen(),
+                              regelaar->toestemmingen());
     }
 
     void bouw() {
-        menu = std::make_unique<MenuBalk>(
-            MenuBalk::Handelingen{[this] { return stand(); },
-                                  [this](MenuStand::Actie a) {
-                                      if (a == MenuStand::Actie::annuleer) {
-                                          regelaar->annuleer();
-                                      } else {
-                                          regelaar->wissel(DictaatRegelaar::Bron::menu);
-                                      }
-                                  },
-                                  {},
-                                  [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
-                                  [this] { venster->toon(InstellingenVenster::Tab::logboek); },
-                                  [] { [NSApp terminate:nil]; }});
+        menu = std::make_unique<MenuBalk>(MenuBalk::Handelingen{
+            [this] { return stand(); },
+            [this](MenuStand::Actie a) {
+                if (a == MenuStand::Actie::annuleer) {
+                    regelaar->annuleer();
+                } else {
+                    regelaar->wissel(DictaatRegelaar::Bron::menu);
+                }
+            },
+            {},
+            [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
+            [this] { venster->toon(InstellingenVenster::Tab::logboek); },
+            [] { [NSApp terminate:nil]; },
+            [this] { venster->toon(InstellingenVenster::Tab::toestemmingen); }});
         indicator.opVeranderd = [this] { menu->ververs(); };
         zetServerAdresInOmgeving();
         DictaatRegelaar::Opties opties;
@@ -141,6 +145,17 @@ struct Samenstelling {
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
+                // Keys read now, off the main thread, are ready when the recording stops.
+                if (regelaar->toestand() == DictaatRegelaar::Toestand::neemtOp) {
+                    kluis.ververs();
+                }
+            }
+            if (w == DictaatRegelaar::Wijziging::logRegel) {
+                // Also on standard error, for a run from a terminal and the CI's launch test.
+                const auto regels = regelaar->logboek().teksten();
+                if (!regels.empty()) {
+                    std::fprintf(stderr, "tolmo: %s\n", regels.back().c_str());
+                }
             }
             menu->ververs();
         });
@@ -160,9 +175,40 @@ struct Samenstelling {
                 return std::string(adres != nullptr ? adres : "");
             },
             [this](const std::string& invoer) { return zetServerAdres(invoer); },
-            [](const std::string& code) { return zetToegangscode(code); }});
+            [this](const std::string& code) { return zetToegangscode(code); }});
         regelaar->opstarten();
         menu->ververs();
+        vraagBijEersteStart();
+    }
+
+    // The system asks for a permission only when the app requests it; the first launch says
+    // why first, then requests what is missing. Later launches only bring up the microphone's
+    // question while it is undecided.
+    void vraagBijEersteStart() {
+        const auto gevraagd = standaard.lees(EersteStart::gevraagdSleutel);
+        const bool alGevraagd =
+            gevraagd && std::holds_alternative<bool>(*gevraagd) && std::get<bool>(*gevraagd);
+        const auto v = EersteStart::vraag(regelaar->toestemmingen(), alGevraagd);
+        if (!v) {
+            MacToestemmingen::vraagMicrofoon();
+            return;
+        }
+        standaard.zet(EersteStart::gevraagdSleutel, true);
+        const auto ontbreekt = v->ontbreekt;
+        vraag.vraag(v->titel, v->tekst, v->knoppen, [ontbreekt](int antwoord) {
+            if (antwoord != 0) {
+                return;
+            }
+            if (ontbreekt.microfoon) {
+                MacToestemmingen::vraagMicrofoon();
+            }
+            if (ontbreekt.invoermonitoring) {
+                MacToestemmingen::vraagInvoermonitoring();
+            }
+            if (ontbreekt.toegankelijkheid) {
+                MacToestemmingen::vraagToegankelijkheid();
+            }
+        });
     }
 };
 
@@ -177,7 +223,6 @@ struct Samenstelling {
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification*)notification {
-    tolmo::MacToestemmingen::vraagMicrofoon();
     _app = std::make_unique<tolmo::Samenstelling>();
     _app->bouw();
 }

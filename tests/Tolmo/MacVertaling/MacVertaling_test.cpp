@@ -1,8 +1,10 @@
 // The Mac app's portable translation helpers: menu state, Quartz key events, the default
-// input's transport, the relay server's address, Keychain answers and focused fields.
+// input's transport, the relay server's address, Keychain answers, focused fields and the first
+// launch's permission question.
 #include <gtest/gtest.h>
 
 #include "Tolmo/MacVertaling/AudioTransport.h"
+#include "Tolmo/MacVertaling/EersteStart.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/QuartzToetsen.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
@@ -144,6 +146,44 @@ TEST(ToegankelijkheidsVeld, RoleAndSubroleGiveKindAndSecret) {
     };
     for (const auto& g : gevallen) {
         EXPECT_EQ(V::van(g.rol, g.subrol), g.verwacht) << g.rol << " / " << g.subrol;
+    }
+}
+
+// The first launch names exactly what is missing, once; the menu keeps naming it until given.
+TEST(EersteStart, AsksOnceForWhatIsMissing) {
+    using Stand = DictaatRegelaar::Toestemmingsstand;
+    struct Geval {
+        Stand nu;
+        bool alGevraagd;
+        std::vector<std::string> regels;  // the bullet lines, by their first word
+        std::string menu;
+    };
+    const Geval gevallen[] = {
+        {{false, false, false},
+         false,
+         {"Microfoon", "Invoermonitoring", "Toegankelijkheid"},
+         "Nog nodig: Microfoon, Invoermonitoring, Toegankelijkheid"},
+        {{true, false, true}, false, {"Invoermonitoring"}, "Nog nodig: Invoermonitoring"},
+        {{false, true, true}, true, {}, "Nog nodig: Microfoon"},
+        {{true, true, true}, false, {}, ""},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.nu.tekst());
+        const auto v = EersteStart::vraag(g.nu, g.alGevraagd);
+        EXPECT_EQ(EersteStart::ontbrekend(g.nu), g.menu);
+        ASSERT_EQ(v.has_value(), !g.regels.empty());
+        if (!v) {
+            continue;
+        }
+        std::vector<std::string> regels;
+        for (std::size_t p = v->tekst.find("• "); p != std::string::npos;
+             p = v->tekst.find("• ", p + 1)) {
+            regels.push_back(v->tekst.substr(p + 4, v->tekst.find(':', p) - p - 4));
+        }
+        EXPECT_EQ(regels, g.regels);
+        EXPECT_EQ(v->ontbreekt,
+                  (Stand{!g.nu.microfoon, !g.nu.invoermonitoring, !g.nu.toegankelijkheid}));
+        EXPECT_EQ(v->knoppen.front(), "Doorgaan");
     }
 }
 
