@@ -1,14 +1,13 @@
 #include "Tolmo/mac/AVAudioEngineAdapter.h"
 
 #import <AVFAudio/AVFAudio.h>
-#import <CoreAudio/CoreAudio.h>
 #import <Foundation/Foundation.h>
 
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
-#include "Tolmo/MacVertaling/AudioTransport.h"
+#include "Tolmo/mac/CoreAudioInvoer.h"
 
 namespace tolmo {
 
@@ -144,22 +143,7 @@ void AVAudioEngineAdapter::zetOpWijziging(std::function<void()> callback) {
 }
 
 AudioEngine::Transport AVAudioEngineAdapter::standaardInvoerTransport() {
-    AudioObjectPropertyAddress adres{kAudioHardwarePropertyDefaultInputDevice,
-                                     kAudioObjectPropertyScopeGlobal,
-                                     kAudioObjectPropertyElementMain};
-    AudioDeviceID apparaat = kAudioObjectUnknown;
-    UInt32 grootte = sizeof(apparaat);
-    if (AudioObjectGetPropertyData(kAudioObjectSystemObject, &adres, 0, nullptr, &grootte,
-                                   &apparaat) != noErr) {
-        return Transport::anders;
-    }
-    adres.mSelector = kAudioDevicePropertyTransportType;
-    UInt32 soort = 0;
-    grootte = sizeof(soort);
-    if (AudioObjectGetPropertyData(apparaat, &adres, 0, nullptr, &grootte, &soort) != noErr) {
-        return Transport::anders;
-    }
-    return AudioTransport::uitCoreAudio(soort);
+    return CoreAudioInvoer::transport();
 }
 
 }  // namespace tolmo

@@ -11,7 +11,6 @@
 #include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/GolfView/GolfShader.h"
 #include "Tolmo/MacRegelaar/DictaatRegelaar.h"
-#include "Tolmo/MacVertaling/EersteStart.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
@@ -27,9 +26,11 @@
 #include "Tolmo/mac/QuartzToetsBron.h"
 #include "Tolmo/mac/Sleutelhanger.h"
 #include "Tolmo/mac/Systeemklembord.h"
+#include "Tolmo/mac/app/EersteStartVraag.h"
 #include "Tolmo/mac/app/InstellingenVenster.h"
 #include "Tolmo/mac/app/MenuBalk.h"
 #include "Tolmo/mac/app/OpnamePaneel.h"
+#include "Tolmo/mac/app/ServerOmgeving.h"
 
 namespace tolmo {
 namespace {
@@ -71,36 +72,6 @@ struct Samenstelling {
         return v != nil ? std::string(v.UTF8String) : std::string("ontwikkeling");
     }
 
-    // The chain finds the relay through the environment; an app opened from the Finder has
-    // none, so the address the user or the build chose is put there.
-    void zetServerAdresInOmgeving() {
-        const char* omgeving = std::getenv(ServerAdres::omgevingsvariabele);
-        std::optional<std::string> ingevoerd;
-        if (auto w = standaard.lees(ServerAdres::instellingSleutel)) {
-            if (const auto* tekst = std::get_if<std::string>(&*w)) {
-                ingevoerd = *tekst;
-            }
-        }
-        NSString* bundel = [NSBundle.mainBundle
-            objectForInfoDictionaryKey:[NSString stringWithUTF8String:ServerAdres::bundelSleutel]];
-        const auto adres = ServerAdres::kies(
-            omgeving != nullptr ? std::optional<std::string>(omgeving) : std::nullopt, ingevoerd,
-            bundel != nil ? std::optional<std::string>(bundel.UTF8String) : std::nullopt);
-        if (adres) {
-            setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
-        }
-    }
-
-    std::optional<std::string> zetServerAdres(const std::string& invoer) {
-        const auto adres = ServerAdres::geldig(invoer);
-        if (!adres) {
-            return std::string("Dit is geen serveradres. Het begint met https:// en een naam.");
-        }
-        standaard.zet(ServerAdres::instellingSleutel, *adres);
-        setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
-        return std::nullopt;
-    }
-
     std::optional<std::string> zetToegangscode(const std::string& code) {
         try {
             kluis.zet("server", code);
@@ -131,7 +102,7 @@ struct Samenstelling {
             [] { [NSApp terminate:nil]; },
             [this] { venster->toon(InstellingenVenster::Tab::toestemmingen); }});
         indicator.opVeranderd = [this] { menu->ververs(); };
-        zetServerAdresInOmgeving();
+        ServerOmgeving::zetInOmgeving(standaard);
         DictaatRegelaar::Opties opties;
         opties.versie = versie();
         opties.formaat = AudioFormaat::m4a;
@@ -174,41 +145,11 @@ struct Samenstelling {
                 const char* adres = std::getenv(ServerAdres::omgevingsvariabele);
                 return std::string(adres != nullptr ? adres : "");
             },
-            [this](const std::string& invoer) { return zetServerAdres(invoer); },
+            [this](const std::string& invoer) { return ServerOmgeving::zet(standaard, invoer); },
             [this](const std::string& code) { return zetToegangscode(code); }});
         regelaar->opstarten();
         menu->ververs();
-        vraagBijEersteStart();
-    }
-
-    // The system asks for a permission only when the app requests it; the first launch says
-    // why first, then requests what is missing. Later launches only bring up the microphone's
-    // question while it is undecided.
-    void vraagBijEersteStart() {
-        const auto gevraagd = standaard.lees(EersteStart::gevraagdSleutel);
-        const bool alGevraagd =
-            gevraagd && std::holds_alternative<bool>(*gevraagd) && std::get<bool>(*gevraagd);
-        const auto v = EersteStart::vraag(regelaar->toestemmingen(), alGevraagd);
-        if (!v) {
-            MacToestemmingen::vraagMicrofoon();
-            return;
-        }
-        standaard.zet(EersteStart::gevraagdSleutel, true);
-        const auto ontbreekt = v->ontbreekt;
-        vraag.vraag(v->titel, v->tekst, v->knoppen, [ontbreekt](int antwoord) {
-            if (antwoord != 0) {
-                return;
-            }
-            if (ontbreekt.microfoon) {
-                MacToestemmingen::vraagMicrofoon();
-            }
-            if (ontbreekt.invoermonitoring) {
-                MacToestemmingen::vraagInvoermonitoring();
-            }
-            if (ontbreekt.toegankelijkheid) {
-                MacToestemmingen::vraagToegankelijkheid();
-            }
-        });
+        EersteStartVraag::stel(standaard, vraag, regelaar->toestemmingen());
     }
 };
 
