@@ -1,9 +1,21 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
+if(APPLE)
+  # The app bundle must load no library from outside the system and itself (the hardened
+  # runtime refuses unsigned ones), so ICU is linked statically there.
+  set(tolmo_achtervoegsels ${CMAKE_FIND_LIBRARY_SUFFIXES})
+  set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+  find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
+  set(CMAKE_FIND_LIBRARY_SUFFIXES ${tolmo_achtervoegsels})
+else()
+  find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
+endif()
 find_package(nlohmann_json 3.10 REQUIRED)
 find_package(CURL REQUIRED)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+if(NOT APPLE)
+  # The Mac answers SHA-256 and random bytes with CommonCrypto and the Security framework.
+  find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+endif()
 # Beast with C++20 coroutines needs a recent Asio: Debian's libboost1.81-dev.
 find_package(Boost 1.81 REQUIRED)
 if(NOT APPLE)

@@ -21,6 +21,8 @@ pakketten=(
   nodejs nginx wrk
   # the Debian packages: dependencies from dpkg-shlibdeps, checks, and the clean test root
   dpkg-dev lintian debootstrap zstd
+  # the Mac syntax check: arm64's C library headers (x86_64's come with build-essential)
+  libc6-dev-arm64-cross
 )
 
 ontbrekend=()

@@ -1,8 +1,13 @@
 #!/usr/bin/env bash
 # Every test: formatting, the CI build (warnings are errors) with all tests, the same tests
 # under AddressSanitizer and UndefinedBehaviorSanitizer, a build with clang-16 and libc++ (the
+<<<<<<< HEAD
 # Mac's kind of standard library) with the tests that need no daemon, the Debian packages in a
 # clean Debian 12 root, and a short run of every fuzzer.
+=======
+# Mac's kind of standard library) with the tests that need no daemon, the Mac app's
+# Objective-C++ type-checked for both architectures, and a short run of every fuzzer.
+>>>>>>> mac
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/installeer.sh
@@ -26,6 +31,9 @@ echo "== libcxx: clang-16 met libc++ (de standaardbibliotheek van de Mac)"
 cmake --preset libcxx >/dev/null
 cmake --build --preset libcxx
 ctest --preset libcxx -j2 -LE 'pulse|x11'
+
+echo "== mac: de Objective-C++ type-gecontroleerd voor x86_64 en arm64"
+scripts/macsyntaxis.sh
 
 echo "== pakketten: bouwen, lintian, installeren in een schone Debian 12-root"
 scripts/pakkettest.sh

@@ -37,6 +37,10 @@ std::string nieuweUuid() {
     return uit;
 }
 
+constexpr InvoerFormaat mono(const InvoerFormaat& f) {
+    return {f.sampleRate, 1};
+}
+
 std::size_t uitvoerCapaciteit(double rate, std::uint32_t frames) {
     if (!(rate > 0)) {
         return 64;
@@ -63,20 +67,24 @@ AudioOpnemer::AudioOpnemer(AudioEngine& engine, Omzetter::Maker& omzetters,
       map_(std::move(map)),
       tijd_(std::move(tijd)) {
     // Installed once for the recorder's life; the engine calls it on its own thread.
-    engine_.zetOpWijziging([this] {
-        std::function<void()> cb;
-        {
-            const std::lock_guard lock(wijzigingSlot_);
-            cb = opConfiguratieWijziging_;
-        }
-        if (cb) {
-            cb();
-        }
-    });
+    engine_.zetOpWijziging(
+        [lijn = lijn_] { lijn->roep([](AudioOpnemer& o) { o.meldWijziging(); }); });
+}
+
+void AudioOpnemer::meldWijziging() {
+    std::function<void()> cb;
+    {
+        const std::lock_guard lock(wijzigingSlot_);
+        cb = opConfiguratieWijziging_;
+    }
+    if (cb) {
+        cb();
+    }
 }
 
 AudioOpnemer::~AudioOpnemer() {
-    // The tap and the change callback point at this object; after these calls neither runs.
+    // Waits for a tap block or change callback still inside; none enters after this.
+    lijn_->knip();
     engine_.verwijderTap();
     engine_.zetOpWijziging({});
     if (bestand_) {
@@ -135,8 +143,9 @@ void AudioOpnemer::startEngine(bool ruisonderdrukking) {
         invoerFormaat_ = formaat;
         bufferTeller_ = 0;
     }
-    engine_.installeerTap(tapFrames, formaat,
-                          [this](const AudioBlok& blok) { verwerkBuffer(blok); });
+    engine_.installeerTap(tapFrames, formaat, [lijn = lijn_](const AudioBlok& blok) {
+        lijn->roep([&blok](AudioOpnemer& o) { o.verwerkBuffer(blok); });
+    });
     engine_.start();
 }
 
@@ -206,7 +215,7 @@ void AudioOpnemer::start(std::optional<AudioFormaat> formaat) {
 
     std::unique_ptr<Omzetter> omzetter;
     try {
-        omzetter = omzetters_.maak(*invoer, doelFormaat);
+        omzetter = omzetters_.maak(mono(*invoer), doelFormaat);
     } catch (...) {
         omzetter.reset();
     }
@@ -225,6 +234,37 @@ void AudioOpnemer::start(std::optional<AudioFormaat> formaat) {
     meting_->registreerSampleRate(invoer->sampleRate);
     // Sized now so that the first buffer does not allocate on the audio thread.
     uitvoerVoor(invoer->sampleRate, tapFrames);
+    monoRuimte(tapFrames);
+}
+
+bool AudioOpnemer::monoRuimte(std::uint32_t frames) noexcept {
+    if (mono_.size() < frames) {
+        try {
+            mono_.resize(frames);
+        } catch (...) {
+            return false;
+        }
+        monoKanaal_ = mono_.data();
+    }
+    return true;
+}
+
+AudioBlok AudioOpnemer::naarMono(const AudioBlok& blok) noexcept {
+    if (blok.formaat.kanalen == 1) {
+        return blok;
+    }
+    if (!monoRuimte(blok.frames)) {
+        return {};
+    }
+    const auto n = static_cast<float>(blok.formaat.kanalen);
+    for (std::uint32_t i = 0; i < blok.frames; ++i) {
+        float som = 0;
+        for (std::uint32_t k = 0; k < blok.formaat.kanalen; ++k) {
+            som += blok.sample(k, i);
+        }
+        mono_[i] = som / n;
+    }
+    return AudioBlok{mono(blok.formaat), blok.frames, &monoKanaal_, 1};
 }
 
 std::span<float> AudioOpnemer::uitvoerVoor(double rate, std::uint32_t frames) noexcept {
@@ -278,8 +318,7 @@ void AudioOpnemer::verwerkBuffer(const AudioBlok& blok) noexcept {
     if (!bestand_ || !omzetter_ || schrijfFout_ || !heeftSamples) {
         return;
     }
-    if (omzetter_->invoer().sampleRate != blok.formaat.sampleRate ||
-        omzetter_->invoer().kanalen != blok.formaat.kanalen) {
+    if (omzetter_->invoer().sampleRate != blok.formaat.sampleRate) {
         // The device changed under us: keep what the old converter held back, then go on with
         // a converter for the new format into the same file.
         spoelOmzetter();
@@ -288,7 +327,7 @@ void AudioOpnemer::verwerkBuffer(const AudioBlok& blok) noexcept {
         }
         std::unique_ptr<Omzetter> nieuw;
         try {
-            nieuw = omzetters_.maak(blok.formaat, doelFormaat);
+            nieuw = omzetters_.maak(mono(blok.formaat), doelFormaat);
         } catch (...) {
             nieuw.reset();
         }
@@ -302,11 +341,12 @@ void AudioOpnemer::verwerkBuffer(const AudioBlok& blok) noexcept {
     }
 
     const auto uit = uitvoerVoor(blok.formaat.sampleRate, blok.frames);
-    if (uit.empty()) {
+    const AudioBlok een = naarMono(blok);
+    if (uit.empty() || een.frames != blok.frames) {
         schrijfFout_ = std::make_error_code(std::errc::not_enough_memory);
         return;
     }
-    const std::size_t n = omzetter_->zetOm(blok, uit, schrijfFout_);
+    const std::size_t n = omzetter_->zetOm(een, uit, schrijfFout_);
     if (schrijfFout_) {
         return;
     }
@@ -396,7 +436,7 @@ FormaatBesluit AudioOpnemer::herstartNaWijziging() {
 
     std::unique_ptr<Omzetter> nieuw;
     try {
-        nieuw = omzetters_.maak(t.nieuwFormaat, doelFormaat);
+        nieuw = omzetters_.maak(mono(t.nieuwFormaat), doelFormaat);
     } catch (...) {
         nieuw.reset();
     }
@@ -410,7 +450,7 @@ FormaatBesluit AudioOpnemer::herstartNaWijziging() {
         return FormaatBesluit::geenDictaat;
     }
     // Buffers of the new format may already have replaced the converter on the audio thread.
-    if (omzetter_->invoer() != t.nieuwFormaat) {
+    if (omzetter_->invoer() != mono(t.nieuwFormaat)) {
         spoelOmzetter();
         omzetter_ = std::move(nieuw);
     }

@@ -13,6 +13,7 @@
 
 #include "Tolmo/AudioOpnemer/AudioEngine.h"
 #include "Tolmo/AudioOpnemer/AudioSchrijver.h"
+#include "Tolmo/AudioOpnemer/Levenslijn.h"
 #include "Tolmo/AudioOpnemer/NiveauKanaal.h"
 #include "Tolmo/AudioOpnemer/Omzetter.h"
 #include "TolmoKern/Audio/AudioFormaat.h"
@@ -32,6 +33,13 @@ namespace tolmo {
 // start, rondAf, annuleer, startEngine and the restart run on the control (main) thread; the
 // capture routine runs on the engine's audio thread. Every field both touch is guarded by slot_,
 // and the engine is never called while slot_ is held (its own lock is taken around the tap).
+// The tap and the change callback reach the recorder through a Levenslijn, cut first thing in
+// the destructor, so a callback racing the end of the recorder finishes before it goes and a
+// late one does nothing.
+//
+// Every input is mixed down to mono here, before conversion: the converter always gets one
+// channel, so a microphone with more channels than the platform's converter takes (the Mac's
+// standard formats stop at two) records like any other.
 class AudioOpnemer {
   public:
     // Time as the recorder sees it: the clock stamped on published levels, and the sleep used
@@ -102,6 +110,11 @@ class AudioOpnemer {
     maakLos() noexcept;
     // Size the output buffer for one block; grows only for a larger block than seen before.
     std::span<float> uitvoerVoor(double rate, std::uint32_t frames) noexcept;
+    // The block as one channel, the mean of its channels (itself when it has one); empty
+    // (no frames) when the mono buffer could not grow. slot_ must be held.
+    AudioBlok naarMono(const AudioBlok& blok) noexcept;
+    bool monoRuimte(std::uint32_t frames) noexcept;
+    void meldWijziging();
 
     AudioEngine& engine_;
     Omzetter::Maker& omzetters_;
@@ -122,6 +135,8 @@ class AudioOpnemer {
     NiveauVolger volger_;
     std::shared_ptr<NiveauKanaal> niveauKanaal_;
     std::vector<float> uitvoer_;
+    std::vector<float> mono_;
+    const float* monoKanaal_ = nullptr;
 
     std::mutex wijzigingSlot_;
     std::function<void()> opConfiguratieWijziging_;
@@ -131,6 +146,10 @@ class AudioOpnemer {
     bool gevraagdeRuisonderdrukking_ = false;
     std::error_code laatsteSchrijfFout_;
     std::exception_ptr herstartFout_;
+
+    // Last: made when everything it may reach exists.
+    std::shared_ptr<Levenslijn<AudioOpnemer>> lijn_ =
+        std::make_shared<Levenslijn<AudioOpnemer>>(*this);
 };
 
 }  // namespace tolmo

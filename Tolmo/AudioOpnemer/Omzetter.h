@@ -10,8 +10,9 @@
 
 namespace tolmo {
 
-// Sample-rate conversion with downmix from one input format to 32-bit float mono at the target
-// rate. zetOm and spoel run on the audio thread: they never throw and, once made, never allocate.
+// Sample-rate conversion from one input format to 32-bit float mono at the target rate. The
+// recorder hands it mono only (it mixes down first); other channel counts still convert. zetOm and
+// spoel run on the audio thread: they never throw and, once made, never allocate.
 class Omzetter {
   public:
     class Maker {

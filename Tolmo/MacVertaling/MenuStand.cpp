@@ -1,5 +1,7 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 
+#include "Tolmo/MacVertaling/EersteStart.h"
+
 namespace tolmo {
 
 std::string MenuStand::routeTekst(const TolmoInstellingen& instellingen) {
@@ -18,8 +20,10 @@ std::string MenuStand::routeTekst(const TolmoInstellingen& instellingen) {
 }
 
 MenuStand MenuStand::van(DictaatRegelaar::Toestand toestand, const std::optional<Melding>& melding,
-                         const TolmoInstellingen& instellingen) {
+                         const TolmoInstellingen& instellingen,
+                         const DictaatRegelaar::Toestemmingsstand& toestemmingen) {
     MenuStand m;
+    m.toestemmingen = EersteStart::ontbrekend(toestemmingen);
     m.route = routeTekst(instellingen);
     m.opschonen = instellingen.opschonen;
     switch (toestand) {

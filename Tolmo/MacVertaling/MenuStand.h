@@ -24,9 +24,14 @@ struct MenuStand {
     bool opschonen = true;
     // The menu-bar title: a dot while recording, an ellipsis while working, empty at rest.
     std::string balkTeken;
+    // "Nog nodig: Invoermonitoring", kept current by the permission poll; empty when all are
+    // given.
+    std::string toestemmingen;
 
     static MenuStand van(DictaatRegelaar::Toestand toestand, const std::optional<Melding>& melding,
-                         const TolmoInstellingen& instellingen);
+                         const TolmoInstellingen& instellingen,
+                         const DictaatRegelaar::Toestemmingsstand& toestemmingen = {true, true,
+                                                                                    true});
     // "Route: Tolmo-server (Mistral)", "Route: OpenAI (eigen sleutel)", ...
     static std::string routeTekst(const TolmoInstellingen& instellingen);
 

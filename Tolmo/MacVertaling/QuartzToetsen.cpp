@@ -3,7 +3,7 @@
 namespace tolmo {
 
 QuartzToetsen::Betekenis QuartzToetsen::vertaal(std::uint32_t type, std::int64_t toetscode,
-                                                std::uint64_t vlaggen) {
+                                                std::uint64_t vlaggen, std::int64_t bronGegevens) {
     switch (type) {
         case tapUitDoorTimeOut:
             return ToetsBron::TapUit::timeOut;
@@ -19,7 +19,8 @@ QuartzToetsen::Betekenis QuartzToetsen::vertaal(std::uint32_t type, std::int64_t
         return std::monostate{};
     }
     return ToetsBron::Gebeurtenis{static_cast<ToetsBron::Soort>(type),
-                                  static_cast<std::uint16_t>(toetscode), ToetsVlaggen{vlaggen}};
+                                  static_cast<std::uint16_t>(toetscode), ToetsVlaggen{vlaggen},
+                                  bronGegevens == ToetsBron::eigenMerk};
 }
 
 }  // namespace tolmo

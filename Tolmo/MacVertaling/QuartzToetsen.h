@@ -18,8 +18,10 @@ struct QuartzToetsen {
     using Betekenis = std::variant<std::monostate, ToetsBron::Gebeurtenis, ToetsBron::TapUit>;
 
     // toetscode as the event field holds it (64 bits wide); a value that is no virtual key code
-    // makes the event meaningless rather than a different key.
-    static Betekenis vertaal(std::uint32_t type, std::int64_t toetscode, std::uint64_t vlaggen);
+    // makes the event meaningless rather than a different key. bronGegevens is the event's
+    // source user data: ToetsBron::eigenMerk on the keystrokes Tolmo posted itself.
+    static Betekenis vertaal(std::uint32_t type, std::int64_t toetscode, std::uint64_t vlaggen,
+                             std::int64_t bronGegevens);
 };
 
 }  // namespace tolmo

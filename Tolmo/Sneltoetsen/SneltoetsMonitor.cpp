@@ -137,7 +137,8 @@ void SneltoetsMonitor::tapGebeurtenis(const ToetsBron::Gebeurtenis& g) {
     // Any key the tap delivers proves it alive, even while it is not the chosen path.
     laatsteTapGebeurtenis_ = lus_.uptime();
     tapGemist_ = 0;
-    if (mechanisme_ == Mechanisme::tap) {
+    // Our own paste keystroke would otherwise be "another key" and cancel a hold just begun.
+    if (mechanisme_ == Mechanisme::tap && !g.eigen) {
         herken(g);
     }
 }
@@ -147,7 +148,9 @@ void SneltoetsMonitor::monitorGebeurtenis(const ToetsBron::Gebeurtenis& g) {
         case Mechanisme::geen:
             return;
         case Mechanisme::nsEvent:
-            herken(g);
+            if (!g.eigen) {
+                herken(g);
+            }
             return;
         case Mechanisme::tap:
             // Only a witness now: a modifier change the monitors saw but the tap did not points

@@ -36,6 +36,8 @@ class ToetsBron {
         std::uint16_t toetscode = 0;
         // The event's full flags word: every modifier down after this change.
         ToetsVlaggen vlaggen;
+        // Posted by Tolmo itself (it carried eigenMerk): the paste keystroke, never the user's.
+        bool eigen = false;
 
         bool operator==(const Gebeurtenis&) const = default;
     };
@@ -62,6 +64,10 @@ class ToetsBron {
 
     // Key-down plus flags-changed: the mask given to the tap and to the monitors.
     static constexpr std::uint64_t gebeurtenisMasker = 0x1400;
+    // The mark on every key event Tolmo posts itself, so that its own tap and monitors can tell
+    // those from the user's keys. macOS carries it in the event's source user data
+    // (kCGEventSourceUserData); an X11 source that knows its own XTest events sets `eigen` alike.
+    static constexpr std::int64_t eigenMerk = 0x546F6C6D6F;  // "Tolmo"
     // The toggle combination's hot-key id: signature 'TOLM', id 1.
     static constexpr std::uint32_t hotKeySignatuur = 0x544F4C4D;
     static constexpr std::uint32_t hotKeyId = 1;

@@ -1,22 +1,27 @@
 #include "Tolmo/mac/AVAudioEngineAdapter.h"
 
 #import <AVFAudio/AVFAudio.h>
-#import <CoreAudio/CoreAudio.h>
 #import <Foundation/Foundation.h>
 
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
-#include "Tolmo/MacVertaling/AudioTransport.h"
+#include "Tolmo/mac/CoreAudioInvoer.h"
 
 namespace tolmo {
+
+// The change callback, shared with the notification block: removing an observer is not
+// documented to wait for a block that is running, so the block keeps this alive itself.
+struct Wijziging {
+    std::mutex slot;
+    std::function<void()> op;
+};
 
 struct AVAudioEngineAdapter::Staat {
     AVAudioEngine* engine = [[AVAudioEngine alloc] init];
     id waarnemer = nil;
-    std::mutex slot;
-    std::function<void()> opWijziging;
+    std::shared_ptr<Wijziging> wijziging = std::make_shared<Wijziging>();
 };
 
 namespace {
@@ -33,17 +38,17 @@ InvoerFormaat formaat(AVAudioFormat* f) {
 }  // namespace
 
 AVAudioEngineAdapter::AVAudioEngineAdapter() : s_(std::make_unique<Staat>()) {
-    Staat* s = s_.get();
+    std::shared_ptr<Wijziging> w = s_->wijziging;
     // Called on an internal queue; the engine has already stopped itself by then.
-    s->waarnemer = [[NSNotificationCenter defaultCenter]
+    s_->waarnemer = [[NSNotificationCenter defaultCenter]
         addObserverForName:AVAudioEngineConfigurationChangeNotification
-                    object:s->engine
+                    object:s_->engine
                      queue:nil
                 usingBlock:^(NSNotification*) {
                   std::function<void()> op;
                   {
-                      std::lock_guard<std::mutex> l(s->slot);
-                      op = s->opWijziging;
+                      std::lock_guard<std::mutex> l(w->slot);
+                      op = w->op;
                   }
                   if (op) {
                       op();
@@ -91,8 +96,14 @@ void AVAudioEngineAdapter::reset() {
 
 void AVAudioEngineAdapter::installeerTap(std::uint32_t frames, const InvoerFormaat& f,
                                          TapBlok blok) {
-    AVAudioFormat* tapFormaat = [[AVAudioFormat alloc] initStandardFormatWithSampleRate:f.sampleRate
-                                                                               channels:f.kanalen];
+    // The standard format stops at two channels (nil above); nil asks for the bus's own
+    // format, which the tap then delivers as it is and the recorder mixes down.
+    AVAudioFormat* tapFormaat =
+        f.kanalen <= 2 ? [[AVAudioFormat alloc] initStandardFormatWithSampleRate:f.sampleRate
+                                                                        channels:f.kanalen]
+                       : nil;
+    // The block owns its copy: it may still run after removeTapOnBus: returns, and then
+    // reaches the recorder only through the recorder's own Levenslijn.
     auto gedeeld = std::make_shared<TapBlok>(std::move(blok));
     [s_->engine.inputNode installTapOnBus:0
                                bufferSize:frames
@@ -127,27 +138,12 @@ void AVAudioEngineAdapter::stop() {
 }
 
 void AVAudioEngineAdapter::zetOpWijziging(std::function<void()> callback) {
-    std::lock_guard<std::mutex> l(s_->slot);
-    s_->opWijziging = std::move(callback);
+    std::lock_guard<std::mutex> l(s_->wijziging->slot);
+    s_->wijziging->op = std::move(callback);
 }
 
 AudioEngine::Transport AVAudioEngineAdapter::standaardInvoerTransport() {
-    AudioObjectPropertyAddress adres{kAudioHardwarePropertyDefaultInputDevice,
-                                     kAudioObjectPropertyScopeGlobal,
-                                     kAudioObjectPropertyElementMain};
-    AudioDeviceID apparaat = kAudioObjectUnknown;
-    UInt32 grootte = sizeof(apparaat);
-    if (AudioObjectGetPropertyData(kAudioObjectSystemObject, &adres, 0, nullptr, &grootte,
-                                   &apparaat) != noErr) {
-        return Transport::anders;
-    }
-    adres.mSelector = kAudioDevicePropertyTransportType;
-    UInt32 soort = 0;
-    grootte = sizeof(soort);
-    if (AudioObjectGetPropertyData(apparaat, &adres, 0, nullptr, &grootte, &soort) != noErr) {
-        return Transport::anders;
-    }
-    return AudioTransport::uitCoreAudio(soort);
+    return CoreAudioInvoer::transport();
 }
 
 }  // namespace tolmo

@@ -89,10 +89,9 @@ bool AVAudioSchrijver::sluit() noexcept {
     if (s_->bestand == nil) {
         return true;
     }
-    // Before macOS 15 the file is finished when the last reference goes.
-    if (@available(macOS 15.0, *)) {
-        [s_->bestand close];
-    }
+    // The file is finished when its last reference goes, which is ours. -close would say so
+    // explicitly, but only the macOS 15 SDK declares it, and under ARC an undeclared selector
+    // does not compile with an older SDK, whatever @available guards it.
     s_->bestand = nil;
     s_->buffer = nil;
     // AVAudioFile reports no error on closing; what failed was reported by the writes.

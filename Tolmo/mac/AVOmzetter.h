@@ -6,7 +6,8 @@
 
 namespace tolmo {
 
-// Sample-rate conversion with downmix through AVAudioConverter. The input and output buffers
+// Sample-rate conversion through AVAudioConverter (the recorder gives it mono; it could take
+// up to two channels, the most a standard format has). The input and output buffers
 // are made with the converter and reused; they grow only when a block is larger than any
 // before (the engine keeps its tap size, so in practice never after the first block).
 class AVOmzetter final : public Omzetter {

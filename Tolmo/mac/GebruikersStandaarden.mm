@@ -29,7 +29,8 @@ std::optional<OpslagWaarde> GebruikersStandaarden::lees(const std::string& sleut
     // Numbers and Booleans share NSNumber; only a stored Boolean is CFBoolean underneath.
     if ([waarde isKindOfClass:[NSNumber class]] &&
         CFGetTypeID((__bridge CFTypeRef)waarde) == CFBooleanGetTypeID()) {
-        return OpslagWaarde([waarde boolValue]);
+        // BOOL is a signed char on x86_64, which no alternative of the variant takes.
+        return OpslagWaarde(static_cast<bool>([waarde boolValue]));
     }
     if ([waarde isKindOfClass:[NSData class]]) {
         NSData* data = waarde;

@@ -23,12 +23,18 @@ void MacToestemmingsVraag::vraag(const std::string& titel, const std::string& te
     }
     const auto aantal = static_cast<NSModalResponse>(knoppen.size());
     auto gedeeld = std::make_shared<Antwoord>(std::move(antwoord));
-    dispatch_async(dispatch_get_main_queue(), ^{
+    // Not from a block on the main dispatch queue: that queue is serial, so while a modal alert
+    // ran inside one of its blocks no other main-queue task (hold decisions, restores, the
+    // chain's result) could run until the alert closed. Run from the run loop itself, the modal
+    // session keeps the run loop turning in its modal mode, one of the common modes, in which
+    // the main queue and our timers are served as usual.
+    CFRunLoopPerformBlock(CFRunLoopGetMain(), kCFRunLoopDefaultMode, ^{
       [NSApp activateIgnoringOtherApps:YES];
       // Buttons answer NSAlertFirstButtonReturn, +1, +2 in the order they were added.
       const NSModalResponse r = [alert runModal] - NSAlertFirstButtonReturn;
       (*gedeeld)(r >= 0 && r < aantal ? static_cast<int>(r) : -1);
     });
+    CFRunLoopWakeUp(CFRunLoopGetMain());
 }
 
 }  // namespace tolmo

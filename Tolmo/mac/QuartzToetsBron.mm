@@ -1,13 +1,13 @@
 #include "Tolmo/mac/QuartzToetsBron.h"
 
 #import <AppKit/AppKit.h>
-#import <Carbon/Carbon.h>
 #import <CoreGraphics/CoreGraphics.h>
 
 #include <utility>
 #include <variant>
 
 #include "Tolmo/MacVertaling/QuartzToetsen.h"
+#include "Tolmo/mac/CarbonSneltoets.h"
 
 namespace tolmo {
 namespace {
@@ -31,7 +31,9 @@ CGEventRef tapTerugroep(CGEventTapProxy, CGEventType type, CGEventRef event, voi
     const std::int64_t code =
         event != nullptr ? CGEventGetIntegerValueField(event, kCGKeyboardEventKeycode) : 0;
     const std::uint64_t vlaggen = event != nullptr ? CGEventGetFlags(event) : 0;
-    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(type, code, vlaggen));
+    const std::int64_t merk =
+        event != nullptr ? CGEventGetIntegerValueField(event, kCGEventSourceUserData) : 0;
+    static_cast<const Ontvanger*>(info)->geef(QuartzToetsen::vertaal(type, code, vlaggen, merk));
     return event;
 }
 
@@ -69,52 +71,16 @@ class Monitor final : public ToetsBron::Registratie {
     id token_;
 };
 
-OSStatus wisselTerugroep(EventHandlerCallRef, EventRef event, void* info) {
-    EventHotKeyID id{};
-    if (GetEventParameter(event, kEventParamDirectObject, typeEventHotKeyID, nullptr, sizeof(id),
-                          nullptr, &id) == noErr &&
-        id.signature == ToetsBron::hotKeySignatuur && id.id == ToetsBron::hotKeyId) {
-        (*static_cast<std::function<void()>*>(info))();
-    }
-    return noErr;
-}
-
-class WisselHandler final : public ToetsBron::Registratie {
-  public:
-    explicit WisselHandler(std::function<void()> opIngedrukt)
-        : opIngedrukt_(std::make_unique<std::function<void()>>(std::move(opIngedrukt))) {}
-    ~WisselHandler() override {
-        if (ref_ != nullptr) {
-            RemoveEventHandler(ref_);
-        }
-    }
-    bool installeer() {
-        const EventTypeSpec soort{kEventClassKeyboard, kEventHotKeyPressed};
-        return InstallEventHandler(GetApplicationEventTarget(), NewEventHandlerUPP(wisselTerugroep),
-                                   1, &soort, opIngedrukt_.get(), &ref_) == noErr;
-    }
-
-  private:
-    std::unique_ptr<std::function<void()>> opIngedrukt_;
-    EventHandlerRef ref_ = nullptr;
-};
-
-class HotKey final : public ToetsBron::Registratie {
-  public:
-    explicit HotKey(EventHotKeyRef ref) : ref_(ref) {}
-    ~HotKey() override { UnregisterEventHotKey(ref_); }
-
-  private:
-    EventHotKeyRef ref_;
-};
-
 std::unique_ptr<ToetsBron::Registratie> monitor(bool globaal, ToetsBron::OpGebeurtenis op) {
     auto ontvanger =
         std::make_shared<Ontvanger>(Ontvanger{std::move(op), [](ToetsBron::TapUit) {}});
     const auto masker = static_cast<NSEventMask>(ToetsBron::gebeurtenisMasker);
     auto geef = ^(NSEvent* e) {
-      ontvanger->geef(
-          QuartzToetsen::vertaal(static_cast<std::uint32_t>(e.type), e.keyCode, e.modifierFlags));
+      // The Quartz event underneath carries the mark of keystrokes we posted.
+      CGEventRef cg = e.CGEvent;
+      ontvanger->geef(QuartzToetsen::vertaal(
+          static_cast<std::uint32_t>(e.type), e.keyCode, e.modifierFlags,
+          cg != nullptr ? CGEventGetIntegerValueField(cg, kCGEventSourceUserData) : 0));
     };
     id token = globaal ? [NSEvent addGlobalMonitorForEventsMatchingMask:masker handler:geef]
                        : [NSEvent addLocalMonitorForEventsMatchingMask:masker
@@ -152,19 +118,12 @@ std::unique_ptr<ToetsBron::Registratie> QuartzToetsBron::installeerLokaleMonitor
 
 std::unique_ptr<ToetsBron::Registratie> QuartzToetsBron::installeerWisselHandler(
     std::function<void()> opIngedrukt) {
-    auto handler = std::make_unique<WisselHandler>(std::move(opIngedrukt));
-    return handler->installeer() ? std::move(handler) : nullptr;
+    return CarbonSneltoets::installeerHandler(std::move(opIngedrukt));
 }
 
 std::unique_ptr<ToetsBron::Registratie> QuartzToetsBron::registreerWissel(
     const Toetscombinatie& combinatie) {
-    const EventHotKeyID id{hotKeySignatuur, hotKeyId};
-    EventHotKeyRef ref = nullptr;
-    if (RegisterEventHotKey(combinatie.toetscode, combinatie.carbonModificaties(), id,
-                            GetApplicationEventTarget(), 0, &ref) != noErr) {
-        return nullptr;
-    }
-    return std::make_unique<HotKey>(ref);
+    return CarbonSneltoets::registreer(combinatie);
 }
 
 ToetsVlaggen QuartzToetsBron::sessieVlaggen() const {

@@ -3,6 +3,8 @@
 #import <AppKit/AppKit.h>
 #import <CoreGraphics/CoreGraphics.h>
 
+#include "Tolmo/Sneltoetsen/ToetsBron.h"
+
 namespace {
 constexpr CGKeyCode toetsV = 9;
 NSString* const vluchtigType = @"org.nspasteboard.TransientType";
@@ -112,6 +114,9 @@ void Systeemklembord::stuurPlakToets() {
     if (omlaag != nullptr && omhoog != nullptr) {
         CGEventSetFlags(omlaag, kCGEventFlagMaskCommand);
         CGEventSetFlags(omhoog, kCGEventFlagMaskCommand);
+        // Marked as ours: our own tap sees them too and must not take them for the user's.
+        CGEventSetIntegerValueField(omlaag, kCGEventSourceUserData, ToetsBron::eigenMerk);
+        CGEventSetIntegerValueField(omhoog, kCGEventSourceUserData, ToetsBron::eigenMerk);
         CGEventPost(kCGHIDEventTap, omlaag);
         CGEventPost(kCGHIDEventTap, omhoog);
     }

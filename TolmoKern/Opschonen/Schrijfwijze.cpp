@@ -1,12 +1,10 @@
 #include "TolmoKern/Opschonen/Schrijfwijze.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <set>
 
+#include "TolmoKern/Cryptografie/Cryptografie.h"
 #include "TolmoKern/Tekst/Tekst.h"
 
 namespace tolmo {
@@ -71,19 +69,12 @@ std::string Schrijfwijze::vingerafdruk(const std::vector<std::string>& lijst) {
         }
         samen += term;
     }
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int lengte = 0;
-    // A one-shot digest fails only when libcrypto itself is broken; nothing sensible can
-    // follow from that.
-    if (EVP_Digest(samen.data(), samen.size(), digest, &lengte, EVP_sha256(), nullptr) != 1) {
-        std::abort();
-    }
     static constexpr char hex[] = "0123456789abcdef";
     std::string uit;
-    uit.reserve(2 * lengte);
-    for (unsigned int i = 0; i < lengte; ++i) {
-        uit += hex[digest[i] >> 4];
-        uit += hex[digest[i] & 0x0f];
+    uit.reserve(2 * Cryptografie::sha256Lengte);
+    for (const unsigned char b : Cryptografie::sha256(samen)) {
+        uit += hex[b >> 4];
+        uit += hex[b & 0x0f];
     }
     return uit;
 }

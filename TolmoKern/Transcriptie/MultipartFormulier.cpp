@@ -1,6 +1,5 @@
 #include "TolmoKern/Transcriptie/MultipartFormulier.h"
 
-#include <openssl/rand.h>
 #include <sys/mman.h>
 
 #include <array>
@@ -8,6 +7,8 @@
 #include <fstream>
 #include <random>
 #include <system_error>
+
+#include "TolmoKern/Cryptografie/Cryptografie.h"
 
 namespace tolmo {
 namespace {
@@ -36,7 +37,7 @@ MultipartFormulier::MultipartFormulier() : grens_(nieuweGrens()) {}
 
 std::string MultipartFormulier::nieuweGrens() {
     std::array<unsigned char, 16> b{};
-    if (RAND_bytes(b.data(), static_cast<int>(b.size())) != 1) {
+    if (!Cryptografie::willekeurigeBytes(b)) {
         std::random_device bron;
         for (unsigned char& c : b) {
             c = static_cast<unsigned char>(bron());

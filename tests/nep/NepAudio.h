@@ -52,10 +52,12 @@ class NepBuffer {
 class NepOmzetterMaker final : public Omzetter::Maker {
   public:
     bool weigert = false;
+    // Refuses inputs with more channels, as AVAudioFormat's standard format does above two.
+    std::uint32_t maxKanalen = 2;
     int gemaakt = 0;
     std::vector<std::size_t> ruimte;
     std::unique_ptr<Omzetter> maak(const InvoerFormaat& van, const InvoerFormaat&) override {
-        if (weigert) {
+        if (weigert || van.kanalen > maxKanalen) {
             return nullptr;
         }
         ++gemaakt;

@@ -21,6 +21,8 @@ class MenuBalk final : public Meldingen {
         std::function<void()> instellingen;
         std::function<void()> logboek;
         std::function<void()> afsluiten;
+        // The settings window at its permissions, from the line naming what is still missing.
+        std::function<void()> toestemmingen;
     };
 
     explicit MenuBalk(Handelingen handelingen);

@@ -44,6 +44,11 @@ static NSString* ns(const std::string& s) {
     const tolmo::MenuStand stand = h->stand();
     [menu removeAllItems];
     [menu addItem:item(ns(stand.status), nil)];
+    if (!stand.toestemmingen.empty()) {
+        [menu addItem:item(ns(stand.toestemmingen), ^{
+                h->toestemmingen();
+              })];
+    }
     [menu addItem:NSMenuItem.separatorItem];
     const tolmo::MenuStand::Actie actie = stand.actie;
     [menu addItem:item(ns(stand.actieTitel), ^{

@@ -1,5 +1,6 @@
 #import <AppKit/AppKit.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -25,9 +26,11 @@
 #include "Tolmo/mac/QuartzToetsBron.h"
 #include "Tolmo/mac/Sleutelhanger.h"
 #include "Tolmo/mac/Systeemklembord.h"
+#include "Tolmo/mac/app/EersteStartVraag.h"
 #include "Tolmo/mac/app/InstellingenVenster.h"
 #include "Tolmo/mac/app/MenuBalk.h"
 #include "Tolmo/mac/app/OpnamePaneel.h"
+#include "Tolmo/mac/app/ServerOmgeving.h"
 
 namespace tolmo {
 namespace {
@@ -69,39 +72,9 @@ struct Samenstelling {
         return v != nil ? std::string(v.UTF8String) : std::string("ontwikkeling");
     }
 
-    // The chain finds the relay through the environment; an app opened from the Finder has
-    // none, so the address the user or the build chose is put there.
-    void zetServerAdresInOmgeving() {
-        const char* omgeving = std::getenv(ServerAdres::omgevingsvariabele);
-        std::optional<std::string> ingevoerd;
-        if (auto w = standaard.lees(ServerAdres::instellingSleutel)) {
-            if (const auto* tekst = std::get_if<std::string>(&*w)) {
-                ingevoerd = *tekst;
-            }
-        }
-        NSString* bundel = [NSBundle.mainBundle
-            objectForInfoDictionaryKey:[NSString stringWithUTF8String:ServerAdres::bundelSleutel]];
-        const auto adres = ServerAdres::kies(
-            omgeving != nullptr ? std::optional<std::string>(omgeving) : std::nullopt, ingevoerd,
-            bundel != nil ? std::optional<std::string>(bundel.UTF8String) : std::nullopt);
-        if (adres) {
-            setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
-        }
-    }
-
-    std::optional<std::string> zetServerAdres(const std::string& invoer) {
-        const auto adres = ServerAdres::geldig(invoer);
-        if (!adres) {
-            return std::string("Dit is geen serveradres. Het begint met https:// en een naam.");
-        }
-        standaard.zet(ServerAdres::instellingSleutel, *adres);
-        setenv(ServerAdres::omgevingsvariabele, adres->c_str(), 1);
-        return std::nullopt;
-    }
-
-    static std::optional<std::string> zetToegangscode(const std::string& code) {
+    std::optional<std::string> zetToegangscode(const std::string& code) {
         try {
-            Sleutelhanger::zet("server", code);
+            kluis.zet("server", code);
             return std::nullopt;
         } catch (const std::runtime_error& e) {
             return std::string(e.what());
@@ -109,25 +82,27 @@ struct Samenstelling {
     }
 
     MenuStand stand() const {
-        return MenuStand::van(regelaar->toestand(), regelaar->melding(), regelaar->instellingen());
+        return MenuStand::van(regelaar->toestand(), regelaar->melding(), regelaar->instellingen(),
+                              regelaar->toestemmingen());
     }
 
     void bouw() {
-        menu = std::make_unique<MenuBalk>(
-            MenuBalk::Handelingen{[this] { return stand(); },
-                                  [this](MenuStand::Actie a) {
-                                      if (a == MenuStand::Actie::annuleer) {
-                                          regelaar->annuleer();
-                                      } else {
-                                          regelaar->wissel(DictaatRegelaar::Bron::menu);
-                                      }
-                                  },
-                                  {},
-                                  [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
-                                  [this] { venster->toon(InstellingenVenster::Tab::logboek); },
-                                  [] { [NSApp terminate:nil]; }});
+        menu = std::make_unique<MenuBalk>(MenuBalk::Handelingen{
+            [this] { return stand(); },
+            [this](MenuStand::Actie a) {
+                if (a == MenuStand::Actie::annuleer) {
+                    regelaar->annuleer();
+                } else {
+                    regelaar->wissel(DictaatRegelaar::Bron::menu);
+                }
+            },
+            {},
+            [this] { venster->toon(InstellingenVenster::Tab::algemeen); },
+            [this] { venster->toon(InstellingenVenster::Tab::logboek); },
+            [] { [NSApp terminate:nil]; },
+            [this] { venster->toon(InstellingenVenster::Tab::toestemmingen); }});
         indicator.opVeranderd = [this] { menu->ververs(); };
-        zetServerAdresInOmgeving();
+        ServerOmgeving::zetInOmgeving(standaard);
         DictaatRegelaar::Opties opties;
         opties.versie = versie();
         opties.formaat = AudioFormaat::m4a;
@@ -141,6 +116,17 @@ struct Samenstelling {
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
+                // Keys read now, off the main thread, are ready when the recording stops.
+                if (regelaar->toestand() == DictaatRegelaar::Toestand::neemtOp) {
+                    kluis.ververs();
+                }
+            }
+            if (w == DictaatRegelaar::Wijziging::logRegel) {
+                // Also on standard error, for a run from a terminal and the CI's launch test.
+                const auto regels = regelaar->logboek().teksten();
+                if (!regels.empty()) {
+                    std::fprintf(stderr, "tolmo: %s\n", regels.back().c_str());
+                }
             }
             menu->ververs();
         });
@@ -159,10 +145,11 @@ struct Samenstelling {
                 const char* adres = std::getenv(ServerAdres::omgevingsvariabele);
                 return std::string(adres != nullptr ? adres : "");
             },
-            [this](const std::string& invoer) { return zetServerAdres(invoer); },
-            [](const std::string& code) { return zetToegangscode(code); }});
+            [this](const std::string& invoer) { return ServerOmgeving::zet(standaard, invoer); },
+            [this](const std::string& code) { return zetToegangscode(code); }});
         regelaar->opstarten();
         menu->ververs();
+        EersteStartVraag::stel(standaard, vraag, regelaar->toestemmingen());
     }
 };
 
@@ -177,7 +164,6 @@ struct Samenstelling {
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification*)notification {
-    tolmo::MacToestemmingen::vraagMicrofoon();
     _app = std::make_unique<tolmo::Samenstelling>();
     _app->bouw();
 }

@@ -162,6 +162,7 @@ TEST(AudioOpnemerLinux, A16kMonoWavFromEveryRate) {
         {stereo48, 0.5F, -0.5F, 0.0F},  // opposite channels cancel
         {{44100, 2}, 0.8F, 0.0F, 0.4F},
         {{8000, 1}, -0.25F, -0.25F, -0.25F},
+        {{48000, 6}, 0.6F, 0.0F, 0.1F},  // a six-channel array: mixed down before soxr
     };
     for (const auto& g : gevallen) {
         SCOPED_TRACE(g.van.sampleRate);

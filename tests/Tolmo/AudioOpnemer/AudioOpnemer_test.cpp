@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <regex>
 #include <thread>
 
@@ -206,6 +207,65 @@ TEST(AudioOpnemer, RecordingFlowThroughThePorts) {
     ASSERT_EQ(o.schrijvers.paden.size(), 2U);
     EXPECT_NE(o.schrijvers.paden[1], pad);
     EXPECT_TRUE(std::filesystem::exists(pad));
+}
+
+// A microphone array with six channels: the converter, which takes at most two like the Mac's
+// standard format, gets their mean as one channel.
+TEST(AudioOpnemer, MoreChannelsThanTheConverterTakesAreMixedDown) {
+    constexpr InvoerFormaat zes{48000, 6};
+    Opstelling o;
+    o.engine.speelAf({{zes, zes}});
+    o.neemOp();
+    nep::NepBuffer b(zes, 2048, 0.0);
+    for (std::size_t i = 0; i < b.data().size(); ++i) {
+        b.data()[i] = 0.1F * static_cast<float>(i % 6);  // channel c holds 0.1·c
+    }
+    o.engine.lever(b.blok());
+    const Opname opname = o.opnemer.rondAf();
+    EXPECT_FALSE(opname.onvolledig);
+    const auto& samples = o.schrijvers.standen.at(0).samples;
+    ASSERT_EQ(samples.size(), 683U);
+    EXPECT_NEAR(samples[300], 0.25F, 1e-6F);
+}
+
+// The engine may still run a tap block or a change callback while the recorder ends (removing a
+// tap is not promised to wait for a running block), or call one it was told to forget: the end
+// waits for a running call, and a late call reaches nothing. Run under ASan, a call into the
+// freed recorder fails here.
+TEST(AudioOpnemer, CallbacksRacingTheEndOfTheRecorder) {
+    nep::NepAudioEngine engine;
+    nep::NepOmzetterMaker omzetters;
+    nep::NepSchrijverMaker schrijvers;
+    nep::TijdelijkeMap map;
+    auto opnemer = std::make_unique<AudioOpnemer>(engine, omzetters, schrijvers, map.pad());
+    std::atomic<int> wijzigingen{0};
+    opnemer->zetOpConfiguratieWijziging([&wijzigingen] { ++wijzigingen; });
+    opnemer->startEngine(false);
+    opnemer->start(AudioFormaat::wav);
+    const AudioEngine::TapBlok tap = engine.tap;
+    const std::function<void()> wijziging = engine.opWijziging;
+    const auto b = constant(stereo48, 0.5F);
+    std::atomic<bool> weg{false};
+    std::atomic<int> naHetEinde{0};
+    std::thread audio([&] {
+        // Goes on for a while after the recorder is gone, as a late engine thread would.
+        while (naHetEinde < 200) {
+            tap(b.blok());
+            wijziging();
+            if (weg) {
+                ++naHetEinde;
+            }
+        }
+    });
+    while (wijzigingen < 50) {
+        std::this_thread::yield();
+    }
+    opnemer.reset();
+    const int bijHetEinde = wijzigingen;
+    weg = true;
+    audio.join();
+    EXPECT_EQ(wijzigingen, bijHetEinde) << "a callback reached the recorder after its end";
+    EXPECT_FALSE(engine.tap) << "the recorder took its tap off the engine";
 }
 
 // A converter may hand back more frames than the rate ratio says (what a resampler held back

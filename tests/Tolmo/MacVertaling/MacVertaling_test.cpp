@@ -1,12 +1,15 @@
 // The Mac app's portable translation helpers: menu state, Quartz key events, the default
-// input's transport, the relay server's address and Keychain answers.
+// input's transport, the relay server's address, Keychain answers, focused fields and the first
+// launch's permission question.
 #include <gtest/gtest.h>
 
 #include "Tolmo/MacVertaling/AudioTransport.h"
+#include "Tolmo/MacVertaling/EersteStart.h"
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/QuartzToetsen.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/MacVertaling/SleutelhangerStatus.h"
+#include "Tolmo/MacVertaling/ToegankelijkheidsVeld.h"
 
 namespace tolmo {
 namespace {
@@ -59,6 +62,7 @@ TEST(QuartzToetsen, ReadsTheTwoKeyKindsAndTheTwoSwitchOffs) {
         std::uint32_t type;
         std::int64_t code;
         QuartzToetsen::Betekenis verwacht;
+        std::int64_t merk = 0;
     };
     const Geval gevallen[] = {
         {12, 61, ToetsBron::Gebeurtenis{Soort::modificatie, 61, ToetsVlaggen{rechterOption}}},
@@ -67,11 +71,15 @@ TEST(QuartzToetsen, ReadsTheTwoKeyKindsAndTheTwoSwitchOffs) {
         {10, 0x10000, std::monostate{}},  // no virtual key code fits: not some other key
         {12, -1, std::monostate{}},
         {11, 9, std::monostate{}},  // key up is not watched
+        // Our own paste keystroke carries the mark; another program's user data is not ours.
+        {10, 9, ToetsBron::Gebeurtenis{Soort::toetsOmlaag, 9, ToetsVlaggen{rechterOption}, true},
+         ToetsBron::eigenMerk},
+        {10, 9, ToetsBron::Gebeurtenis{Soort::toetsOmlaag, 9, ToetsVlaggen{rechterOption}}, 42},
         {0xFFFFFFFE, 0, ToetsBron::TapUit::timeOut},
         {0xFFFFFFFF, 0, ToetsBron::TapUit::gebruikersInvoer},
     };
     for (const auto& g : gevallen) {
-        EXPECT_EQ(QuartzToetsen::vertaal(g.type, g.code, rechterOption), g.verwacht)
+        EXPECT_EQ(QuartzToetsen::vertaal(g.type, g.code, rechterOption, g.merk), g.verwacht)
             << "type " << g.type << ", code " << g.code;
     }
 }
@@ -119,6 +127,64 @@ TEST(SleutelhangerStatus, AbsentIsAnAnswerAndDuplicateMeansUpdate) {
     EXPECT_EQ(S::melding(-34018),
               "Tolmo mist de rechten voor de sleutelhanger. Is de app goed ondertekend?");
     EXPECT_EQ(S::melding(-50), "De sleutelhanger gaf fout -50.");
+}
+
+TEST(ToegankelijkheidsVeld, RoleAndSubroleGiveKindAndSecret) {
+    using V = ToegankelijkheidsVeld;
+    struct Geval {
+        const char* rol;
+        const char* subrol;
+        V verwacht;
+    };
+    const Geval gevallen[] = {
+        {"AXTextField", "AXSecureTextField", {InvoerSoort::gewoon, true}},
+        {"AXUnknown", "AXSecureTextField", {InvoerSoort::gewoon, true}},
+        {"AXTextField", "AXSearchField", {InvoerSoort::zoeken, false}},
+        {"AXComboBox", "AXSearchField", {InvoerSoort::zoeken, false}},
+        {"AXButton", "AXSearchField", {}},
+        {"AXTextArea", "", {}},
+    };
+    for (const auto& g : gevallen) {
+        EXPECT_EQ(V::van(g.rol, g.subrol), g.verwacht) << g.rol << " / " << g.subrol;
+    }
+}
+
+// The first launch names exactly what is missing, once; the menu keeps naming it until given.
+TEST(EersteStart, AsksOnceForWhatIsMissing) {
+    using Stand = DictaatRegelaar::Toestemmingsstand;
+    struct Geval {
+        Stand nu;
+        bool alGevraagd;
+        std::vector<std::string> regels;  // the bullet lines, by their first word
+        std::string menu;
+    };
+    const Geval gevallen[] = {
+        {{false, false, false},
+         false,
+         {"Microfoon", "Invoermonitoring", "Toegankelijkheid"},
+         "Nog nodig: Microfoon, Invoermonitoring, Toegankelijkheid"},
+        {{true, false, true}, false, {"Invoermonitoring"}, "Nog nodig: Invoermonitoring"},
+        {{false, true, true}, true, {}, "Nog nodig: Microfoon"},
+        {{true, true, true}, false, {}, ""},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.nu.tekst());
+        const auto v = EersteStart::vraag(g.nu, g.alGevraagd);
+        EXPECT_EQ(EersteStart::ontbrekend(g.nu), g.menu);
+        ASSERT_EQ(v.has_value(), !g.regels.empty());
+        if (!v) {
+            continue;
+        }
+        std::vector<std::string> regels;
+        for (std::size_t p = v->tekst.find("• "); p != std::string::npos;
+             p = v->tekst.find("• ", p + 1)) {
+            regels.push_back(v->tekst.substr(p + 4, v->tekst.find(':', p) - p - 4));
+        }
+        EXPECT_EQ(regels, g.regels);
+        EXPECT_EQ(v->ontbreekt,
+                  (Stand{!g.nu.microfoon, !g.nu.invoermonitoring, !g.nu.toegankelijkheid}));
+        EXPECT_EQ(v->knoppen.front(), "Doorgaan");
+    }
 }
 
 }  // namespace

@@ -168,6 +168,27 @@ TEST_F(SneltoetsMonitorTest, TheMonitorsWitnessTheTap) {
     EXPECT_EQ(monitor->mechanisme(), Mechanisme::nsEvent);
 }
 
+// The paste keystroke Tolmo posts reaches its own tap and monitors like any key; it must not
+// cancel a hold the user has just begun, on either path, while the user's own key still does.
+TEST(SneltoetsMonitorEigen, KeysWePostedOurselvesAreNeverAnotherKey) {
+    for (const bool invoermonitoring : {true, false}) {
+        Opstelling o;
+        o.monitor->start(invoermonitoring, true);
+        ASSERT_EQ(o.monitor->mechanisme(),
+                  invoermonitoring ? Mechanisme::tap : Mechanisme::nsEvent);
+        o.bron.toets(mod(rechterOptionCode, rOpt));
+        o.lus.verstrijk(0.5);
+        Gebeurtenis plakken = omlaag(9);
+        plakken.eigen = true;
+        o.bron.toets(plakken);
+        o.lus.verstrijk(0.1);
+        EXPECT_EQ(o.nieuweActies(), (Acties{Actie::begin})) << invoermonitoring;
+        o.bron.toets(omlaag(9));
+        o.lus.verstrijk(0.1);
+        EXPECT_EQ(o.nieuweActies(), (Acties{Actie::annuleer})) << invoermonitoring;
+    }
+}
+
 // Only a change after more than a second of the tap's silence counts as missed.
 TEST_F(SneltoetsMonitorTest, WitnessCountsOnlyChangesTheTapMissedForOverASecond) {
     for (const auto& [stilte, gemist] : {std::pair{1.0, 0}, std::pair{1.001, 1}}) {
