@@ -34,9 +34,15 @@ Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen
       plakToets_(std::move(plakToets)) {
     plakker_.zetOpNietGelezen([this] {
         log_("Plakken niet gelezen door de app: tekst blijft op het klembord");
-        toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
-               std::nullopt});
+        toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false, std::nullopt});
     });
+}
+
+PlakToets Aflevering::toets() const {
+    if (const auto naam = plakker_.plakToetsNaam()) {
+        return {*naam, *naam};
+    }
+    return plakToets_;
 }
 
 void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
@@ -72,7 +78,7 @@ void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakD
                 toon_(
                     {"Wachtwoordveld: de tekst staat op het klembord en is niet "
                      "geplakt. Plak zelf met " +
-                         plakToets_.teken + " als je dat wilt.",
+                         toets().teken + " als je dat wilt.",
                      false, std::nullopt});
             } else {
                 meldUitkomst(u, herstel, geweigerd);
@@ -85,27 +91,27 @@ void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
                               std::optional<Doel::Reden> geweigerd) {
     switch (uitkomst) {
         case Plakker::Uitkomst::verstuurd:
-            log_(plakToets_.log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
-                                           : " verstuurd, tekst blijft op het klembord"));
+            log_(toets().log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
+                                        : " verstuurd, tekst blijft op het klembord"));
             break;
         case Plakker::Uitkomst::opKlembord:
             log_("Geen Toegankelijkheid: tekst op het klembord gezet");
-            toon_({"Plak met " + plakToets_.teken +
-                       ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
-                   false, "Tekst staat op het klembord"});
+            toon_(
+                {"Plak met " + toets().teken + ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
+                 false, "Tekst staat op het klembord"});
             break;
         case Plakker::Uitkomst::doelGewijzigd:
             if (geweigerd) {
                 log_("Niet geplakt (" + redenTekst(*geweigerd) +
                      " dan bij de start): tekst op het klembord gezet");
                 toon_({"Je wisselde van app of veld tijdens het verwerken. Plak met " +
-                           plakToets_.teken + " waar je wilt.",
+                           toets().teken + " waar je wilt.",
                        false, "Tekst staat op je klembord"});
             } else {
                 log_(
                     "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
                     "gezet");
-                toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
+                toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false,
                        std::nullopt});
             }
             break;

@@ -41,6 +41,8 @@ class Aflevering {
   private:
     void meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
                       std::optional<Doel::Reden> geweigerd);
+    // The chord sent to the frontmost app, or the one the user pastes with there.
+    [[nodiscard]] PlakToets toets() const;
 
     Plakker& plakker_;
     const Focus& focus_;

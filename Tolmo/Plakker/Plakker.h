@@ -47,6 +47,10 @@ class Plakker {
     void rondAfNu();
 
     [[nodiscard]] bool bezig() const { return bezig_; }
+    // The paste chord of the frontmost app, where the platform knows one per app.
+    [[nodiscard]] std::optional<std::string> plakToetsNaam() const {
+        return klembord_.plakToetsNaam();
+    }
 
     // Told when a paste was never read and its text stays on the clipboard instead.
     void zetOpNietGelezen(std::function<void()> opNietGelezen) {

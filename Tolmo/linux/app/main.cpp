@@ -79,6 +79,19 @@ void meld(const std::string& regel) {
     std::cerr << "Tolmo: " << regel << std::endl;
 }
 
+// The user's own paste chords per app ("linux.plakToetsen" in app.tolmo.json), read at launch.
+std::vector<X11PlakToetsen::Regel> eigenPlakRegels() {
+    const XdgOpslag opslag{XdgOpslag::configMap(), "app.tolmo", meld};
+    const auto waarde = opslag.lees("linux.plakToetsen");
+    const auto* tekst = waarde ? std::get_if<std::string>(&*waarde) : nullptr;
+    std::vector<std::string> fouten;
+    auto regels = X11PlakToetsen::leesRegels(tekst != nullptr ? *tekst : "", &fouten);
+    for (const auto& f : fouten) {
+        meld("plaktoets niet begrepen en overgeslagen: " + f);
+    }
+    return regels;
+}
+
 // Every adapter of the Linux shell, composed once; the controller gets them as its ports.
 struct Samenstelling {
     X11Verbinding x11;
@@ -89,7 +102,7 @@ struct Samenstelling {
     X11EscBron esc{x11};
     SoxrOmzetter::Maker omzetters;
     WavSchrijver::Maker schrijvers;
-    X11Klembord klembord{x11};
+    X11Klembord klembord{x11, eigenPlakRegels()};
     X11Focus vensterFocus{x11};
     AtSpiFocus focus{vensterFocus};
     QtToestemmingsVraag vraag;
@@ -200,7 +213,13 @@ struct Samenstelling {
         poorten.esc = &esc;
         regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
         golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
+        // The key source masks an Alt hold key so its release opens no menu; it follows the
+        // setting.
+        toetsen.zetHoudToets(toetscode(regelaar->macInstellingen().houdToets));
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
+            if (w == DictaatRegelaar::Wijziging::macInstellingen) {
+                toetsen.zetHoudToets(toetscode(regelaar->macInstellingen().houdToets));
+            }
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
                 meld(std::string("toestand ") +

@@ -40,6 +40,8 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         // The clipboard after the paste and its restore.
         std::string klembordDaarna;
         int plakToetsen;
+        // The chord of the app in front, where the platform knows one per app.
+        std::optional<std::string> appToets = std::nullopt;
     };
     const auto mail = nep::nepDoel(42, "com.apple.mail", 7);
     const std::string naarKlembord = ": tekst op het klembord gezet";
@@ -65,6 +67,16 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
          "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
         {"geen app meer voorin", true, true, mail, std::nullopt,
          "Niet geplakt (doel onbekend dan bij de start)" + naarKlembord, gewisseld, zin, 0},
+        // Log and messages name the chord that was sent, or that works in the app in front.
+        {"terminal", true, true, mail, mail,
+         "Ctrl+Shift+V verstuurd, vorig klembord wordt teruggezet", geen, "van de gebruiker", 1,
+         "Ctrl+Shift+V"},
+        {"naar xterm gewisseld", true, true, mail, nep::nepDoel(43, "xterm", 7),
+         "Niet geplakt (andere app dan bij de start)" + naarKlembord,
+         Meldingen{{"Je wisselde van app of veld tijdens het verwerken. Plak met Shift+Insert "
+                    "waar je wilt.",
+                    false, "Tekst staat op je klembord"}},
+         zin, 0, "Shift+Insert"},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -74,6 +86,7 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         o.toestemmingen.toegang = g.toegankelijkheid;
         o.standaard.zet("mac.klembordHerstellen", g.herstel);
         o.klembord.kopieer("van de gebruiker");
+        o.klembord.appToets = g.appToets;
         o.focus.doel = g.doelBijStart;
         o.maak();
         o.neemOp(2.0, 2047);  // one byte short of 2 kB
