@@ -446,7 +446,8 @@ TEST(DictaatRegelaar, StartFailures) {
          "Opname starten mislukt: Audio omzetten naar 16 kHz mislukt.",
          fout("Opnemen lukte niet. Probeer het opnieuw.")},
         {"bestand maken mislukt", [](Opstelling& o) { o.schrijvers.openFaalt = true; },
-         "Audiobestand maken mislukt, dictaat niet gestart: Read-only file system",
+         "Audiobestand maken mislukt, dictaat niet gestart: de schijf is alleen-lezen "
+         "(Read-only file system)",
          fout("Opnemen lukte niet. Probeer het opnieuw.")},
     };
     for (const Geval& g : gevallen) {
