@@ -37,6 +37,8 @@ class Aflevering {
     // klaar runs once the outcome is known and reported, possibly before plak returns.
     void plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
               std::function<void()> klaar);
+    // Quitting: pastes still waiting leave their text on the clipboard, and the user is told.
+    void rondAfNu();
 
   private:
     void meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,

@@ -136,11 +136,13 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
 }
 
 // A password field never gets the text: not when it had focus at the start, nor when it has it
-// now. The text stays on the clipboard, with restore on, and is kept nowhere else.
+// now. The text waits on the clipboard, marked for clipboard managers and kept nowhere else,
+// until the user's own clipboard comes back.
 TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
     const auto wachtwoord = nep::nepDoel(42, "com.apple.mail", 7, InvoerSoort::gewoon, true);
     for (const bool bijStart : {true, false}) {
         Opstelling o;  // restoring the clipboard is on by default
+        o.klembord.kopieer("van de gebruiker");
         o.focus.doel = bijStart ? wachtwoord : *o.focus.doel;
         o.tijdensTranscriptie = [&] { o.focus.doel = wachtwoord; };
         o.maak();
@@ -148,13 +150,19 @@ TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
         o.lus.verstrijk(3.0);
         EXPECT_TRUE(o.klembord.geplakt.empty()) << bijStart;
         EXPECT_EQ(o.klembord.tekst(), "dit is een korte test");
-        EXPECT_EQ(o.nieuweRegels().back(),
-                  "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+        EXPECT_EQ(o.klembord.items.at(0).back().first, "org.nspasteboard.TransientType");
+        const auto regels = o.nieuweRegels();
+        for (const auto& regel : regels) {
+            EXPECT_EQ(regel.find("korte test"), std::string::npos) << regel;
+        }
+        EXPECT_EQ(regels.back(), "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
         EXPECT_THAT(o.meldingen.getoond,
                     ElementsAre(Melding{"Wachtwoordveld: de tekst staat op het klembord en is niet "
                                         "geplakt. Plak zelf met ⌘V als je dat wilt.",
                                         false, std::nullopt}));
         EXPECT_EQ(o.regelaar->laatsteDictaat().has_value(), !bijStart);
+        o.lus.verstrijk(Plakker::geheimBewaartijd);
+        EXPECT_EQ(o.klembord.tekst(), "van de gebruiker");
     }
 }
 
