@@ -31,8 +31,11 @@ std::optional<WmKlasse> leesWmKlasse(const X11Verbinding& verbinding, Window ven
 }
 
 bool X11VensterIdentiteit::gelijkAan(const Identiteit& ander) const {
-    const auto* a = dynamic_cast<const X11VensterIdentiteit*>(&ander);
-    return a != nullptr && a->venster_ == venster_;
+    if (const auto* a = dynamic_cast<const X11VensterIdentiteit*>(&ander)) {
+        return a->venster_ == venster_;
+    }
+    // The other source compares its field with a window itself, the same both ways round.
+    return ander.gelijkAan(*this);
 }
 
 std::optional<Doel> X11Focus::huidig() const {
