@@ -216,9 +216,13 @@ struct Samenstelling {
         // The key source masks an Alt hold key so its release opens no menu; it follows the
         // setting.
         toetsen.zetHoudToets(toetscode(regelaar->macInstellingen().houdToets));
+        indicator.zetWeergave(regelaar->instellingen().weergave);
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
             if (w == DictaatRegelaar::Wijziging::macInstellingen) {
                 toetsen.zetHoudToets(toetscode(regelaar->macInstellingen().houdToets));
+            }
+            if (w == DictaatRegelaar::Wijziging::instellingen) {
+                indicator.zetWeergave(regelaar->instellingen().weergave);
             }
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
