@@ -411,6 +411,8 @@ TEST_F(EchteAppTest, AQtAppWithAMenuBarGetsThePaste) {
     EchtProgramma featherpad({"featherpad", bestand.string()});
     ASSERT_NE(wachtOpVenster("notitie.txt", 30s), None) << "FeatherPad did not come up";
     dicteer();
+    // An editor is written to literally, by the class it really reports.
+    EXPECT_NE(logboek().find("stijl letterlijk"), std::string::npos) << logboek();
     eigenaar_.druk({XK_z});
     eigenaar_.druk({XK_Control_L, XK_s});
     EXPECT_TRUE(wachtTot(
