@@ -5,7 +5,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string_view>
 #include <thread>
@@ -68,13 +67,6 @@ std::string naarLatijn1(const std::string& utf8) {
         }
         i += lengte;
     }
-    return uit;
-}
-
-std::string klein(std::string_view s) {
-    std::string uit(s);
-    std::transform(uit.begin(), uit.end(), uit.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return uit;
 }
 
