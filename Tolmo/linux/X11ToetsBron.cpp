@@ -156,7 +156,9 @@ class X11Tap final : public ToetsBron::Tap {
             return true;
         }
         const KeySym keysym = keysymVan(x_.display(), code);
-        if (aan_) {
+        // Releases are followed while off too, so a key held across switching on is masked
+        // at its next press.
+        if (aan_ || !omlaag) {
             masker_.naToets(code, keysym, omlaag);
         }
         // Followed while off too, so the flags are right from the first event once on.
