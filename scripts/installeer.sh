@@ -16,7 +16,7 @@ pakketten=(
   libatspi2.0-dev libsecret-1-dev
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb openbox curl flac postgresql
-  dbus at-spi2-core gnome-keyring
+  dbus at-spi2-core gnome-keyring xclip
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
   # the Debian packages: dependencies from dpkg-shlibdeps, checks, and the clean test root

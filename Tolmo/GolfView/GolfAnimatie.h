@@ -43,6 +43,12 @@ class GolfAnimatie {
 
     // One frame: breedte × hoogte is the drawable in pixels, nu a monotonic time in seconds.
     U beeld(float breedte, float hoogte, double nu);
+    // The next frame starts the clock again. Called each time the wave shows: the time it
+    // hands the shader is a float, which after days of uptime no longer tells frames apart.
+    void herstartKlok() {
+        begin_.reset();
+        vorigBeeld_.reset();
+    }
 
     [[nodiscard]] Stand stand() const { return stand_; }
     [[nodiscard]] float getoondNiveau() const { return getoondNiveau_; }

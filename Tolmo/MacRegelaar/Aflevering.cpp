@@ -34,9 +34,15 @@ Aflevering::Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen
       plakToets_(std::move(plakToets)) {
     plakker_.zetOpNietGelezen([this] {
         log_("Plakken niet gelezen door de app: tekst blijft op het klembord");
-        toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
-               std::nullopt});
+        toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false, std::nullopt});
     });
+}
+
+PlakToets Aflevering::toets() const {
+    if (const auto naam = plakker_.plakToetsNaam()) {
+        return {*naam, *naam};
+    }
+    return plakToets_;
 }
 
 void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
@@ -44,17 +50,16 @@ void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakD
     // The target is judged twice: now, against a switch while the chain worked, and again by
     // the paster just before it pastes (it may wait for an earlier paste's restore).
     // A password field never gets a paste, at the start or now: the text waits on the clipboard
-    // for the user to decide, and no restore takes it away.
+    // for the user to decide, for a while (Plakker::geheimBewaartijd) when their own clipboard
+    // is to come back.
     bool wachtwoord = geheim(plakDoel);
     std::optional<Doel::Reden> geweigerd;
     Plakker::DoelKlopt doelKlopt;
-    if (wachtwoord) {
-        doelKlopt = [] { return false; };
-    } else if (toestemmingen_.toegankelijkheid()) {
+    if (!wachtwoord && toestemmingen_.toegankelijkheid()) {
         const auto doelNu = focus_.huidig();
         const auto nu = Doel::beslis(plakDoel, doelNu);
         wachtwoord = geheim(doelNu);
-        if (wachtwoord || !nu.plakken) {
+        if (!nu.plakken) {
             geweigerd = nu.reden;
             doelKlopt = [] { return false; };
         } else {
@@ -64,48 +69,60 @@ void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakD
             };
         }
     }
-    plakker_.plak(
-        tekst, herstel, std::move(doelKlopt),
-        [this, herstel, geweigerd, wachtwoord, klaar = std::move(klaar)](Plakker::Uitkomst u) {
-            if (wachtwoord) {
-                log_("Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
-                toon_(
-                    {"Wachtwoordveld: de tekst staat op het klembord en is niet "
-                     "geplakt. Plak zelf met " +
-                         plakToets_.teken + " als je dat wilt.",
-                     false, std::nullopt});
-            } else {
-                meldUitkomst(u, herstel, geweigerd);
-            }
+    if (wachtwoord) {
+        // Never logged or kept anywhere but on the clipboard, marked for clipboard managers.
+        plakker_.bewaarGeheim(tekst, herstel, [this, klaar = std::move(klaar)](Plakker::Uitkomst) {
+            log_("Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+            toon_(
+                {"Wachtwoordveld: de tekst staat op het klembord en is niet "
+                 "geplakt. Plak zelf met " +
+                     toets().teken + " als je dat wilt.",
+                 false, std::nullopt});
             klaar();
         });
+        return;
+    }
+    plakker_.plak(tekst, herstel, std::move(doelKlopt),
+                  [this, herstel, geweigerd, klaar = std::move(klaar)](Plakker::Uitkomst u) {
+                      meldUitkomst(u, herstel, geweigerd);
+                      klaar();
+                  });
+}
+
+void Aflevering::rondAfNu() {
+    if (const int aantal = plakker_.rondAfNu(); aantal > 0) {
+        log_("Afsluiten: " +
+             (aantal == 1 ? std::string("1 dictaat") : std::to_string(aantal) + " dictaten") +
+             " niet geplakt, tekst op het klembord gezet");
+        toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false, std::nullopt});
+    }
 }
 
 void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
                               std::optional<Doel::Reden> geweigerd) {
     switch (uitkomst) {
         case Plakker::Uitkomst::verstuurd:
-            log_(plakToets_.log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
-                                           : " verstuurd, tekst blijft op het klembord"));
+            log_(toets().log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
+                                        : " verstuurd, tekst blijft op het klembord"));
             break;
         case Plakker::Uitkomst::opKlembord:
             log_("Geen Toegankelijkheid: tekst op het klembord gezet");
-            toon_({"Plak met " + plakToets_.teken +
-                       ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
-                   false, "Tekst staat op het klembord"});
+            toon_(
+                {"Plak met " + toets().teken + ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
+                 false, "Tekst staat op het klembord"});
             break;
         case Plakker::Uitkomst::doelGewijzigd:
             if (geweigerd) {
                 log_("Niet geplakt (" + redenTekst(*geweigerd) +
                      " dan bij de start): tekst op het klembord gezet");
                 toon_({"Je wisselde van app of veld tijdens het verwerken. Plak met " +
-                           plakToets_.teken + " waar je wilt.",
+                           toets().teken + " waar je wilt.",
                        false, "Tekst staat op je klembord"});
             } else {
                 log_(
                     "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
                     "gezet");
-                toon_({"Tekst staat op je klembord. Plak met " + plakToets_.teken + ".", false,
+                toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false,
                        std::nullopt});
             }
             break;

@@ -37,10 +37,14 @@ class Aflevering {
     // klaar runs once the outcome is known and reported, possibly before plak returns.
     void plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
               std::function<void()> klaar);
+    // Quitting: pastes still waiting leave their text on the clipboard, and the user is told.
+    void rondAfNu();
 
   private:
     void meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
                       std::optional<Doel::Reden> geweigerd);
+    // The chord sent to the frontmost app, or the one the user pastes with there.
+    [[nodiscard]] PlakToets toets() const;
 
     Plakker& plakker_;
     const Focus& focus_;

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Tolmo/MacRegelaar/SysteemFout.h"
 #include "Tolmo/MacRegelaar/WoordSuggesties.h"
 #include "TolmoKern/Audio/OpnameFout.h"
 #include "TolmoKern/Keten/Geannuleerd.h"
@@ -33,7 +34,7 @@ std::string omschrijving(const std::exception_ptr& fout) {
     } catch (const OpnameFout& f) {
         return f.melding();
     } catch (const std::system_error& f) {
-        return f.code().message();
+        return systeemFout(f.code());
     } catch (const std::exception& f) {
         return f.what();
     } catch (...) {
@@ -457,7 +458,7 @@ void DictaatRegelaar::stop() {
     if (opname.onvolledig) {
         // A file with a hole in it would be transcribed as if the user had said less.
         verwijder(opname.bestand);
-        log("Schrijven audio mislukt, dictaat gaat niet door: " + schrijfFout.message());
+        log("Schrijven audio mislukt, dictaat gaat niet door: " + systeemFout(schrijfFout));
         toonMelding({opnemenMislukt, true, std::nullopt});
         sluitAf();
         return;

@@ -83,7 +83,7 @@ void DictaatRegelaar::afsluiten() {
         monitor_->verwijderWissel();
     }
     toestemmingTimer_.annuleer();
-    plakker_.rondAfNu();
+    aflevering_.rondAfNu();
 }
 
 void DictaatRegelaar::voegWoordToe(const std::string& woord) {

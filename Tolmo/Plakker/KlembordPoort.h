@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,6 +29,9 @@ class KlembordPoort {
     virtual void herstel(const Momentopname& momentopname) = 0;
     // Posts the paste keystroke to the frontmost app.
     virtual void stuurPlakToets() = 0;
+    // How the paste chord for the frontmost app is named, where it differs per app (a terminal
+    // takes Ctrl+Shift+V); empty where the platform has one chord for all.
+    [[nodiscard]] virtual std::optional<std::string> plakToetsNaam() const { return std::nullopt; }
 
     // Whether the platform shows when another app reads what schrijf wrote (X11 does: the reader
     // asks the owner). Then the paster restores right after the read instead of after a guess.

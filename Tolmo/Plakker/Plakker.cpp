@@ -32,6 +32,19 @@ void Plakker::plak(const std::string& tekst, bool herstelKlembord, DoelKlopt doe
     }
 }
 
+void Plakker::bewaarGeheim(const std::string& tekst, bool herstelKlembord, Klaar klaar) {
+    Opdracht opdracht{tekst, herstelKlembord, nullptr, std::move(klaar), true};
+    wachtrij_.push_back(std::move(opdracht));
+    if (!bezig_) {
+        bezig_ = true;
+        lus_.post([w = std::weak_ptr<Plakker*>(anker_)] {
+            if (const auto p = w.lock()) {
+                (**p).volgende();
+            }
+        });
+    }
+}
+
 void Plakker::volgende() {
     if (wachtrij_.empty()) {
         bezig_ = false;
@@ -43,6 +56,29 @@ void Plakker::volgende() {
 }
 
 void Plakker::voerUit(Opdracht opdracht) {
+    if (opdracht.geheim) {
+        // Marked like a dictation; a restore still waiting for an earlier one is taken over by
+        // this one, which keeps the user's clipboard from before both.
+        const std::int64_t token = transacties_.begin(opdracht.tekst);
+        if (opdracht.herstel) {
+            geheimHerstel_ = token;
+            geheimTimer_ =
+                lus_.eenmalig(geheimBewaartijd, [w = std::weak_ptr<Plakker*>(anker_), token] {
+                    if (const auto p = w.lock()) {
+                        Plakker& plakker = **p;
+                        if (plakker.geheimHerstel_ == token) {
+                            plakker.geheimHerstel_.reset();
+                            plakker.transacties_.rondAf(token);
+                        }
+                    }
+                });
+        } else {
+            transacties_.laatStaan(token);
+        }
+        opdracht.klaar(Uitkomst::opKlembord);
+        volgende();
+        return;
+    }
     if (opdracht.doelKlopt && !opdracht.doelKlopt()) {
         klembord_.zetTekst(opdracht.tekst);
         opdracht.klaar(Uitkomst::doelGewijzigd);
@@ -120,15 +156,30 @@ void Plakker::sluitLezenAf(std::int64_t token, bool gelezen, const std::string& 
     volgende();
 }
 
-void Plakker::rondAfNu() {
+int Plakker::rondAfNu() {
     klembord_.zetOpGelezen({});
     leesTimer_.annuleer();
+    geheimTimer_.annuleer();
+    std::string over;
+    for (const Opdracht& o : wachtrij_) {
+        over += (over.empty() ? "" : "\n") + o.tekst;
+    }
+    const auto aantal = static_cast<int>(wachtrij_.size());
     wachtrij_.clear();
+    if (geheimHerstel_) {
+        const std::int64_t token = *geheimHerstel_;
+        geheimHerstel_.reset();
+        transacties_.rondAf(token);
+    }
     if (openHerstel_) {
         const std::int64_t token = *openHerstel_;
         openHerstel_.reset();
         transacties_.rondAf(token);
     }
+    if (aantal > 0) {
+        klembord_.zetTekst(over);
+    }
+    return aantal;
 }
 
 }  // namespace tolmo

@@ -29,6 +29,9 @@ class Plakker {
     // the longest wait is left on the clipboard (the keystroke was swallowed).
     static constexpr double stilteNaLezen = 0.1;
     static constexpr double langsteWachtOpLezen = 2.0;
+    // How long a text meant for a password field waits on the clipboard for the user's own
+    // paste before their clipboard comes back.
+    static constexpr double geheimBewaartijd = 30.0;
 
     using DoelKlopt = std::function<bool()>;
     using Klaar = std::function<void(Uitkomst)>;
@@ -41,12 +44,22 @@ class Plakker {
     // doelKlopt runs just before pasting and answers whether the target is still the one of the
     // dictation's start. klaar gets the outcome as soon as it is known (before the restore).
     void plak(const std::string& tekst, bool herstelKlembord, DoelKlopt doelKlopt, Klaar klaar);
+    // Text for a field that is never pasted into (a password field): it goes on the clipboard
+    // marked, so clipboard managers keep it out of their history, and with herstelKlembord the
+    // user's own clipboard comes back after geheimBewaartijd (or at the next paste, or at quit).
+    // klaar gets opKlembord.
+    void bewaarGeheim(const std::string& tekst, bool herstelKlembord, Klaar klaar);
 
-    // Quitting: a clipboard still waiting to be restored is restored now, and pastes that have
-    // not started are dropped (their text never left the app's hands).
-    void rondAfNu();
+    // Quitting: a clipboard still waiting to be restored is restored now, and the text of pastes
+    // that have not started is left on the clipboard for the user (one per line, in order), or
+    // it would go with the app. Answers how many were left.
+    int rondAfNu();
 
     [[nodiscard]] bool bezig() const { return bezig_; }
+    // The paste chord of the frontmost app, where the platform knows one per app.
+    [[nodiscard]] std::optional<std::string> plakToetsNaam() const {
+        return klembord_.plakToetsNaam();
+    }
 
     // Told when a paste was never read and its text stays on the clipboard instead.
     void zetOpNietGelezen(std::function<void()> opNietGelezen) {
@@ -59,6 +72,7 @@ class Plakker {
         bool herstel = false;
         DoelKlopt doelKlopt;
         Klaar klaar;
+        bool geheim = false;
     };
 
     void volgende();
@@ -75,6 +89,9 @@ class Plakker {
     std::optional<std::int64_t> openHerstel_;
     bool bezig_ = false;
     Timer leesTimer_;
+    // The restore after a text for a password field, while it waits.
+    std::optional<std::int64_t> geheimHerstel_;
+    Timer geheimTimer_;
     std::function<void()> opNietGelezen_;
     // Tasks left on the main loop check this before touching a paster that is gone.
     std::shared_ptr<Plakker*> anker_;

@@ -84,7 +84,35 @@ std::string InstellingenKeuzes::actieTitel(const MenuStand& stand,
     if (stand.actie == MenuStand::Actie::annuleer || !wisselSneltoets) {
         return stand.actieTitel;
     }
-    return stand.actieTitel + " (" + wisselSneltoets->weergave() + ")";
+    return stand.actieTitel + " (" + combinatieNaam(*wisselSneltoets) + ")";
+}
+
+std::string InstellingenKeuzes::houdToetsNaam(HoudToets toets) {
+    switch (toets) {
+        case HoudToets::rechterOption:
+            return "Rechter Alt (Alt Gr)";
+        case HoudToets::rechterCommand:
+            return "Rechter Super";
+        case HoudToets::rechterControl:
+            return "Rechter Ctrl";
+        case HoudToets::fn:
+        case HoudToets::uit:
+            break;
+    }
+    return std::string(label(toets));
+}
+
+std::string InstellingenKeuzes::combinatieNaam(const Toetscombinatie& combinatie) {
+    using M = Toetscombinatie::Modificaties;
+    std::string naam;
+    for (const auto& [bit, deel] :
+         {std::pair{M::control, "Ctrl+"}, std::pair{M::option, "Alt+"},
+          std::pair{M::shift, "Shift+"}, std::pair{M::command, "Super+"}}) {
+        if (combinatie.modificaties.bevat(bit)) {
+            naam += deel;
+        }
+    }
+    return naam + combinatie.label;
 }
 
 }  // namespace tolmo

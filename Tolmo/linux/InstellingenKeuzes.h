@@ -45,8 +45,13 @@ struct InstellingenKeuzes {
     };
     static Sleutelinvoer sleutel(const std::string& invoer);
 
+    // Keys as a PC keyboard names them, not as a Mac does: "Rechter Alt (Alt Gr)" for right
+    // Option, Super for Command, Ctrl for Control; a combination as "Ctrl+Alt+D".
+    static std::string houdToetsNaam(HoudToets toets);
+    static std::string combinatieNaam(const Toetscombinatie& combinatie);
+
     // The menu's dictation item names the toggle combination that does the same: "Start dicteren
-    // (⌃⌥D)". Cancelling is not what the combination does, so that title stays bare.
+    // (Ctrl+Alt+D)". Cancelling is not what the combination does, so that title stays bare.
     static std::string actieTitel(const MenuStand& stand,
                                   const std::optional<Toetscombinatie>& wisselSneltoets);
 };

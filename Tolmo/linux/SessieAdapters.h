@@ -9,6 +9,7 @@
 #include "Tolmo/Poorten/EscBron.h"
 #include "Tolmo/Poorten/Focus.h"
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "TolmoKern/Sneltoetsen/HoudToets.h"
 
 namespace tolmo {
 
@@ -53,6 +54,10 @@ class SessieAdapters {
     // before it goes to sleep.
     [[nodiscard]] virtual int descriptor() const = 0;
     virtual void verwerk() = 0;
+
+    // The hold key the user chose, now and after every change: X11 masks an Alt hold key so
+    // that its release opens no app's menu.
+    virtual void zetHoudToets(HoudToets /*houdToets*/) {}
 
     // Before the app quits: what we own on the clipboard goes to a clipboard manager when one
     // runs, within termijn. True when one took it.

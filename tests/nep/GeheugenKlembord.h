@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,6 +39,9 @@ class GeheugenKlembord final : public KlembordPoort {
         ++teller;
     }
     void stuurPlakToets() override { geplakt.push_back(tekst()); }
+    // The frontmost app's own paste chord, where it has one (a terminal's).
+    std::optional<std::string> appToets;
+    std::optional<std::string> plakToetsNaam() const override { return appToets; }
     // A clipboard whose reads can be seen, like X11's; lees() is the target app reading.
     bool lezenZichtbaar = false;
     std::function<void()> opGelezen;

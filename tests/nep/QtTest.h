@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QLabel>
 #include <cstdlib>
 #include <stdexcept>
@@ -40,6 +41,9 @@ inline std::string teksten(const QWidget& w) {
     }
     for (const QAbstractButton* k : w.findChildren<QAbstractButton*>()) {
         alles += k->text().toStdString() + "\n";
+    }
+    for (const QComboBox* c : w.findChildren<QComboBox*>()) {
+        alles += c->currentText().toStdString() + "\n";
     }
     return alles;
 }

@@ -78,10 +78,11 @@ class X11AndereApp {
         return klaar.get();
     }
 
-    void bezit(std::map<std::string, std::string> doelen) {
-        doe([this, doelen] {
+    // Owns the selection (the CLIPBOARD, or PRIMARY for text the user marked) with the targets.
+    void bezit(std::map<std::string, std::string> doelen, const char* selectie = "CLIPBOARD") {
+        doe([this, doelen, selectie] {
             bezit_ = doelen;
-            XSetSelectionOwner(d_, x_.atoom("CLIPBOARD"), venster_, CurrentTime);
+            XSetSelectionOwner(d_, x_.atoom(selectie), venster_, CurrentTime);
             XSync(d_, False);
         });
     }
@@ -134,8 +135,9 @@ class X11AndereApp {
     }
 
     // Reads a target with the time stamp given; empty when the owner refuses.
-    std::optional<std::string> lees(const std::string& doel, Time tijd = CurrentTime) {
-        return doe([=, this] { return leesHier(doel, tijd); });
+    std::optional<std::string> lees(const std::string& doel, Time tijd = CurrentTime,
+                                    const char* selectie = "CLIPBOARD") {
+        return doe([=, this] { return leesHier(doel, tijd, selectie); });
     }
 
     // Acts as a clipboard manager: asked to save the clipboard, it reads every target and
@@ -184,11 +186,13 @@ class X11AndereApp {
         return std::nullopt;
     }
 
-    // What an app that pastes took into its field, and the paste chords it saw.
+    // What an app that pastes took into its field, and the paste chords it saw (Shift+Insert
+    // reads PRIMARY, as xterm does).
     struct Veld {
         std::string tekst;
         int ctrlV = 0;
         int ctrlShiftV = 0;
+        int shiftInsert = 0;
     };
     [[nodiscard]] Veld veld() {
         return doe([this] { return veld_; });
@@ -226,9 +230,10 @@ class X11AndereApp {
         return false;
     }
 
-    std::optional<std::string> leesHier(const std::string& doel, Time tijd) {
+    std::optional<std::string> leesHier(const std::string& doel, Time tijd,
+                                        const char* selectie = "CLIPBOARD") {
         const Atom eigenschap = x_.atoom("LEES");
-        XConvertSelection(d_, x_.atoom("CLIPBOARD"), x_.atoom(doel.c_str()), eigenschap, venster_,
+        XConvertSelection(d_, x_.atoom(selectie), x_.atoom(doel.c_str()), eigenschap, venster_,
                           tijd);
         XEvent e;
         if (!wacht(e, [](const XEvent& g) { return g.type == SelectionNotify; }) ||
@@ -349,6 +354,10 @@ class X11AndereApp {
         if (plakt_ && (s == XK_v || s == XK_V) && (t.state & ControlMask) != 0) {
             ++((t.state & ShiftMask) != 0 ? veld_.ctrlShiftV : veld_.ctrlV);
             veld_.tekst += leesHier("UTF8_STRING", t.time).value_or("");
+        }
+        if (plakt_ && s == XK_Insert && (t.state & ShiftMask) != 0) {
+            ++veld_.shiftInsert;
+            veld_.tekst += leesHier("UTF8_STRING", t.time, "PRIMARY").value_or("");
         }
     }
 

@@ -22,7 +22,7 @@ AlgemeenTab::AlgemeenTab(DictaatRegelaar& regelaar, std::function<bool()> startB
     k->addWidget(opmaak::kop(QStringLiteral("Houdtoets"), vlak));
     houdToets_ = new QComboBox(vlak);
     for (const HoudToets t : InstellingenKeuzes::houdToetsen) {
-        houdToets_->addItem(q(label(t)), static_cast<int>(t));
+        houdToets_->addItem(q(InstellingenKeuzes::houdToetsNaam(t)), static_cast<int>(t));
     }
     houdToets_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     auto* rij = new QHBoxLayout;
@@ -31,8 +31,7 @@ AlgemeenTab::AlgemeenTab(DictaatRegelaar& regelaar, std::function<bool()> startB
     k->addLayout(rij);
     k->addWidget(opmaak::hulpTekst(
         QStringLiteral("Houd de toets vast terwijl je praat en laat los om te plakken. Een korte "
-                       "tik of een combinatie met een andere toets (zoals Fn+pijltje of Option+E) "
-                       "start niets."),
+                       "tik of een combinatie met een andere toets (zoals Alt+E) start niets."),
         vlak));
     QObject::connect(houdToets_, &QComboBox::activated, this, [this](int i) {
         regelaar_.zetHoudToets(static_cast<HoudToets>(houdToets_->itemData(i).toInt()));
@@ -47,9 +46,7 @@ AlgemeenTab::AlgemeenTab(DictaatRegelaar& regelaar, std::function<bool()> startB
     combinatieRij->addStretch();
     k->addLayout(combinatieRij);
     k->addWidget(opmaak::hulpTekst(
-        QStringLiteral("Klik en druk de nieuwe combinatie. Ctrl telt als Control, Alt als Option "
-                       "en Super als Command."),
-        vlak));
+        QStringLiteral("Klik en druk de nieuwe combinatie, met Ctrl, Alt of Super erin."), vlak));
 
     k->addWidget(opmaak::kop(QStringLiteral("Plakken en opnemen"), vlak));
     klembord_ = new QCheckBox(QStringLiteral("Klembord na plakken herstellen"), vlak);

@@ -74,7 +74,7 @@ void CombinatieKnop::ververs() {
         return;
     }
     const auto& c = regelaar_.macInstellingen().wisselSneltoets;
-    setText(c ? opmaak::q(c->weergave()) : QStringLiteral("Geen"));
+    setText(c ? opmaak::q(InstellingenKeuzes::combinatieNaam(*c)) : QStringLiteral("Geen"));
 }
 
 void CombinatieKnop::begin() {
@@ -111,7 +111,8 @@ void CombinatieKnop::keyPressEvent(QKeyEvent* e) {
             break;
         case CombinatieOpname::Uitkomst::ongeldig:
             eindig();
-            opmaak::toonMelding(melding_, opmaak::q(CombinatieOpname::ongeldigMelding), true);
+            // The keyboard's names, not the Mac's.
+            opmaak::toonMelding(melding_, QStringLiteral("Gebruik ook Ctrl, Alt of Super."), true);
             break;
         case CombinatieOpname::Uitkomst::geldig:
             // The old one comes back first, so a refused new one leaves it working.
@@ -119,7 +120,9 @@ void CombinatieKnop::keyPressEvent(QKeyEvent* e) {
             if (!regelaar_.zetWisselSneltoets(opname->combinatie)) {
                 opmaak::toonMelding(
                     melding_,
-                    opmaak::q("Sneltoets " + opname->combinatie->weergave() + " is al in gebruik"),
+                    opmaak::q("Sneltoets " +
+                              InstellingenKeuzes::combinatieNaam(*opname->combinatie) +
+                              " is al in gebruik"),
                     true);
             }
             ververs();

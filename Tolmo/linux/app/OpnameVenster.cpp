@@ -7,6 +7,7 @@
 #include <QRegion>
 #include <QScreen>
 #include <chrono>
+#include <cmath>
 
 namespace tolmo {
 
@@ -34,9 +35,17 @@ void OpnameVenster::toon() {
         const QRect vlak = scherm->availableGeometry();
         move(vlak.center().x() - breedte / 2, vlak.bottom() - hoogte - 48);
     }
+    golf_.herstartKlok();
     show();
     raise();
     frames_.start();
+}
+
+void OpnameVenster::zetWeergave(Weergave weergave) {
+    licht_ = weergave == Weergave::licht || (weergave == Weergave::automatisch &&
+                                             palette().color(QPalette::Window).lightness() >= 128);
+    golf_.zetThema(licht_ ? GolfAnimatie::Thema::lichtThema() : GolfAnimatie::Thema::donkerThema());
+    update();
 }
 
 void OpnameVenster::verberg() {
@@ -47,13 +56,21 @@ void OpnameVenster::verberg() {
 void OpnameVenster::paintEvent(QPaintEvent* /*gebeurtenis*/) {
     const double nu =
         std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-    beeld_.teken(golf_.beeld(breedte, hoogte, nu));
-    // The wave sits on a dark pill, whose outline the window's mask gives.
+    // Drawn at the screen's own pixels: on a HiDPI screen a frame at the logical size would be
+    // scaled up, and blurred.
+    const qreal schaal = devicePixelRatioF();
+    const int b = static_cast<int>(std::lround(breedte * schaal));
+    const int h = static_cast<int>(std::lround(hoogte * schaal));
+    if (beeld_.breedte() != b || beeld_.hoogte() != h) {
+        beeld_ = GolfBeeld(b, h);
+    }
+    beeld_.teken(golf_.beeld(static_cast<float>(b), static_cast<float>(h), nu));
+    // The wave sits on a pill in the theme's colour, whose outline the window's mask gives.
     QPainter schilder(this);
-    schilder.fillRect(rect(), QColor(24, 24, 28));
-    const QImage golf(beeld_.pixels().data(), breedte, hoogte, breedte * 4,
-                      QImage::Format_RGBA8888_Premultiplied);
-    schilder.drawImage(0, 0, golf);
+    schilder.fillRect(rect(), licht_ ? QColor(246, 246, 248) : QColor(24, 24, 28));
+    QImage golf(beeld_.pixels().data(), b, h, b * 4, QImage::Format_RGBA8888_Premultiplied);
+    golf.setDevicePixelRatio(schaal);
+    schilder.drawImage(QPointF(0, 0), golf);
 }
 
 }  // namespace tolmo

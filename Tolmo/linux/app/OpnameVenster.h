@@ -6,6 +6,7 @@
 #include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/GolfView/GolfBeeld.h"
 #include "Tolmo/Poorten/OpnameIndicator.h"
+#include "TolmoKern/Instellingen/TolmoInstellingen.h"
 
 namespace tolmo {
 
@@ -18,6 +19,8 @@ class OpnameVenster final : public QWidget, public OpnameIndicator {
 
     void toon() override;
     void verberg() override;
+    // Light or dark as the settings say; automatisch follows the desktop's palette.
+    void zetWeergave(Weergave weergave);
 
     static constexpr int breedte = 280;
     static constexpr int hoogte = 56;
@@ -29,6 +32,7 @@ class OpnameVenster final : public QWidget, public OpnameIndicator {
     GolfAnimatie& golf_;
     GolfBeeld beeld_;
     QTimer frames_;
+    bool licht_ = false;
 };
 
 }  // namespace tolmo

@@ -79,6 +79,19 @@ void meld(const std::string& regel) {
     std::cerr << "Tolmo: " << regel << std::endl;
 }
 
+// The user's own paste chords per app ("linux.plakToetsen" in app.tolmo.json), read at launch.
+std::vector<X11PlakToetsen::Regel> eigenPlakRegels() {
+    const XdgOpslag opslag{XdgOpslag::configMap(), "app.tolmo", meld};
+    const auto waarde = opslag.lees("linux.plakToetsen");
+    const auto* tekst = waarde ? std::get_if<std::string>(&*waarde) : nullptr;
+    std::vector<std::string> fouten;
+    auto regels = X11PlakToetsen::leesRegels(tekst != nullptr ? *tekst : "", &fouten);
+    for (const auto& f : fouten) {
+        meld("plaktoets niet begrepen en overgeslagen: " + f);
+    }
+    return regels;
+}
+
 // Every adapter of the Linux shell, composed once; the controller gets them as its ports.
 struct Samenstelling {
     explicit Samenstelling(std::unique_ptr<SessieAdapters> s) : sessie(std::move(s)) {}
@@ -219,7 +232,17 @@ struct Samenstelling {
         poorten.esc = sessie->esc();
         regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
         golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
+        // X11 masks an Alt hold key so that its release opens no menu; the set follows the
+        // setting.
+        sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
+        indicator.zetWeergave(regelaar->instellingen().weergave);
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
+            if (w == DictaatRegelaar::Wijziging::macInstellingen) {
+                sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
+            }
+            if (w == DictaatRegelaar::Wijziging::instellingen) {
+                indicator.zetWeergave(regelaar->instellingen().weergave);
+            }
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
                 meld(std::string("toestand ") +
@@ -390,7 +413,8 @@ int main(int argc, char** argv) {
 
     std::unique_ptr<Samenstelling> s;
     try {
-        s = std::make_unique<Samenstelling>(std::make_unique<X11Adapters>(viaXWayland));
+        s = std::make_unique<Samenstelling>(
+            std::make_unique<X11Adapters>(viaXWayland, eigenPlakRegels()));
         s->bouw(sessieRegel);
         // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
         // the first hold key and its request.

@@ -24,11 +24,16 @@ using GEigen = std::unique_ptr<T, GVrij>;
 
 class AtSpiVeldIdentiteit final : public FocusVeld::Identiteit {
   public:
-    AtSpiVeldIdentiteit(std::string bus, std::string pad, VeldSoort soort)
-        : bus_(std::move(bus)), pad_(std::move(pad)), soort_(soort) {}
+    AtSpiVeldIdentiteit(std::string bus, std::string pad, VeldSoort soort,
+                        std::optional<FocusVeld> venster)
+        : bus_(std::move(bus)), pad_(std::move(pad)), soort_(soort), venster_(std::move(venster)) {}
     [[nodiscard]] bool gelijkAan(const Identiteit& ander) const override {
-        const auto* a = dynamic_cast<const AtSpiVeldIdentiteit*>(&ander);
-        return a != nullptr && a->bus_ == bus_ && a->pad_ == pad_;
+        if (const auto* a = dynamic_cast<const AtSpiVeldIdentiteit*>(&ander)) {
+            return a->bus_ == bus_ && a->pad_ == pad_;
+        }
+        // Like with like: the other end knew only the window.
+        return venster_ && venster_->identiteit() != nullptr &&
+               venster_->identiteit()->gelijkAan(ander);
     }
     [[nodiscard]] InvoerSoort soort() const override { return soort_.soort; }
     [[nodiscard]] bool geheim() const override { return soort_.geheim; }
@@ -37,6 +42,7 @@ class AtSpiVeldIdentiteit final : public FocusVeld::Identiteit {
     std::string bus_;
     std::string pad_;
     VeldSoort soort_;
+    std::optional<FocusVeld> venster_;
 };
 
 constexpr const char* focusGebeurtenissen[] = {"object:state-changed:focused", "focus:"};
@@ -160,9 +166,14 @@ std::optional<Doel> AtSpiFocus::huidig() const {
         object.path == nullptr) {
         return doel;
     }
-    doel->veld = FocusVeld(
-        std::make_shared<AtSpiVeldIdentiteit>(object.app->bus_name, object.path, veldSoort(*veld)));
+    doel->veld = AtSpiFocus::veld(object.app->bus_name, object.path, veldSoort(*veld), doel->veld);
     return doel;
+}
+
+FocusVeld AtSpiFocus::veld(std::string bus, std::string pad, VeldSoort soort,
+                           std::optional<FocusVeld> venster) {
+    return FocusVeld(std::make_shared<AtSpiVeldIdentiteit>(std::move(bus), std::move(pad), soort,
+                                                           std::move(venster)));
 }
 
 }  // namespace tolmo

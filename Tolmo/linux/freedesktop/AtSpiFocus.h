@@ -2,8 +2,10 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "Tolmo/Poorten/Focus.h"
+#include "Tolmo/linux/freedesktop/AtSpiVeldSoort.h"
 
 namespace tolmo {
 
@@ -33,6 +35,13 @@ class AtSpiFocus final : public Focus {
 
     // Whether the accessibility bus answered and focus events are followed.
     [[nodiscard]] bool volgt() const;
+
+    // The field of an accessible element (bus name and object path) that lies in the field the
+    // window focus gave (venster, empty when it gave none). Two such fields are the same element;
+    // against a field of the window focus alone (the bus did not answer in time at the other
+    // end), the element counts as its window, so a slow bus is no switch of field.
+    static FocusVeld veld(std::string bus, std::string pad, VeldSoort soort,
+                          std::optional<FocusVeld> venster);
 
   private:
     struct Staat;

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "Tolmo/MacRegelaar/SysteemFout.h"
+
 namespace tolmo {
 namespace {
 
@@ -127,7 +129,8 @@ void XdgOpslag::schrijf() {
         schrijfAtomisch(bestand_, document_.dump(2) + "\n");
     } catch (const std::exception& e) {
         if (log_) {
-            log_("Instellingen bewaren in " + bestand_.string() + " mislukt: " + e.what());
+            log_("Instellingen bewaren in " + bestand_.string() +
+                 " mislukt: " + foutOmschrijving(e));
         }
     }
 }

@@ -1,8 +1,11 @@
 #include "Tolmo/linux/x11/X11Adapters.h"
 
+#include <utility>
+
 namespace tolmo {
 
-X11Adapters::X11Adapters(bool viaXWayland) : viaXWayland_(viaXWayland) {}
+X11Adapters::X11Adapters(bool viaXWayland, std::vector<X11PlakToetsen::Regel> plakRegels)
+    : klembord_(x11_, std::move(plakRegels)), viaXWayland_(viaXWayland) {}
 
 std::vector<Vermogen> X11Adapters::vermogens() const {
     using S = Vermogen::Soort;

@@ -13,8 +13,10 @@ namespace tolmo {
 // XWayland the same set reaches only the X11 windows of a Wayland session, and says so.
 class X11Adapters final : public SessieAdapters {
   public:
-    // Opens $DISPLAY; throws std::runtime_error (Dutch) when it cannot.
-    explicit X11Adapters(bool viaXWayland = false);
+    // Opens $DISPLAY; throws std::runtime_error (Dutch) when it cannot. plakRegels: the user's
+    // own paste chords per app, over the built-in ones.
+    explicit X11Adapters(bool viaXWayland = false,
+                         std::vector<X11PlakToetsen::Regel> plakRegels = {});
 
     [[nodiscard]] ToetsBron& toetsen() override { return toetsen_; }
     [[nodiscard]] EscBron* esc() override { return &esc_; }
@@ -25,6 +27,7 @@ class X11Adapters final : public SessieAdapters {
     [[nodiscard]] std::vector<Vermogen> vermogens() const override;
     [[nodiscard]] int descriptor() const override { return x11_.descriptor(); }
     void verwerk() override { x11_.verwerk(); }
+    void zetHoudToets(HoudToets houdToets) override { toetsen_.zetHoudToets(toetscode(houdToets)); }
     bool geefKlembordAf(std::chrono::milliseconds termijn) override {
         return klembord_.geefAanBeheerder(termijn);
     }
@@ -33,7 +36,7 @@ class X11Adapters final : public SessieAdapters {
     X11Verbinding x11_;
     X11ToetsBron toetsen_{x11_};
     X11EscBron esc_{x11_};
-    X11Klembord klembord_{x11_};
+    X11Klembord klembord_;
     X11Focus focus_{x11_};
     bool viaXWayland_;
 };

@@ -31,8 +31,11 @@ std::optional<WmKlasse> leesWmKlasse(const X11Verbinding& verbinding, Window ven
 }
 
 bool X11VensterIdentiteit::gelijkAan(const Identiteit& ander) const {
-    const auto* a = dynamic_cast<const X11VensterIdentiteit*>(&ander);
-    return a != nullptr && a->venster_ == venster_;
+    if (const auto* a = dynamic_cast<const X11VensterIdentiteit*>(&ander)) {
+        return a->venster_ == venster_;
+    }
+    // The other source compares its field with a window itself, the same both ways round.
+    return ander.gelijkAan(*this);
 }
 
 std::optional<Doel> X11Focus::huidig() const {
@@ -90,11 +93,13 @@ const std::vector<AppStijl>& linuxAppStijlen() {
         {"Evolution", "Evolution", Stijl::zakelijk},
         {"Geary", "Geary", Stijl::zakelijk},
         {"kmail", "KMail", Stijl::zakelijk},
+        {"Claws-mail", "Claws Mail", Stijl::zakelijk},
         {"TelegramDesktop", "Telegram", Stijl::los},
         {"Signal", "Signal", Stijl::los},
         {"discord", "Discord", Stijl::los},
         {"Slack", "Slack", Stijl::neutraal},
         {"Element", "Element", Stijl::neutraal},
+        {"Mattermost", "Mattermost", Stijl::neutraal},
         {"Code", "Visual Studio Code", Stijl::letterlijk},
         {"Cursor", "Cursor", Stijl::letterlijk},
         {"jetbrains-idea", "IntelliJ IDEA", Stijl::letterlijk},
@@ -102,6 +107,18 @@ const std::vector<AppStijl>& linuxAppStijlen() {
         {"Emacs", "Emacs", Stijl::letterlijk},
         {"Gedit", "gedit", Stijl::letterlijk},
         {"kate", "Kate", Stijl::letterlijk},
+        {"Mousepad", "Mousepad", Stijl::letterlijk},
+        {"FeatherPad", "FeatherPad", Stijl::letterlijk},
+        {"Geany", "Geany", Stijl::letterlijk},
+        {"Pluma", "Pluma", Stijl::letterlijk},
+        {"Xed", "Xed", Stijl::letterlijk},
+        {"kwrite", "KWrite", Stijl::letterlijk},
+        {"org.gnome.TextEditor", "Teksteditor", Stijl::letterlijk},
+        {"Sublime_text", "Sublime Text", Stijl::letterlijk},
+        {"VSCodium", "VSCodium", Stijl::letterlijk},
+        {"code-oss", "Code - OSS", Stijl::letterlijk},
+        {"jetbrains-clion", "CLion", Stijl::letterlijk},
+        {"jetbrains-webstorm", "WebStorm", Stijl::letterlijk},
         {"Gnome-terminal", "GNOME Terminal", Stijl::letterlijk},
         {"konsole", "Konsole", Stijl::letterlijk},
         {"kitty", "kitty", Stijl::letterlijk},
@@ -112,6 +129,10 @@ const std::vector<AppStijl>& linuxAppStijlen() {
         {"Tilix", "Tilix", Stijl::letterlijk},
         {"Terminator", "Terminator", Stijl::letterlijk},
         {"Xfce4-terminal", "Xfce Terminal", Stijl::letterlijk},
+        {"URxvt", "urxvt", Stijl::letterlijk},
+        {"Lxterminal", "LXTerminal", Stijl::letterlijk},
+        {"Mate-terminal", "MATE Terminal", Stijl::letterlijk},
+        {"qterminal", "QTerminal", Stijl::letterlijk},
     };
     return apps;
 }

@@ -29,7 +29,8 @@ std::optional<WmKlasse> leesWmKlasse(const X11Verbinding& verbinding, Window ven
 const std::vector<AppStijl>& linuxAppStijlen();
 
 // A focused field on X11: the window holding the X input focus. Two identities are equal when
-// they name the same window.
+// they name the same window; a field another source describes in more detail (an AT-SPI
+// element) is asked instead, and compares by the window it lies in.
 class X11VensterIdentiteit final : public FocusVeld::Identiteit {
   public:
     explicit X11VensterIdentiteit(Window venster) : venster_(venster) {}

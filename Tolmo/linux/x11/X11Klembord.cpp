@@ -5,7 +5,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string_view>
 #include <thread>
@@ -71,13 +70,6 @@ std::string naarLatijn1(const std::string& utf8) {
     return uit;
 }
 
-std::string klein(std::string_view s) {
-    std::string uit(s);
-    std::transform(uit.begin(), uit.end(), uit.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return uit;
-}
-
 // Waits for the first event the predicate accepts, leaving every other event queued for
 // verwerk; false when the time is up.
 template <typename P>
@@ -106,39 +98,44 @@ std::size_t X11Klembord::xlibBreedte(int formaat) {
     return formaat == 32 ? sizeof(long) : formaat == 16 ? sizeof(short) : 1;
 }
 
-// The client (X connection) that created a window, named by its resource base, from the
-// X-Resource extension. Toolkits convert selections on unmapped helper windows of their own,
-// which carry no _NET_WM_PID; the server still knows whose they are.
-std::optional<XID> X11Klembord::clientVan(Display* display, Window venster) {
+// The client (X connection) that created a window, named by its resource base, and its process,
+// from the X-Resource extension. Toolkits convert selections on unmapped helper windows of their
+// own, which carry no _NET_WM_PID; the server still knows whose they are. The process is known
+// for local clients only (the server asks the socket).
+X11Klembord::Maker X11Klembord::makerVan(Display* display, Window venster) {
     int gebeurtenis = 0;
     int fout = 0;
+    Maker maker;
     if (venster == None || XResQueryExtension(display, &gebeurtenis, &fout) == 0) {
-        return std::nullopt;
+        return maker;
     }
-    XResClientIdSpec vraag{venster, XRES_CLIENT_ID_XID_MASK};
+    XResClientIdSpec vraag{venster, XRES_CLIENT_ID_XID_MASK | XRES_CLIENT_ID_PID_MASK};
     long aantal = 0;
     XResClientIdValue* waarden = nullptr;
-    std::optional<XID> client;
     if (XResQueryClientIds(display, 1, &vraag, &aantal, &waarden) == Success) {
-        for (long i = 0; i < aantal && !client; ++i) {
+        for (long i = 0; i < aantal; ++i) {
             if (XResGetClientIdType(&waarden[i]) == XRES_CLIENT_ID_XID) {
                 // A value begins with the id it answers for (standard layout, first member).
-                client = reinterpret_cast<const XResClientIdSpec*>(&waarden[i])->client;
+                maker.client = reinterpret_cast<const XResClientIdSpec*>(&waarden[i])->client;
+            } else if (const pid_t pid = XResGetClientPid(&waarden[i]); pid > 0) {
+                maker.proces = pid;
             }
         }
         XResClientIdsDestroy(aantal, waarden);
     }
-    return client;
+    return maker;
 }
 
-X11Klembord::X11Klembord(X11Verbinding& verbinding, std::vector<std::string> extraTerminals)
-    : verbinding_(verbinding), display_(verbinding.display()), terminals_(standaardTerminals()) {
-    terminals_.insert(terminals_.end(), extraTerminals.begin(), extraTerminals.end());
+X11Klembord::X11Klembord(X11Verbinding& verbinding, std::vector<X11PlakToetsen::Regel> eigenRegels)
+    : verbinding_(verbinding),
+      display_(verbinding.display()),
+      plakToetsen_(std::move(eigenRegels)) {
     XSetWindowAttributes kenmerken{};
     kenmerken.event_mask = PropertyChangeMask;
     venster_ = XCreateWindow(display_, verbinding.wortel(), -10, -10, 1, 1, 0, 0, InputOnly,
                              nullptr, CWEventMask, &kenmerken);
     klembord_ = verbinding.atoom("CLIPBOARD");
+    primair_ = XA_PRIMARY;
     targets_ = verbinding.atoom("TARGETS");
     multiple_ = verbinding.atoom("MULTIPLE");
     timestamp_ = verbinding.atoom("TIMESTAMP");
@@ -168,33 +165,6 @@ X11Klembord::~X11Klembord() {
     // The server gives up our ownership with the window.
     XDestroyWindow(display_, venster_);
     XFlush(display_);
-}
-
-const std::vector<std::string>& X11Klembord::standaardTerminals() {
-    static const std::vector<std::string> namen{"gnome-terminal", "gnome-terminal-server",
-                                                "konsole",        "kitty",
-                                                "alacritty",      "xterm",
-                                                "uxterm",         "wezterm",
-                                                "foot",           "tilix",
-                                                "terminator",     "xfce4-terminal",
-                                                "urxvt",          "rxvt"};
-    return namen;
-}
-
-bool X11Klembord::isTerminal(const WmKlasse& klasse, const std::vector<std::string>& terminals) {
-    const auto past = [&](std::string_view deel) {
-        if (deel.empty()) {
-            return false;
-        }
-        const std::string naam = klein(deel);
-        const std::size_t punt = naam.rfind('.');
-        const std::string laatste = punt == std::string::npos ? naam : naam.substr(punt + 1);
-        return std::any_of(terminals.begin(), terminals.end(), [&](const std::string& t) {
-            const std::string k = klein(t);
-            return k == naam || k == laatste;
-        });
-    };
-    return past(klasse.instantie) || past(klasse.klasse);
 }
 
 void X11Klembord::zetOpGelezen(std::function<void()> opGelezen) {
@@ -319,14 +289,57 @@ std::vector<X11Klembord::Doel> X11Klembord::tekstDoelen(const std::string& tekst
             {XA_STRING, XA_STRING, 8, std::make_shared<const std::string>(naarLatijn1(tekst))}};
 }
 
+X11PlakToetsen::Profiel X11Klembord::doelProfiel() const {
+    const auto actief = actiefVenster(verbinding_);
+    return plakToetsen_.voor(actief ? leesWmKlasse(verbinding_, *actief) : std::nullopt);
+}
+
+std::optional<std::string> X11Klembord::plakToetsNaam() const {
+    return X11PlakToetsen::naam(doelProfiel().akkoord);
+}
+
+void X11Klembord::neemPrimair(std::vector<Doel> doelen, bool dictaat) {
+    XSetSelectionOwner(display_, primair_, venster_, serverTijd());
+    if (XGetSelectionOwner(display_, primair_) == venster_) {
+        primairEigen_ = std::move(doelen);
+    } else {
+        primairEigen_.reset();
+    }
+    primairDictaat_ = dictaat && primairEigen_;
+}
+
+// A selection in PRIMARY is text the user marked; only its text can be given back.
+std::optional<std::string> X11Klembord::primairTekst() const {
+    const Window eigenaar = XGetSelectionOwner(display_, primair_);
+    if (eigenaar == None) {
+        return std::nullopt;
+    }
+    if (eigenaar == venster_) {
+        return primairEigen_ && !primairDictaat_ ? std::optional(*primairEigen_->front().bytes)
+                                                 : std::nullopt;
+    }
+    auto tekst = haal(utf8_, Klok::now() + momentopnameTermijn / 4, primair_);
+    return tekst && tekst->formaat == 8 ? std::optional(std::move(tekst->bytes)) : std::nullopt;
+}
+
 std::int64_t X11Klembord::schrijf(const std::string& tekst) {
     auto doelen = tekstDoelen(tekst);
     doelen.push_back({hint_, hint_, 8, std::make_shared<const std::string>("secret")});
+    if (doelProfiel().selectie == X11PlakToetsen::Selectie::primair) {
+        if (!primairDictaat_) {
+            primairVoor_ = primairTekst();
+        }
+        neemPrimair(doelen, true);
+    }
     neem(std::move(doelen), true);
     return teller_;
 }
 
 void X11Klembord::zetTekst(const std::string& tekst) {
+    if (doelProfiel().selectie == X11PlakToetsen::Selectie::primair) {
+        neemPrimair(tekstDoelen(tekst), false);
+        primairVoor_.reset();
+    }
     neem(tekstDoelen(tekst), false);
 }
 
@@ -349,20 +362,30 @@ void X11Klembord::herstel(const Momentopname& momentopname) {
     } else {
         neem(std::move(doelen), false);
     }
+    if (primairDictaat_) {
+        if (primairVoor_) {
+            neemPrimair(tekstDoelen(*primairVoor_), false);
+        } else if (XGetSelectionOwner(display_, primair_) == venster_) {
+            XSetSelectionOwner(display_, primair_, None, serverTijd());
+            primairEigen_.reset();
+        }
+        primairDictaat_ = false;
+        primairVoor_.reset();
+    }
 }
 
 // --- Reading another owner ---
 
-std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel,
-                                                           Klok::time_point einde) const {
+std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel, Klok::time_point einde,
+                                                           Atom selectie) const {
     XDeleteProperty(display_, venster_, ontvang_);
-    XConvertSelection(display_, klembord_, doel, ontvang_, venster_, CurrentTime);
+    XConvertSelection(display_, selectie, doel, ontvang_, venster_, CurrentTime);
     XEvent e;
     const bool beantwoord = wachtOp(
         display_, e,
         [&](const XEvent& g) {
             return g.type == SelectionNotify && g.xselection.requestor == venster_ &&
-                   g.xselection.selection == klembord_ && g.xselection.target == doel;
+                   g.xselection.selection == selectie && g.xselection.target == doel;
         },
         einde);
     if (!beantwoord || e.xselection.property == None) {
@@ -422,7 +445,7 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
     while (XCheckTypedWindowEvent(display_, venster_, SelectionNotify, &oud) != 0) {
     }
     const auto einde = Klok::now() + momentopnameTermijn;
-    const auto lijst = haal(targets_, einde);
+    const auto lijst = haal(targets_, einde, klembord_);
     if (!lijst || lijst->formaat != 32 || lijst->aantal == 0) {
         return {};
     }
@@ -454,7 +477,7 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
             continue;
         }
         gehad.push_back(doelen[i]);
-        if (auto e = haal(doelen[i], einde)) {
+        if (auto e = haal(doelen[i], einde, klembord_)) {
             const std::string type = e->type == doelen[i] ? naam : verbinding_.atoomNaam(e->type);
             item.emplace_back(sleutel(naam, type, e->formaat), std::move(e->bytes));
         }

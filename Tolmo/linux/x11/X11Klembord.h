@@ -15,6 +15,7 @@
 
 #include "Tolmo/Plakker/KlembordPoort.h"
 #include "Tolmo/linux/x11/X11Focus.h"
+#include "Tolmo/linux/x11/X11PlakToetsen.h"
 #include "Tolmo/linux/x11/X11Verbinding.h"
 
 namespace tolmo {
@@ -37,9 +38,9 @@ class X11Klembord final : public KlembordPoort {
     // How long the paste keystroke waits for the user to let go of every modifier.
     static constexpr std::chrono::milliseconds modifierTermijn{500};
 
-    // extraTerminals: more WM_CLASS names (either part) of terminals, which paste with
-    // Ctrl+Shift+V instead of Ctrl+V.
-    explicit X11Klembord(X11Verbinding& verbinding, std::vector<std::string> extraTerminals = {});
+    // eigenRegels: the user's own rows of paste chords per app, before the built-in ones.
+    explicit X11Klembord(X11Verbinding& verbinding,
+                         std::vector<X11PlakToetsen::Regel> eigenRegels = {});
     ~X11Klembord() override;
     X11Klembord(const X11Klembord&) = delete;
     X11Klembord& operator=(const X11Klembord&) = delete;
@@ -47,14 +48,19 @@ class X11Klembord final : public KlembordPoort {
     [[nodiscard]] std::int64_t wijzigingsTeller() const override;
     [[nodiscard]] Momentopname maakMomentopname() const override;
     // Offers the text with the hint clipboard managers honour to keep it out of their history
-    // (target x-kde-passwordManagerHint, value "secret").
+    // (target x-kde-passwordManagerHint, value "secret"). When the active app pastes from
+    // PRIMARY (xterm), PRIMARY offers the text as well, and its text comes back with herstel.
     std::int64_t schrijf(const std::string& tekst) override;
+    // Text for the user to paste: on the CLIPBOARD, and on PRIMARY too when the active app
+    // pastes from there.
     void zetTekst(const std::string& tekst) override;
     // An empty snapshot gives the clipboard up: it was empty before the dictation.
     void herstel(const Momentopname& momentopname) override;
-    // Ctrl+V to the active window, Ctrl+Shift+V when that is a terminal. Waits (at most
-    // modifierTermijn) until no modifier is held, or the keystroke would be another shortcut.
+    // The active app's paste chord (Ctrl+V, Ctrl+Shift+V for terminals, Shift+Insert for
+    // xterm). Waits (at most modifierTermijn) until no modifier is held, or the keystroke would
+    // be another shortcut.
     void stuurPlakToets() override;
+    [[nodiscard]] std::optional<std::string> plakToetsNaam() const override;
 
     // Called from verwerk when the app we pasted into has fetched the dictation's text (see
     // isPlakLezing), at most once per paste keystroke, after the answer went out: the clipboard
@@ -73,13 +79,6 @@ class X11Klembord final : public KlembordPoort {
     bool geefAanBeheerder(std::chrono::milliseconds termijn);
     [[nodiscard]] Window venster() const { return venster_; }
 
-    // The terminals known without being told; their names are compared without case, with
-    // either part of WM_CLASS and with the last part of a reverse-domain name
-    // ("org.wezfurlong.wezterm").
-    static const std::vector<std::string>& standaardTerminals();
-    [[nodiscard]] static bool isTerminal(const WmKlasse& klasse,
-                                         const std::vector<std::string>& terminals);
-
     // A request for our clipboard, as far as telling the paste's read apart needs.
     struct Lezing {
         std::string_view doel;  // the target asked for
@@ -87,7 +86,8 @@ class X11Klembord final : public KlembordPoort {
         // Server time taken just before the paste keystroke went out; empty until then.
         std::optional<Time> plakTijd;
         Time tijd = CurrentTime;  // the request's time stamp
-        // The requestor belongs to the client that made the active window at the paste.
+        // The requestor belongs to the client or the process that made the active window at
+        // the paste.
         bool uitDoelApp = false;
     };
     // Whether a request is the pasting app fetching the dictation's text. Apps paste on the key
@@ -96,7 +96,9 @@ class X11Klembord final : public KlembordPoort {
     // from around the change, which stuurPlakToets keeps a few milliseconds before plakTijd.
     // They also ask for targets that are not text (TARGETS, SAVE_TARGETS, the hint) first; only
     // a text target counts. Some toolkits paste with CurrentTime as well; such a read counts when
-    // the X server says the requestor belongs to the very client we pasted into.
+    // the X server says the requestor belongs to the app we pasted into: the very client that
+    // made its window, or the same process (LibreOffice's own toolkit reads the selection over a
+    // second connection of its own).
     [[nodiscard]] static bool isPlakLezing(const Lezing& lezing);
 
   private:
@@ -121,36 +123,51 @@ class X11Klembord final : public KlembordPoort {
     [[nodiscard]] Time serverTijd() const;
     void neem(std::vector<Doel> doelen, bool dictaat);
     void geefOp();
+    // PRIMARY, for the apps that paste from there.
+    void neemPrimair(std::vector<Doel> doelen, bool dictaat);
+    [[nodiscard]] X11PlakToetsen::Profiel doelProfiel() const;
+    [[nodiscard]] std::optional<std::string> primairTekst() const;
     [[nodiscard]] std::vector<Doel> tekstDoelen(const std::string& tekst) const;
     [[nodiscard]] std::optional<X11Verbinding::Eigenschap> haal(
-        Atom doel, std::chrono::steady_clock::time_point einde) const;
+        Atom doel, std::chrono::steady_clock::time_point einde, Atom selectie) const;
     void dienVerzoek(const XSelectionRequestEvent& verzoek);
-    bool dien(Window aanvrager, Atom doel, Atom eigenschap);
-    bool dienMultiple(Window aanvrager, Atom eigenschap);
+    bool dien(const std::vector<Doel>& doelen, Window aanvrager, Atom doel, Atom eigenschap);
+    bool dienMultiple(const std::vector<Doel>& doelen, Window aanvrager, Atom eigenschap);
     bool stuurVolgendDeel(const XPropertyEvent& gebeurtenis);
     void wachtOpLosgelatenModifiers() const;
     static std::size_t xlibBreedte(int formaat);
-    static std::optional<XID> clientVan(Display* display, Window venster);
+    // Who made a window, as the X server knows it: the client (connection) and, for a local
+    // client, its process.
+    struct Maker {
+        std::optional<XID> client;
+        std::optional<long> proces;
+    };
+    static Maker makerVan(Display* display, Window venster);
 
     X11Verbinding& verbinding_;
     Display* display_;
     Window venster_ = None;
     std::size_t luisterId_ = 0;
-    std::vector<std::string> terminals_;
+    X11PlakToetsen plakToetsen_;
     Gelezen gelezen_;
     // The largest property a single request carries; larger replies go INCR.
     std::size_t maxDeel_ = 0;
 
-    Atom klembord_, targets_, multiple_, timestamp_, incr_, atomPaar_, utf8_, tekstPlain_, tekst_,
-        hint_, ontvang_, tijd_, beheerder_;
+    Atom klembord_, primair_, targets_, multiple_, timestamp_, incr_, atomPaar_, utf8_, tekstPlain_,
+        tekst_, hint_, ontvang_, tijd_, beheerder_;
 
     // What we serve while we own CLIPBOARD.
     std::optional<std::vector<Doel>> eigen_;
     bool dictaat_ = false;
+    // What we serve while we own PRIMARY; primairVoor_ is the user's text it held before a
+    // dictation took it.
+    std::optional<std::vector<Doel>> primairEigen_;
+    bool primairDictaat_ = false;
+    std::optional<std::string> primairVoor_;
     Time eigenaarTijd_ = CurrentTime;
     std::optional<Time> plakTijd_;
-    // The client that made the active window at the paste keystroke, as the X server knows it.
-    std::optional<XID> plakClient_;
+    // Who made the active window at the paste keystroke.
+    Maker plakMaker_;
     std::vector<Overdracht> overdrachten_;
     bool doorBeheerderBewaard_ = false;
 

@@ -37,6 +37,11 @@ bool X11Klembord::verwerk(XEvent& e) {
                 return false;
             }
             // A clear that arrives after we took the selection back is old news.
+            if (e.xselectionclear.selection == primair_ &&
+                XGetSelectionOwner(display_, primair_) != venster_) {
+                primairEigen_.reset();
+                primairDictaat_ = false;
+            }
             if (e.xselectionclear.selection == klembord_ &&
                 XGetSelectionOwner(display_, klembord_) != venster_) {
                 eigen_.reset();
@@ -72,11 +77,13 @@ void X11Klembord::dienVerzoek(const XSelectionRequestEvent& verzoek) {
     antwoord.property = None;
     // Clients from before ICCCM leave the property to the owner.
     const Atom eigenschap = verzoek.property != None ? verzoek.property : verzoek.target;
-    if (verzoek.selection == klembord_ && eigen_) {
-        const bool gediend =
-            verzoek.target == multiple_
-                ? verzoek.property != None && dienMultiple(verzoek.requestor, verzoek.property)
-                : dien(verzoek.requestor, verzoek.target, eigenschap);
+    const bool primair = verzoek.selection == primair_;
+    const auto& doelen = primair ? primairEigen_ : eigen_;
+    if ((primair || verzoek.selection == klembord_) && doelen) {
+        const bool gediend = verzoek.target == multiple_
+                                 ? verzoek.property != None &&
+                                       dienMultiple(*doelen, verzoek.requestor, verzoek.property)
+                                 : dien(*doelen, verzoek.requestor, verzoek.target, eigenschap);
         if (gediend) {
             antwoord.property = eigenschap;
         }
@@ -84,11 +91,16 @@ void X11Klembord::dienVerzoek(const XSelectionRequestEvent& verzoek) {
     XSendEvent(display_, verzoek.requestor, False, NoEventMask,
                reinterpret_cast<XEvent*>(&antwoord));
     XFlush(display_);
-    if (antwoord.property != None && gelezen_ && dictaat_ && plakTijd_) {
+    const bool dictaat = primair ? primairDictaat_ : dictaat_;
+    if (antwoord.property != None && gelezen_ && dictaat && plakTijd_) {
         const std::string doel = verbinding_.atoomNaam(verzoek.target);
-        const bool uitDoelApp = verzoek.time == CurrentTime && plakClient_ &&
-                                clientVan(display_, verzoek.requestor) == plakClient_;
-        if (isPlakLezing({doel, dictaat_, plakTijd_, verzoek.time, uitDoelApp})) {
+        bool uitDoelApp = false;
+        if (verzoek.time == CurrentTime && (plakMaker_.client || plakMaker_.proces)) {
+            const Maker lezer = makerVan(display_, verzoek.requestor);
+            uitDoelApp = (lezer.client && lezer.client == plakMaker_.client) ||
+                         (lezer.proces && lezer.proces == plakMaker_.proces);
+        }
+        if (isPlakLezing({doel, dictaat, plakTijd_, verzoek.time, uitDoelApp})) {
             plakTijd_.reset();
             // A copy: the handler may replace itself through opGelezen.
             const Gelezen gelezen = gelezen_;
@@ -97,11 +109,12 @@ void X11Klembord::dienVerzoek(const XSelectionRequestEvent& verzoek) {
     }
 }
 
-bool X11Klembord::dien(Window aanvrager, Atom doel, Atom eigenschap) {
+bool X11Klembord::dien(const std::vector<Doel>& doelen, Window aanvrager, Atom doel,
+                       Atom eigenschap) {
     if (doel == targets_) {
         std::vector<long> lijst{static_cast<long>(targets_), static_cast<long>(multiple_),
                                 static_cast<long>(timestamp_)};
-        for (const Doel& d : *eigen_) {
+        for (const Doel& d : doelen) {
             lijst.push_back(static_cast<long>(d.doel));
         }
         XChangeProperty(display_, aanvrager, eigenschap, XA_ATOM, 32, PropModeReplace,
@@ -116,8 +129,8 @@ bool X11Klembord::dien(Window aanvrager, Atom doel, Atom eigenschap) {
         return true;
     }
     const auto it =
-        std::find_if(eigen_->begin(), eigen_->end(), [&](const Doel& d) { return d.doel == doel; });
-    if (it == eigen_->end()) {
+        std::find_if(doelen.begin(), doelen.end(), [&](const Doel& d) { return d.doel == doel; });
+    if (it == doelen.end()) {
         return false;
     }
     const std::size_t aantal = it->bytes->size() / xlibBreedte(it->formaat);
@@ -136,7 +149,7 @@ bool X11Klembord::dien(Window aanvrager, Atom doel, Atom eigenschap) {
     return true;
 }
 
-bool X11Klembord::dienMultiple(Window aanvrager, Atom eigenschap) {
+bool X11Klembord::dienMultiple(const std::vector<Doel>& doelen, Window aanvrager, Atom eigenschap) {
     const auto paren = verbinding_.leesEigenschap(aanvrager, eigenschap);
     if (!paren || paren->formaat != 32) {
         return false;
@@ -146,7 +159,7 @@ bool X11Klembord::dienMultiple(Window aanvrager, Atom eigenschap) {
     // A pair that cannot be served gets None for its property.
     for (std::size_t i = 0; i + 1 < lijst.size(); i += 2) {
         const auto doel = static_cast<Atom>(lijst[i]);
-        if (doel == multiple_ || !dien(aanvrager, doel, static_cast<Atom>(lijst[i + 1]))) {
+        if (doel == multiple_ || !dien(doelen, aanvrager, doel, static_cast<Atom>(lijst[i + 1]))) {
             lijst[i + 1] = None;
         }
     }
@@ -224,12 +237,11 @@ void X11Klembord::stuurPlakToets() {
         return;
     }
     wachtOpLosgelatenModifiers();
-    bool terminal = false;
-    plakClient_.reset();
+    X11PlakToetsen::Profiel profiel;
+    plakMaker_ = {};
     if (const auto actief = actiefVenster(verbinding_)) {
-        plakClient_ = clientVan(display_, *actief);
-        const auto klasse = leesWmKlasse(verbinding_, *actief);
-        terminal = klasse && isTerminal(*klasse, terminals_);
+        plakMaker_ = makerVan(display_, *actief);
+        profiel = plakToetsen_.voor(leesWmKlasse(verbinding_, *actief));
     }
     if (eigen_ && dictaat_) {
         // Clipboard managers convert with a time from around our owner change; the paste's own
@@ -252,19 +264,21 @@ void X11Klembord::stuurPlakToets() {
         return k != 0 ? k : terugval;
     };
     // The fallbacks are the keys of a PC keyboard under evdev, for layouts without a Latin v.
-    const KeyCode ctrl = code(XK_Control_L, 37);
-    const KeyCode shift = code(XK_Shift_L, 50);
-    const KeyCode v = code(XK_v, 55);
-    XTestFakeKeyEvent(display_, ctrl, True, CurrentTime);
-    if (terminal) {
-        XTestFakeKeyEvent(display_, shift, True, CurrentTime);
+    using A = X11PlakToetsen::Akkoord;
+    std::vector<KeyCode> toetsen;
+    if (profiel.akkoord != A::shiftInsert) {
+        toetsen.push_back(code(XK_Control_L, 37));
     }
-    XTestFakeKeyEvent(display_, v, True, CurrentTime);
-    XTestFakeKeyEvent(display_, v, False, CurrentTime);
-    if (terminal) {
-        XTestFakeKeyEvent(display_, shift, False, CurrentTime);
+    if (profiel.akkoord != A::ctrlV) {
+        toetsen.push_back(code(XK_Shift_L, 50));
     }
-    XTestFakeKeyEvent(display_, ctrl, False, CurrentTime);
+    toetsen.push_back(profiel.akkoord == A::shiftInsert ? code(XK_Insert, 118) : code(XK_v, 55));
+    for (const KeyCode k : toetsen) {
+        XTestFakeKeyEvent(display_, k, True, CurrentTime);
+    }
+    for (auto it = toetsen.rbegin(); it != toetsen.rend(); ++it) {
+        XTestFakeKeyEvent(display_, *it, False, CurrentTime);
+    }
     XFlush(display_);
 }
 

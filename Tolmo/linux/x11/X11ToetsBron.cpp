@@ -123,8 +123,8 @@ void selecteerRuweToetsen(const X11Verbinding& x, bool aan) {
 // arrives once. They carry only the key code: the flags come from the follower.
 class X11Tap final : public ToetsBron::Tap {
   public:
-    X11Tap(X11Verbinding& x, int opcode, ToetsBron::OpGebeurtenis op)
-        : x_(x), opcode_(opcode), op_(std::move(op)) {
+    X11Tap(X11Verbinding& x, X11MenuMasker& masker, int opcode, ToetsBron::OpGebeurtenis op)
+        : x_(x), masker_(masker), opcode_(opcode), op_(std::move(op)) {
         // Selected first: a key pressed in between is then seen twice, which changes nothing,
         // rather than not at all.
         selecteerRuweToetsen(x_, true);
@@ -148,10 +148,21 @@ class X11Tap final : public ToetsBron::Tap {
             (c.evtype != XI_RawKeyPress && c.evtype != XI_RawKeyRelease)) {
             return false;
         }
-        const auto code = static_cast<unsigned int>(static_cast<const XIRawEvent*>(c.data)->detail);
+        const auto& ruw = *static_cast<const XIRawEvent*>(c.data);
+        const auto code = static_cast<unsigned int>(ruw.detail);
+        const bool omlaag = c.evtype == XI_RawKeyPress;
+        // The key we typed to keep a menu shut is no key of the user's.
+        if (masker_.isEigen(ruw.sourceid, code, omlaag)) {
+            return true;
+        }
+        const KeySym keysym = keysymVan(x_.display(), code);
+        // Releases are followed while off too, so a key held across switching on is masked
+        // at its next press.
+        if (aan_ || !omlaag) {
+            masker_.naToets(code, keysym, omlaag);
+        }
         // Followed while off too, so the flags are right from the first event once on.
-        const auto g =
-            volger_.toets(code, keysymVan(x_.display(), code), c.evtype == XI_RawKeyPress);
+        const auto g = volger_.toets(code, keysym, omlaag);
         if (g && aan_) {
             // A copy: the handler may destroy this tap.
             const auto op = op_;
@@ -161,6 +172,7 @@ class X11Tap final : public ToetsBron::Tap {
     }
 
     X11Verbinding& x_;
+    X11MenuMasker& masker_;
     int opcode_;
     ToetsBron::OpGebeurtenis op_;
     ToetsVolger volger_;
@@ -170,7 +182,7 @@ class X11Tap final : public ToetsBron::Tap {
 
 }  // namespace
 
-X11ToetsBron::X11ToetsBron(X11Verbinding& verbinding) : x_(verbinding) {}
+X11ToetsBron::X11ToetsBron(X11Verbinding& verbinding) : x_(verbinding), masker_(verbinding) {}
 
 // The only way to see keys here is XInput2: without it on the X server the hold key cannot work.
 const ToetsBron::Teksten& X11ToetsBron::teksten() const {
@@ -192,7 +204,7 @@ std::unique_ptr<ToetsBron::Tap> X11ToetsBron::maakTap(OpGebeurtenis opGebeurteni
     if (!opcode) {
         return nullptr;
     }
-    return std::make_unique<X11Tap>(x_, *opcode, std::move(opGebeurtenis));
+    return std::make_unique<X11Tap>(x_, masker_, *opcode, std::move(opGebeurtenis));
 }
 
 // X has no second way to see keys aimed at other clients: a monitor would be the tap's own raw

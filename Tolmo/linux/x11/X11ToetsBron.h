@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 
 #include "Tolmo/Poorten/EscBron.h"
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "Tolmo/linux/x11/X11MenuMasker.h"
 #include "Tolmo/linux/x11/X11Verbinding.h"
 
 namespace tolmo {
@@ -36,10 +38,17 @@ class X11ToetsBron final : public ToetsBron {
     [[nodiscard]] ToetsVlaggen sessieVlaggen() const override;
     [[nodiscard]] const Teksten& teksten() const override;
 
+    // The hold key as the settings name it (empty when off): an Alt or Super hold key is masked
+    // so that its release opens no app's menu.
+    void zetHoudToets(std::optional<std::uint16_t> appleToetscode) {
+        masker_.zetHoudToets(appleToetscode);
+    }
+
   private:
     bool wisselGebeurtenis(const XEvent& e);
 
     X11Verbinding& x_;
+    X11MenuMasker masker_;
     std::function<void()> opWissel_;
     // The grab of the combination registered last; owned by its registration.
     const X11ToetsGreep* wissel_ = nullptr;

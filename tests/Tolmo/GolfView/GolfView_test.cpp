@@ -40,6 +40,20 @@ TEST(GolfAnimatie, EenStapTelt1Zestigste_NaStilstandOfTerugInDeTijd_EnMinstens1_
     }
 }
 
+// The wave's time is a float in the shader: after days of uptime it no longer tells frames a
+// sixtieth apart, so each showing starts the clock again.
+TEST(GolfAnimatie, DeKlokBegintOpnieuwAlsDeGolfVerschijnt) {
+    GolfAnimatie a;
+    const double dagenLater = 5 * 86400.0;
+    a.beeld(280, 56, 1.0);
+    a.beeld(280, 56, dagenLater);
+    a.herstartKlok();
+    const U nieuw1 = a.beeld(280, 56, dagenLater + 10);
+    const U nieuw2 = a.beeld(280, 56, dagenLater + 10 + 1.0 / 60);
+    EXPECT_EQ(nieuw1.T, 0.0F);
+    EXPECT_NEAR(nieuw2.T - nieuw1.T, 1.0 / 60, 1e-6);
+}
+
 // Each state's target, the slower fall than rise of the level, reduce motion, and the line
 // settling back to the theme's rest line; drawing at a line too dim to show is GolfBeeld's row.
 TEST(GolfAnimatie, DoelEnLijnPerStand) {

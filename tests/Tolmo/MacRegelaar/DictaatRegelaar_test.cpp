@@ -40,6 +40,8 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         // The clipboard after the paste and its restore.
         std::string klembordDaarna;
         int plakToetsen;
+        // The chord of the app in front, where the platform knows one per app.
+        std::optional<std::string> appToets = std::nullopt;
     };
     const auto mail = nep::nepDoel(42, "com.apple.mail", 7);
     const std::string naarKlembord = ": tekst op het klembord gezet";
@@ -65,6 +67,16 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
          "Niet geplakt (ander veld dan bij de start)" + naarKlembord, gewisseld, zin, 0},
         {"geen app meer voorin", true, true, mail, std::nullopt,
          "Niet geplakt (doel onbekend dan bij de start)" + naarKlembord, gewisseld, zin, 0},
+        // Log and messages name the chord that was sent, or that works in the app in front.
+        {"terminal", true, true, mail, mail,
+         "Ctrl+Shift+V verstuurd, vorig klembord wordt teruggezet", geen, "van de gebruiker", 1,
+         "Ctrl+Shift+V"},
+        {"naar xterm gewisseld", true, true, mail, nep::nepDoel(43, "xterm", 7),
+         "Niet geplakt (andere app dan bij de start)" + naarKlembord,
+         Meldingen{{"Je wisselde van app of veld tijdens het verwerken. Plak met Shift+Insert "
+                    "waar je wilt.",
+                    false, "Tekst staat op je klembord"}},
+         zin, 0, "Shift+Insert"},
     };
     for (const Geval& g : gevallen) {
         SCOPED_TRACE(g.naam);
@@ -74,6 +86,7 @@ TEST(DictaatRegelaar, PastesTheResultOrLeavesItOnTheClipboard) {
         o.toestemmingen.toegang = g.toegankelijkheid;
         o.standaard.zet("mac.klembordHerstellen", g.herstel);
         o.klembord.kopieer("van de gebruiker");
+        o.klembord.appToets = g.appToets;
         o.focus.doel = g.doelBijStart;
         o.maak();
         o.neemOp(2.0, 2047);  // one byte short of 2 kB
@@ -123,11 +136,13 @@ TEST(DictaatRegelaar, TheTargetIsCheckedAgainWhenAWaitingPasteIsDue) {
 }
 
 // A password field never gets the text: not when it had focus at the start, nor when it has it
-// now. The text stays on the clipboard, with restore on, and is kept nowhere else.
+// now. The text waits on the clipboard, marked for clipboard managers and kept nowhere else,
+// until the user's own clipboard comes back.
 TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
     const auto wachtwoord = nep::nepDoel(42, "com.apple.mail", 7, InvoerSoort::gewoon, true);
     for (const bool bijStart : {true, false}) {
         Opstelling o;  // restoring the clipboard is on by default
+        o.klembord.kopieer("van de gebruiker");
         o.focus.doel = bijStart ? wachtwoord : *o.focus.doel;
         o.tijdensTranscriptie = [&] { o.focus.doel = wachtwoord; };
         o.maak();
@@ -135,13 +150,19 @@ TEST(DictaatRegelaar, APasswordFieldIsNeverPastedInto) {
         o.lus.verstrijk(3.0);
         EXPECT_TRUE(o.klembord.geplakt.empty()) << bijStart;
         EXPECT_EQ(o.klembord.tekst(), "dit is een korte test");
-        EXPECT_EQ(o.nieuweRegels().back(),
-                  "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+        EXPECT_EQ(o.klembord.items.at(0).back().first, "org.nspasteboard.TransientType");
+        const auto regels = o.nieuweRegels();
+        for (const auto& regel : regels) {
+            EXPECT_EQ(regel.find("korte test"), std::string::npos) << regel;
+        }
+        EXPECT_EQ(regels.back(), "Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
         EXPECT_THAT(o.meldingen.getoond,
                     ElementsAre(Melding{"Wachtwoordveld: de tekst staat op het klembord en is niet "
                                         "geplakt. Plak zelf met ⌘V als je dat wilt.",
                                         false, std::nullopt}));
         EXPECT_EQ(o.regelaar->laatsteDictaat().has_value(), !bijStart);
+        o.lus.verstrijk(Plakker::geheimBewaartijd);
+        EXPECT_EQ(o.klembord.tekst(), "van de gebruiker");
     }
 }
 
@@ -433,7 +454,8 @@ TEST(DictaatRegelaar, StartFailures) {
          "Opname starten mislukt: Audio omzetten naar 16 kHz mislukt.",
          fout("Opnemen lukte niet. Probeer het opnieuw.")},
         {"bestand maken mislukt", [](Opstelling& o) { o.schrijvers.openFaalt = true; },
-         "Audiobestand maken mislukt, dictaat niet gestart: Read-only file system",
+         "Audiobestand maken mislukt, dictaat niet gestart: de schijf is alleen-lezen "
+         "(Read-only file system)",
          fout("Opnemen lukte niet. Probeer het opnieuw.")},
     };
     for (const Geval& g : gevallen) {

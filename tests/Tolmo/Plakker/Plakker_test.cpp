@@ -91,6 +91,23 @@ TEST(Plakker, PastesWaitForTheRestoreOfTheOneBefore) {
         << "what the user had before the first comes back";
 }
 
+// Quitting while a paste waits for its restore and others wait their turn: the restore happens,
+// and the waiting texts stay on the clipboard rather than go with the app.
+TEST(Plakker, QuittingLeavesWaitingTextsOnTheClipboard) {
+    Opstelling o;
+    o.plak("een", true);
+    o.lus.verstrijk(0.1);
+    o.plak("twee", true);
+    o.plak("drie", true);
+    EXPECT_EQ(o.plakker.rondAfNu(), 2);
+    EXPECT_EQ(o.klembord.geplakt, Teksten{"een"});
+    EXPECT_EQ(o.klembord.tekst(), "twee\ndrie");
+    EXPECT_FALSE(o.tijdelijk()) << "a clipboard manager keeps it once the app is gone";
+    EXPECT_EQ(o.klembord.herstellingen, 1);
+    o.lus.verstrijk(2.0);
+    EXPECT_EQ(o.klembord.geplakt, Teksten{"een"});
+}
+
 // Where the platform shows the target app reading the clipboard, the restore follows the last
 // read. A copy the user makes meanwhile is theirs, whether reads show or not.
 TEST(Plakker, TheRestoreFollowsTheLastRead) {

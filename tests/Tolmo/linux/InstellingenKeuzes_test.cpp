@@ -22,11 +22,11 @@ TEST(InstellingenKeuzes, AKeyPressWhileRecordingBecomesACombinationOrARefusal) {
         std::string weergave;
     };
     for (const Geval& g : {
-             Geval{XK_d, ControlMask | Mod1Mask, Uitkomst::geldig, "⌃⌥D"},
+             Geval{XK_d, ControlMask | Mod1Mask, Uitkomst::geldig, "Ctrl+Alt+D"},
              // Under xcb a letter held with Shift comes as its capital.
-             Geval{XK_K, ShiftMask | Mod4Mask, Uitkomst::geldig, "⇧⌘K"},
-             Geval{XK_space, ControlMask, Uitkomst::geldig, "⌃Spatie"},
-             Geval{XK_F5, Mod4Mask, Uitkomst::geldig, "⌘F5"},
+             Geval{XK_K, ShiftMask | Mod4Mask, Uitkomst::geldig, "Shift+Super+K"},
+             Geval{XK_space, ControlMask, Uitkomst::geldig, "Ctrl+Spatie"},
+             Geval{XK_F5, Mod4Mask, Uitkomst::geldig, "Super+F5"},
              Geval{XK_d, 0, Uitkomst::ongeldig, ""},
              // A key the stored combination could not be grabbed by again.
              Geval{XK_eacute, ControlMask, Uitkomst::ongeldig, ""},
@@ -41,7 +41,8 @@ TEST(InstellingenKeuzes, AKeyPressWhileRecordingBecomesACombinationOrARefusal) {
         EXPECT_EQ(o->uitkomst, *g.uitkomst) << g.keysym;
         EXPECT_EQ(o->combinatie.has_value(), o->uitkomst == Uitkomst::geldig) << g.keysym;
         if (o->combinatie) {
-            EXPECT_EQ(o->combinatie->weergave(), g.weergave);
+            // Named as the keyboard names the keys.
+            EXPECT_EQ(InstellingenKeuzes::combinatieNaam(*o->combinatie), g.weergave);
         }
     }
     // The stored form is the one the key grab reads back.
@@ -78,7 +79,7 @@ TEST(InstellingenKeuzes, RoutesAndTheMenuTitle) {
         return MenuStand::van(t, std::nullopt, TolmoInstellingen::standaard());
     };
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::neemtOp), d),
-              "Stop dicteren (⌃⌥D)");
+              "Stop dicteren (Ctrl+Alt+D)");
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::verwerken), d),
               "Annuleren");
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::klaar), std::nullopt),

@@ -1,8 +1,11 @@
 // Whole dictations through the real tolmo-app on a private X server and PulseAudio daemon: keys
 // come from XTest, the speech service is a loopback server, and the "app the user was in" is a
 // test window with a text field that pastes from the CLIPBOARD.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QImage>
@@ -19,6 +22,7 @@
 
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
 #include "Tolmo/linux/freedesktop/XdgOpslag.h"
+#include "Tolmo/linux/x11/X11Focus.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
@@ -111,7 +115,7 @@ class TolmoAppTest : public ::testing::Test {
         nep::PulseDaemon::voerUit({"paplay", "--device=nul", pulse_.spraak(dictaat).string()});
     }
     // Holds a key (right Alt unless the settings say otherwise), with speech when it is long.
-    void houd(Venster& v, std::chrono::milliseconds duur, KeySym toets = XK_Alt_R) {
+    void houd(nep::X11AndereApp& v, std::chrono::milliseconds duur, KeySym toets = XK_Alt_R) {
         v.toets(toets, true);
         if (duur > 500ms) {
             spreek();
@@ -137,7 +141,7 @@ TEST_F(TolmoAppTest, AHoldPastesIntoTheFieldAndTheClipboardComesBack) {
         bool kopieertMeteen;  // the user copies something right after the paste
     };
     for (const Geval& g : {Geval{"tolmotest", false, "stijl neutraal", false},
-                           Geval{"xterm", true, "stijl letterlijk", false},
+                           Geval{"Gnome-terminal", true, "stijl letterlijk", false},
                            Geval{"tolmotest", false, "stijl neutraal", true}}) {
         SCOPED_TRACE(g.klasse + (g.kopieertMeteen ? " kopieert" : ""));
         Venster v(g.klasse);
@@ -259,6 +263,211 @@ TEST_F(TolmoAppTest, TheControlCommandDrivesTheRunningApp) {
     ASSERT_EQ(roep({"--stop"}).status, 0);
     EXPECT_TRUE(v.geplakt());
     EXPECT_EQ(v.veld().tekst, dictaat);
+}
+
+// --- Real programs from Debian, each checked by reading back what it received ---
+
+// A program of the user's in a process group of its own, so that its helpers (Firefox's content
+// processes, LibreOffice's) go with it.
+class EchtProgramma {
+  public:
+    explicit EchtProgramma(std::vector<std::string> args) {
+        std::vector<char*> argv;
+        for (auto& a : args) {
+            argv.push_back(a.data());
+        }
+        argv.push_back(nullptr);
+        posix_spawnattr_t kenmerken;
+        posix_spawnattr_init(&kenmerken);
+        posix_spawnattr_setflags(&kenmerken, POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setpgroup(&kenmerken, 0);
+        posix_spawn_file_actions_t acties;
+        posix_spawn_file_actions_init(&acties);
+        posix_spawn_file_actions_addopen(&acties, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&acties, 2, "/dev/null", O_WRONLY, 0);
+        if (::posix_spawnp(&pid_, argv[0], &acties, &kenmerken, argv.data(), environ) != 0) {
+            pid_ = -1;
+        }
+        posix_spawn_file_actions_destroy(&acties);
+        posix_spawnattr_destroy(&kenmerken);
+    }
+    ~EchtProgramma() {
+        if (pid_ > 0) {
+            ::kill(-pid_, SIGKILL);
+            ::waitpid(pid_, nullptr, 0);
+        }
+    }
+    EchtProgramma(const EchtProgramma&) = delete;
+    EchtProgramma& operator=(const EchtProgramma&) = delete;
+
+  private:
+    pid_t pid_ = -1;
+};
+
+// Whether a program is installed (scripts/echte-apps.sh installs them for CI, which sets
+// TOLMO_ECHTE_APPS=verplicht so that a missing one fails instead of being skipped).
+bool geinstalleerd(const std::string& programma) {
+    return fs::exists("/usr/bin/" + programma);
+}
+#define VEREIST(programma)                                                                 \
+    if (!geinstalleerd(programma)) {                                                       \
+        const char* v = std::getenv("TOLMO_ECHTE_APPS");                                   \
+        if (v != nullptr && std::string(v) == "verplicht") {                               \
+            FAIL() << programma << " ontbreekt: draai scripts/echte-apps.sh";              \
+        }                                                                                  \
+        GTEST_SKIP() << programma << " ontbreekt (scripts/echte-apps.sh installeert het)"; \
+    }
+
+std::string titelVan(const X11Verbinding& x, Window w) {
+    // xterm sets only the ICCCM name.
+    auto naam = x.leesEigenschap(w, x.atoom("_NET_WM_NAME"));
+    if (!naam) {
+        naam = x.leesEigenschap(w, XA_WM_NAME);
+    }
+    return naam ? naam->bytes : "";
+}
+
+// The active window once its WM_CLASS (either part) or title contains deel: a real program is
+// put in front by the window manager when its window opens.
+Window wachtOpVenster(const std::string& deel, std::chrono::seconds maximaal) {
+    const X11Verbinding x;
+    Window gevonden = None;
+    wachtTot(
+        [&] {
+            const Window w = x.leesGetal(x.wortel(), x.atoom("_NET_ACTIVE_WINDOW")).value_or(None);
+            const auto klasse = w != None ? leesWmKlasse(x, w) : std::nullopt;
+            const std::string naam = klasse ? klasse->instantie + " " + klasse->klasse : "";
+            if (w != None && (naam.find(deel) != std::string::npos ||
+                              titelVan(x, w).find(deel) != std::string::npos)) {
+                gevonden = w;
+            }
+            return gevonden != None;
+        },
+        maximaal);
+    return gevonden;
+}
+
+std::string leesBestand(const fs::path& pad) {
+    std::stringstream inhoud;
+    inhoud << std::ifstream(pad).rdbuf();
+    return inhoud.str();
+}
+
+class EchteAppTest : public TolmoAppTest {
+  protected:
+    void SetUp() override {
+        TolmoAppTest::SetUp();
+        map_ = pulse_.map() / "apps";
+        fs::create_directories(map_);
+        // The user's own clipboard, held by another app that stays in the background.
+        eigenaar_.bezit({{"UTF8_STRING", "mijn eigen klembord"}});
+    }
+    // One dictation into whatever the window manager has in front; the clipboard comes back.
+    void dicteer() {
+        houd(eigenaar_, 1500ms);
+        EXPECT_TRUE(wachtTot([&] { return logboek().find("verstuurd") != std::string::npos; }, 15s))
+            << logboek();
+        EXPECT_TRUE(
+            wachtTot([&] { return eigenaar_.lees("UTF8_STRING") == "mijn eigen klembord"; }, 5s))
+            << "the user's clipboard did not come back";
+    }
+
+    fs::path map_;
+    nep::X11AndereApp eigenaar_;
+};
+
+// A lone right Alt opens Firefox's menu bar: the key the app types while the hold key goes
+// down keeps it shut, so the paste reaches the page. The page puts its field in its title.
+TEST_F(EchteAppTest, FirefoxGetsThePasteNotItsMenu) {
+    VEREIST("firefox-esr");
+    const fs::path profiel = map_ / "firefox";
+    fs::create_directories(profiel);
+    std::ofstream(profiel / "user.js")
+        << "user_pref(\"browser.shell.checkDefaultBrowser\", false);\n"
+           "user_pref(\"browser.aboutwelcome.enabled\", false);\n"
+           "user_pref(\"datareporting.policy.dataSubmissionEnabled\", false);\n"
+           "user_pref(\"browser.startup.homepage_override.mstone\", \"ignore\");\n";
+    std::ofstream(map_ / "veld.html")
+        << "<!doctype html><title>leeg</title><textarea id=t autofocus></textarea><script>"
+           "t.focus();t.oninput=()=>{document.title='veld:'+t.value};</script>";
+    startApp();
+    EchtProgramma firefox({"firefox-esr", "--no-remote", "--new-instance", "--profile",
+                           profiel.string(), "file://" + (map_ / "veld.html").string()});
+    const Window w = wachtOpVenster("leeg", 60s);
+    ASSERT_NE(w, None) << "Firefox did not come up";
+    dicteer();
+    const X11Verbinding x;
+    EXPECT_TRUE(
+        wachtTot([&] { return titelVan(x, w).starts_with(std::string("veld:") + dictaat); }, 5s))
+        << titelVan(x, w);
+}
+
+// The same with a Qt app with a menu bar (FeatherPad): a lone Alt moves the focus to its menu
+// bar, where the user's next key goes (its own paste action still reaches the editor). It saves
+// with Ctrl+S, and the file says what it received.
+TEST_F(EchteAppTest, AQtAppWithAMenuBarGetsThePaste) {
+    VEREIST("featherpad");
+    const fs::path bestand = map_ / "notitie.txt";
+    std::ofstream(bestand) << "";
+    startApp();
+    EchtProgramma featherpad({"featherpad", bestand.string()});
+    ASSERT_NE(wachtOpVenster("notitie.txt", 30s), None) << "FeatherPad did not come up";
+    dicteer();
+    // An editor is written to literally, by the class it really reports.
+    EXPECT_NE(logboek().find("stijl letterlijk"), std::string::npos) << logboek();
+    eigenaar_.druk({XK_z});
+    eigenaar_.druk({XK_Control_L, XK_s});
+    EXPECT_TRUE(wachtTot(
+        [&] { return leesBestand(bestand).find(std::string(dictaat) + "z") != std::string::npos; },
+        5s))
+        << leesBestand(bestand);
+}
+
+// Stock xterm pastes only PRIMARY, with Shift+Insert: that is what it gets, and what the log
+// names. A program in it writes what it reads to a file.
+TEST_F(EchteAppTest, StockXtermGetsShiftInsertFromPrimary) {
+    VEREIST("xterm");
+    const fs::path bestand = map_ / "xterm.txt";
+    startApp();
+    EchtProgramma xterm({"xterm", "-title", "xterm-echt", "-e", "sh", "-c",
+                         "stty -icanon -echo; exec cat > '" + bestand.string() + "'"});
+    ASSERT_NE(wachtOpVenster("xterm-echt", 30s), None) << "xterm did not come up";
+    dicteer();
+    EXPECT_TRUE(wachtTot([&] { return leesBestand(bestand) == dictaat; }, 5s))
+        << leesBestand(bestand);
+    EXPECT_NE(logboek().find("Shift+Insert verstuurd, vorig klembord wordt teruggezet"),
+              std::string::npos)
+        << logboek();
+}
+
+// LibreOffice with its own X11 toolkit reads the paste with CurrentTime over a second
+// connection of its own: the same process counts as the app we pasted into, so the clipboard
+// comes back and no message says the paste was not read. Saving the flat document shows what
+// it received.
+TEST_F(EchteAppTest, LibreOfficeWithItsOwnToolkitReadsThePaste) {
+    VEREIST("soffice");
+    const fs::path document = map_ / "brief.fodt";
+    std::ofstream(document)
+        << R"(<?xml version="1.0" encoding="UTF-8"?>)"
+        << R"(<office:document xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0" )"
+        << R"(xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0" office:version="1.2" )"
+        << R"(office:mimetype="application/vnd.oasis.opendocument.text"><office:body>)"
+        << R"(<office:text><text:p/></office:text></office:body></office:document>)";
+    startApp();
+    ::setenv("SAL_USE_VCLPLUGIN", "gen", 1);
+    // Through its launcher, which starts it again after it made a new profile.
+    EchtProgramma writer({"soffice", "-env:UserInstallation=file://" + (map_ / "lo").string(),
+                          "--norestore", "--nologo", "--nodefault", "--writer", document.string()});
+    ::unsetenv("SAL_USE_VCLPLUGIN");
+    ASSERT_NE(wachtOpVenster("brief.fodt", 60s), None) << "LibreOffice did not come up";
+    // The window shows before the document takes keys.
+    std::this_thread::sleep_for(2s);
+    dicteer();
+    EXPECT_EQ(logboek().find("Plakken niet gelezen"), std::string::npos) << logboek();
+    eigenaar_.druk({XK_Control_L, XK_s});
+    EXPECT_TRUE(
+        wachtTot([&] { return leesBestand(document).find(dictaat) != std::string::npos; }, 10s))
+        << leesBestand(document);
 }
 
 }  // namespace

@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <future>
 #include <map>
 #include <random>
 #include <thread>
 
+#include "nep/LopendProces.h"
 #include "nep/X11AndereApp.h"
 #include "nep/XvfbServer.h"
 
@@ -20,29 +22,38 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(X11Klembord, RecognisesTerminalsByTheirWmClass) {
+TEST(X11Klembord, KnowsEachAppsPasteChordAndTheUsersOwnRows) {
+    using A = X11PlakToetsen::Akkoord;
+    using S = X11PlakToetsen::Selectie;
+    std::vector<std::string> fouten;
+    // The user's rows: one that adds a terminal, one that overrides a built-in row, and rows
+    // that cannot be read.
+    const X11PlakToetsen toetsen(X11PlakToetsen::leesRegels(
+        " Ghostty = Ctrl+Shift+V ; urxvt=Ctrl+Shift+V clipboard;;st=Shift+Insert CLIPBOARD;"
+        "kapot;x=Ctrl+Q;y=Ctrl+V ergens",
+        &fouten));
+    EXPECT_EQ(fouten, (std::vector<std::string>{"kapot", "x=Ctrl+Q", "y=Ctrl+V ergens"}));
     struct Geval {
-        WmKlasse klasse;
-        std::vector<std::string> extra;
-        bool terminal;
+        std::optional<WmKlasse> klasse;
+        X11PlakToetsen::Profiel profiel;
     };
     const Geval gevallen[] = {
-        {{"xterm", "XTerm"}, {}, true},
-        {{"gnome-terminal-server", "Gnome-terminal"}, {}, true},
-        {{"org.wezfurlong.wezterm", "org.wezfurlong.wezterm"}, {}, true},
-        {{"urxvt", "URxvt"}, {}, true},
-        {{"gedit", "Gedit"}, {}, false},
-        {{"Navigator", "firefox"}, {}, false},
+        {WmKlasse{"xterm", "XTerm"}, {A::shiftInsert, S::primair}},
+        {WmKlasse{"gnome-terminal-server", "Gnome-terminal"}, {A::ctrlShiftV, S::klembord}},
+        {WmKlasse{"org.wezfurlong.wezterm", "org.wezfurlong.wezterm"},
+         {A::ctrlShiftV, S::klembord}},
+        {WmKlasse{"urxvt", "URxvt"}, {A::ctrlShiftV, S::klembord}},
+        {WmKlasse{"ghostty", "com.mitchellh.ghostty"}, {A::ctrlShiftV, S::klembord}},
+        {WmKlasse{"st-256color", "st"}, {A::shiftInsert, S::klembord}},
+        {WmKlasse{"gedit", "Gedit"}, {A::ctrlV, S::klembord}},
+        {WmKlasse{"Navigator", "firefox"}, {A::ctrlV, S::klembord}},
         // A name that merely contains a terminal's is not one.
-        {{"xtermijn", "Xtermijn"}, {}, false},
-        {{"", ""}, {}, false},
-        {{"ghostty", "com.mitchellh.ghostty"}, {"Ghostty"}, true},
+        {WmKlasse{"xtermijn", "Xtermijn"}, {A::ctrlV, S::klembord}},
+        {WmKlasse{"", ""}, {A::ctrlV, S::klembord}},
+        {std::nullopt, {A::ctrlV, S::klembord}},
     };
     for (std::size_t i = 0; i < std::size(gevallen); ++i) {
-        auto terminals = X11Klembord::standaardTerminals();
-        terminals.insert(terminals.end(), gevallen[i].extra.begin(), gevallen[i].extra.end());
-        EXPECT_EQ(X11Klembord::isTerminal(gevallen[i].klasse, terminals), gevallen[i].terminal)
-            << "geval " << i;
+        EXPECT_EQ(toetsen.voor(gevallen[i].klasse), gevallen[i].profiel) << "geval " << i;
     }
 }
 
@@ -148,6 +159,20 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
     nep::X11AndereApp toetsenbord;       // the user's hands
     std::vector<Window> gelezen;
     klembord.opGelezen([&](Window w) { gelezen.push_back(w); });
+    // A clipboard manager in a process of its own that converts with CurrentTime, as xclip
+    // does: the same process as the app would count as the app.
+    const auto leesInAnderProces = [&onze](const char* selectie) {
+        auto uitkomst = std::async(std::launch::async, [selectie] {
+            return nep::voerProcesUit("/usr/bin/xclip",
+                                      {"-o", "-selection", selectie, "-t", "UTF8_STRING"});
+        });
+        while (uitkomst.wait_for(0s) != std::future_status::ready) {
+            nep::pomp(onze);
+        }
+        return uitkomst.get().uit;
+    };
+    // The user has text marked in the app, which xterm's paste would otherwise have read.
+    app.bezit({{"UTF8_STRING", "gemarkeerd"}}, "PRIMARY");
 
     struct Geval {
         const char* instantie;
@@ -155,10 +180,13 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
         bool houdShiftVast;  // the user still holds Shift for a moment
         unsigned verwacht;
         bool zonderTijd;  // the app converts with CurrentTime, not the key's time
+        KeySym toets = XK_v;
+        const char* selectie = "CLIPBOARD";  // what the chord reads
     };
     const Geval gevallen[] = {
         {"gedit", "Gedit", false, ControlMask, false},
-        {"xterm", "XTerm", false, ControlMask | ShiftMask, false},
+        {"gnome-terminal-server", "Gnome-terminal", false, ControlMask | ShiftMask, false},
+        {"xterm", "XTerm", false, ShiftMask, false, XK_Insert, "PRIMARY"},
         {"gedit", "Gedit", true, ControlMask, false},
         {"chrome", "Chrome", false, ControlMask, true},
     };
@@ -177,15 +205,22 @@ TEST(X11Klembord, PastesWithTheActiveAppsChordAndReportsItsRead) {
             });
         }
         klembord.stuurPlakToets();
-        const auto toets = app.wachtOpToets(XK_v);
+        const auto toets = app.wachtOpToets(g.toets);
         ASSERT_TRUE(toets);
         EXPECT_EQ(toets->state & (ControlMask | ShiftMask), g.verwacht);
+        EXPECT_EQ(klembord.plakToetsNaam(), g.toets == XK_Insert     ? "Shift+Insert"
+                                            : g.verwacht & ShiftMask ? "Ctrl+Shift+V"
+                                                                     : "Ctrl+V");
         // A clipboard manager's reads, then the pasting app's.
-        EXPECT_EQ(beheerder.lees("UTF8_STRING"), "plak mij");
-        EXPECT_EQ(beheerder.lees("UTF8_STRING", toets->time - 10), "plak mij");
+        EXPECT_EQ(leesInAnderProces(g.selectie), "plak mij");
+        EXPECT_EQ(beheerder.lees("UTF8_STRING", toets->time - 10, g.selectie), "plak mij");
         EXPECT_TRUE(gelezen.empty());
-        EXPECT_EQ(app.lees("UTF8_STRING", g.zonderTijd ? CurrentTime : toets->time), "plak mij");
+        EXPECT_EQ(app.lees("UTF8_STRING", g.zonderTijd ? CurrentTime : toets->time, g.selectie),
+                  "plak mij");
         EXPECT_EQ(gelezen, std::vector<Window>{app.venster()});
+        // The restore gives the selection the chord read back what it held.
+        klembord.herstel({});
+        EXPECT_EQ(app.lees("UTF8_STRING", CurrentTime, "PRIMARY"), "gemarkeerd");
         if (houder.joinable()) {
             houder.join();
         }
