@@ -347,9 +347,8 @@ int main(int argc, char** argv) {
     // Qt's windows stay X11 windows through XWayland where there is one: there the indicator is
     // a window that never takes the focus, which a Wayland toplevel cannot promise.
     const bool xwayland = wayland && std::getenv("DISPLAY") != nullptr;
-    const std::string sessieRegel =
-        "Sessie " + std::string(naam(keuze->systeem)) + " (" + keuze->reden +
-        "); adapters: " + (wayland ? "Wayland (eigen verbinding)" : "X11");
+    std::string sessieRegel =
+        "Sessie " + std::string(naam(keuze->systeem)) + " (" + keuze->reden + "); adapters: ";
     qputenv("QT_QPA_PLATFORM", !wayland || xwayland ? "xcb" : "wayland");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tolmo-app"));
@@ -403,10 +402,21 @@ int main(int argc, char** argv) {
     try {
         std::unique_ptr<SessieAdapters> adapters;
         if (wayland) {
-            adapters = std::make_unique<WaylandAdapters>(xwayland);
+            auto w = std::make_unique<WaylandAdapters>(xwayland);
+            if (w->klembordBeschikbaar() || !xwayland) {
+                adapters = std::move(w);
+                sessieRegel += "Wayland (eigen verbinding)";
+            } else {
+                // A compositor without data control (GNOME) gives a Wayland client neither the
+                // clipboard nor the keys; through XWayland at least the X11 windows work.
+                adapters = std::make_unique<X11Adapters>(true);
+                sessieRegel += "X11 via XWayland (de compositor biedt geen data-control)";
+            }
         } else {
             // Chosen with --sessie x11 inside a Wayland session: the X server is XWayland.
-            adapters = std::make_unique<X11Adapters>(std::getenv("WAYLAND_DISPLAY") != nullptr);
+            const bool viaXWayland = std::getenv("WAYLAND_DISPLAY") != nullptr;
+            adapters = std::make_unique<X11Adapters>(viaXWayland);
+            sessieRegel += viaXWayland ? "X11 via XWayland (alleen X11-vensters)" : "X11";
         }
         s = std::make_unique<Samenstelling>(std::move(adapters));
         s->bouw(sessieRegel);

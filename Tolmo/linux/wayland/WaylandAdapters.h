@@ -18,6 +18,10 @@ class WaylandAdapters final : public SessieAdapters {
     // xwaylandIndicator: the indicator is an X11 window through XWayland.
     explicit WaylandAdapters(bool xwaylandIndicator);
 
+    // Whether the compositor lets us at the clipboard at all (GNOME does not): without that
+    // the X11 set through XWayland reaches more.
+    [[nodiscard]] bool klembordBeschikbaar() const { return !klembord_.protocol().empty(); }
+
     [[nodiscard]] ToetsBron& toetsen() override { return toetsen_; }
     [[nodiscard]] EscBron* esc() override { return nullptr; }
     [[nodiscard]] KlembordPoort& klembord() override { return klembord_; }

@@ -5,22 +5,23 @@
 namespace tolmo {
 namespace {
 
-// The xkb key name of the hold key as compositors take it. A lone modifier is bound together
-// with its own modifier bit on release: by then the compositor counts the key as held.
+// The xkb key name of the hold key as compositors take it. A keyboard reports the key before
+// the modifier it sets, so its press comes without modifiers. Sway matches the release of a
+// lone modifier without its own bit too (a binding with Mod1+Alt_R never fires on release);
+// Hyprland's release binding names the modifier the key holds down by then.
 struct HoudNaam {
     const char* sym;
-    const char* swayMod;
     const char* hyprMod;
 };
 
 std::optional<HoudNaam> houdNaam(HoudToets houd) {
     switch (houd) {
         case HoudToets::rechterOption:
-            return HoudNaam{"Alt_R", "Mod1", "ALT"};
+            return HoudNaam{"Alt_R", "ALT"};
         case HoudToets::rechterControl:
-            return HoudNaam{"Control_R", "Ctrl", "CTRL"};
+            return HoudNaam{"Control_R", "CTRL"};
         case HoudToets::rechterCommand:
-            return HoudNaam{"Super_R", "Mod4", "SUPER"};
+            return HoudNaam{"Super_R", "SUPER"};
         case HoudToets::fn:
         case HoudToets::uit:
             return std::nullopt;
@@ -60,8 +61,7 @@ std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
         uit += "# Houdtoets: ingedrukt houden om te dicteren, loslaten om te stoppen\n";
         if (sway) {
             uit += "bindsym --no-repeat " + sym + " exec " + p + " --start\n";
-            uit += "bindsym --release " + std::string(h->swayMod) + "+" + sym + " exec " + p +
-                   " --stop\n";
+            uit += "bindsym --release " + sym + " exec " + p + " --stop\n";
         } else {
             uit += "bind = , " + sym + ", exec, " + p + " --start\n";
             uit += "bindr = " + std::string(h->hyprMod) + ", " + sym + ", exec, " + p + " --stop\n";
