@@ -55,8 +55,6 @@ const zwlr_foreign_toplevel_handle_v1_listener handleLuisteraar = {
                 std::find(begin, begin + n, ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED) !=
                 begin + n;
         },
-    .geometry = [](void*, zwlr_foreign_toplevel_handle_v1*, std::int32_t, std::int32_t,
-                   std::uint32_t, std::uint32_t) {},
     .done =
         [](void* d, zwlr_foreign_toplevel_handle_v1*) {
             auto* t = static_cast<T*>(d);

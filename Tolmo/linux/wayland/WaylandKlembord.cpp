@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <linux/input-event-codes.h>
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <wayland-client.h>
@@ -315,6 +317,14 @@ void WaylandKlembord::dien(Bron& bron, const char* mime, int fd) {
         // A reader that does not empty its pipe may not hold the app up for long.
         const std::string& bytes = paar->second;
         ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+        // A reader that closes its end early (a clipboard manager that wanted only the start)
+        // must not end the app with SIGPIPE: the signal is held back while we write and a
+        // pending one is taken away before it is let through again.
+        sigset_t pijp;
+        sigset_t oud;
+        sigemptyset(&pijp);
+        sigaddset(&pijp, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &pijp, &oud);
         const auto einde = Klok::now() + schrijfTermijn;
         std::size_t klaar = 0;
         while (klaar < bytes.size()) {
@@ -331,6 +341,10 @@ void WaylandKlembord::dien(Bron& bron, const char* mime, int fd) {
                 break;
             }
         }
+        const timespec nu{0, 0};
+        while (::sigtimedwait(&pijp, nullptr, &nu) == SIGPIPE) {
+        }
+        ::pthread_sigmask(SIG_SETMASK, &oud, nullptr);
     }
     ::close(fd);
     // The paste's read: the text of a dictation, asked for after the keystroke went out. The
