@@ -69,6 +69,19 @@ std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
     } else if (toetsen.houdToets == HoudToets::fn) {
         uit += "# Houdtoets Fn: de compositor ziet deze toets niet; kies een andere houdtoets\n";
     }
+    // Without XWayland the indicator is a Wayland window of Qt's, which the compositor would
+    // tile and focus like any other; these rules keep it floating and the focus where it is.
+    // They match nothing while the indicator is an X11 window.
+    uit += "# Opnamebalk: zwevend en zonder focus, zodat je tekst in je eigen venster blijft\n";
+    if (sway) {
+        uit +=
+            "for_window [app_id=\"tolmo-app\" title=\"^Tolmo$\"] floating enable, sticky enable\n"
+            "no_focus [app_id=\"tolmo-app\" title=\"^Tolmo$\"]\n";
+    } else {
+        uit +=
+            "windowrulev2 = float, class:^(tolmo-app)$, title:^(Tolmo)$\n"
+            "windowrulev2 = nofocus, class:^(tolmo-app)$, title:^(Tolmo)$\n";
+    }
     if (toetsen.wisselSneltoets) {
         const Toetscombinatie& c = *toetsen.wisselSneltoets;
         const auto toets = combinatieToets(c);
