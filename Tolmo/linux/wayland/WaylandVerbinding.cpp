@@ -64,8 +64,14 @@ bool WaylandVerbinding::biedt(const std::string& interface) const {
 void WaylandVerbinding::verwerk() {
     // Events already read into the queue (by a round trip, say) come first; then whatever
     // the socket holds, without waiting for more.
+    // A connection the compositor closed stays dead: nothing more to read or dispatch.
+    if (wl_display_get_error(display_) != 0) {
+        return;
+    }
     while (wl_display_prepare_read(display_) != 0) {
-        wl_display_dispatch_pending(display_);
+        if (wl_display_dispatch_pending(display_) < 0) {
+            return;
+        }
     }
     wl_display_flush(display_);
     pollfd p{wl_display_get_fd(display_), POLLIN, 0};
