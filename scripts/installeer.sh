@@ -13,10 +13,11 @@ pakketten=(
   libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev libavformat-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libpq-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
-  libatspi2.0-dev libsecret-1-dev
+  libatspi2.0-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb openbox curl flac postgresql
   dbus at-spi2-core gnome-keyring xclip
+  sway foot wtype wl-clipboard
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
   # the Debian packages: dependencies from dpkg-shlibdeps, checks, and the clean test root

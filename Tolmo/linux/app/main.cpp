@@ -1,5 +1,5 @@
-// tolmo-app: the Linux desktop shell. It chooses the adapter set of the session (X11, or Wayland
-// through XWayland until Wayland's own set is there), composes it with the PulseAudio,
+// tolmo-app: the Linux desktop shell. It chooses the adapter set of the session (X11 or
+// Wayland), composes it with the PulseAudio,
 // freedesktop and Qt adapters, hands them to the dictation controller and draws what the
 // controller reports.
 #include <signal.h>
@@ -22,6 +22,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <variant>
 
@@ -36,6 +37,7 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
+#include "Tolmo/linux/LinuxAppStijlen.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/SessieKeuze.h"
 #include "Tolmo/linux/app/InstellingenVenster.h"
@@ -57,6 +59,8 @@
 #include "Tolmo/linux/pulse/PulseAudioEngine.h"
 #include "Tolmo/linux/pulse/SoxrOmzetter.h"
 #include "Tolmo/linux/pulse/WavSchrijver.h"
+#include "Tolmo/linux/wayland/WaylandAdapters.h"
+#include "Tolmo/linux/wayland/WaylandBindingen.h"
 #include "Tolmo/linux/x11/X11Adapters.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
@@ -328,6 +332,19 @@ void opSignaal(int /*signaal*/) {
 
 int main(int argc, char** argv) {
     using namespace tolmo;
+    // `--bindingen sway|hyprland`: the compositor lines for the keys the user chose, read from
+    // the stored settings; no display and no running instance needed.
+    if (argc >= 2 && std::string_view(argv[1]) == "--bindingen") {
+        const auto c = argc == 3 ? compositorUit(argv[2]) : std::nullopt;
+        if (!c) {
+            std::cerr << "tolmo-app: --bindingen verwacht sway of hyprland\n";
+            return 2;
+        }
+        XdgOpslag groep{XdgOpslag::configMap(), std::string(GedeeldeOpslag::groepSuite), meld};
+        XdgOpslag standaard{XdgOpslag::configMap(), "app.tolmo", meld};
+        std::cout << bindingen(*c, GedeeldeOpslag(groep, standaard).laadMac());
+        return 0;
+    }
     const Aanroep aanroep = leesAanroep(std::vector<std::string>(argv + 1, argv + argc));
     switch (aanroep.soort) {
         case Aanroep::Soort::hulp:
@@ -350,19 +367,13 @@ int main(int argc, char** argv) {
         std::cerr << "tolmo-app: " << geenSessieMelding << "\n";
         return 1;
     }
-    // Wayland's own adapter set is not there yet: in a Wayland session the X11 set works through
-    // XWayland, which reaches the X11 windows only, and the settings window says so.
-    const bool viaXWayland = keuze->systeem == Weergavesysteem::wayland;
-    if (viaXWayland && std::getenv("DISPLAY") == nullptr) {
-        std::cerr << "tolmo-app: deze Wayland-sessie heeft geen XWayland (DISPLAY is niet gezet); "
-                     "Tolmo kan hier nog niets bereiken.\n";
-        return 1;
-    }
-    const std::string sessieRegel =
-        "Sessie " + std::string(naam(keuze->systeem)) + " (" + keuze->reden +
-        "); adapters: " + (viaXWayland ? "X11 via XWayland (alleen X11-vensters)" : "X11");
-    // Qt's own windows go where the adapters reach.
-    qputenv("QT_QPA_PLATFORM", "xcb");
+    const bool wayland = keuze->systeem == Weergavesysteem::wayland;
+    // Qt's windows stay X11 windows through XWayland where there is one: there the indicator is
+    // a window that never takes the focus, which a Wayland toplevel cannot promise.
+    const bool xwayland = wayland && std::getenv("DISPLAY") != nullptr;
+    std::string sessieRegel =
+        "Sessie " + std::string(naam(keuze->systeem)) + " (" + keuze->reden + "); adapters: ";
+    qputenv("QT_QPA_PLATFORM", !wayland || xwayland ? "xcb" : "wayland");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tolmo-app"));
     QApplication::setApplicationVersion(QStringLiteral(TOLMO_VERSIE));
@@ -413,8 +424,25 @@ int main(int argc, char** argv) {
 
     std::unique_ptr<Samenstelling> s;
     try {
-        s = std::make_unique<Samenstelling>(
-            std::make_unique<X11Adapters>(viaXWayland, eigenPlakRegels()));
+        std::unique_ptr<SessieAdapters> adapters;
+        if (wayland) {
+            auto w = std::make_unique<WaylandAdapters>(xwayland);
+            if (w->klembordBeschikbaar() || !xwayland) {
+                adapters = std::move(w);
+                sessieRegel += "Wayland (eigen verbinding)";
+            } else {
+                // A compositor without data control (GNOME) gives a Wayland client neither the
+                // clipboard nor the keys; through XWayland at least the X11 windows work.
+                adapters = std::make_unique<X11Adapters>(true, eigenPlakRegels());
+                sessieRegel += "X11 via XWayland (de compositor biedt geen data-control)";
+            }
+        } else {
+            // Chosen with --sessie x11 inside a Wayland session: the X server is XWayland.
+            const bool viaXWayland = std::getenv("WAYLAND_DISPLAY") != nullptr;
+            adapters = std::make_unique<X11Adapters>(viaXWayland, eigenPlakRegels());
+            sessieRegel += viaXWayland ? "X11 via XWayland (alleen X11-vensters)" : "X11";
+        }
+        s = std::make_unique<Samenstelling>(std::move(adapters));
         s->bouw(sessieRegel);
         // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
         // the first hold key and its request.

@@ -117,6 +117,9 @@ const std::string_view gebruik =
     "Bij het starten:\n"
     "  --sessie x11|wayland   kies zelf met welk beeldsysteem Tolmo werkt (anders volgt\n"
     "                         Tolmo de sessie: WAYLAND_DISPLAY, XDG_SESSION_TYPE, DISPLAY)\n"
+    "Zonder Tolmo te starten:\n"
+    "  --bindingen sway|hyprland   de regels voor je compositor die de houdtoets en de\n"
+    "                              wisselsneltoets aan Tolmo koppelen\n"
     "  --hulp       deze uitleg\n";
 
 std::string_view woord(Opdracht opdracht) {

@@ -8,7 +8,6 @@
 
 #include "Tolmo/Poorten/Focus.h"
 #include "Tolmo/linux/x11/X11Verbinding.h"
-#include "TolmoKern/Opschonen/Stijl.h"
 
 namespace tolmo {
 
@@ -23,10 +22,6 @@ struct WmKlasse {
     bool operator==(const WmKlasse&) const = default;
 };
 std::optional<WmKlasse> leesWmKlasse(const X11Verbinding& verbinding, Window venster);
-
-// Styles for common Linux apps, known by the class part of WM_CLASS (what X11Focus reports as
-// the app's id): mail is businesslike, chat loose, editors and terminals literal.
-const std::vector<AppStijl>& linuxAppStijlen();
 
 // A focused field on X11: the window holding the X input focus. Two identities are equal when
 // they name the same window; a field another source describes in more detail (an AT-SPI

@@ -33,6 +33,7 @@
 #include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "nep/QtTest.h"
 // Last: Xlib's macros.
+#include "Tolmo/linux/LinuxAppStijlen.h"
 #include "Tolmo/linux/x11/X11Focus.h"
 #include "Tolmo/linux/x11/X11ToetsBron.h"
 #include "Tolmo/linux/x11/X11Verbinding.h"

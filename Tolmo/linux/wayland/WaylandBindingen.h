@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "TolmoKern/Instellingen/MacInstellingen.h"
+
+namespace tolmo {
+
+// The compositors whose key bindings `tolmo-app --bindingen` writes.
+enum class Compositor { sway, hyprland };
+
+[[nodiscard]] std::optional<Compositor> compositorUit(std::string_view naam);
+
+// The lines for the compositor's configuration that make the user's keys run the control
+// command: the hold key starts on press and stops on release, the toggle combination toggles.
+// A key the compositor cannot bind (Fn never reaches it) becomes a comment saying so.
+[[nodiscard]] std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
+                                    std::string_view programma = "tolmo-app");
+
+}  // namespace tolmo
