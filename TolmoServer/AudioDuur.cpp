@@ -82,6 +82,46 @@ struct Telling {
     bool gezien = false;
 };
 
+std::uint32_t woord(const unsigned char* p) {
+    return p[0] | (p[1] << 8) | (p[2] << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
+}
+
+// PCM in WAV (integer, float, A-law, mu-law) without libavformat: its packets are the bytes
+// after the data chunk's start, one frame per block_align, so their duration is arithmetic.
+// libavformat's WAV reader would also scan the first 64 KiB for S/PDIF, which cost more than
+// all the rest of a short dictation's request. nullopt: not PCM WAV, for libavformat to read.
+std::optional<double> pcmWav(int fd, std::uint64_t begin, std::uint64_t lengte) {
+    unsigned char kop[40];
+    std::uint64_t plek = 12;
+    unsigned blok = 0;
+    std::uint32_t tempo = 0;
+    for (int stukken = 0; stukken < 64 && plek + 8 <= lengte; ++stukken) {
+        if (::pread(fd, kop, sizeof kop, static_cast<off_t>(begin + plek)) < 8) {
+            return std::nullopt;
+        }
+        const std::uint32_t grootte = woord(kop + 4);
+        if (std::memcmp(kop, "fmt ", 4) == 0 && grootte >= 16 && plek + 24 <= lengte) {
+            unsigned soort = kop[8] | (kop[9] << 8);
+            if (soort == 0xfffe && grootte >= 40 && plek + 34 <= lengte) {
+                soort = kop[32] | (kop[33] << 8);  // WAVE_FORMAT_EXTENSIBLE: the subformat's tag
+            }
+            if (soort != 1 && soort != 3 && soort != 6 && soort != 7) {
+                return std::nullopt;
+            }
+            tempo = woord(kop + 12);
+            blok = kop[20] | (kop[21] << 8);
+        } else if (std::memcmp(kop, "data", 4) == 0) {
+            if (blok == 0 || tempo == 0) {
+                return std::nullopt;
+            }
+            const std::uint64_t frames = (lengte - plek - 8) / blok;
+            return static_cast<double>(frames) / tempo;
+        }
+        plek += 8 + static_cast<std::uint64_t>(grootte) + (grootte & 1);
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 const char* AudioDuur::container(std::string_view b, std::string_view type) {
@@ -149,6 +189,11 @@ std::optional<double> AudioDuur::seconden(int fd, std::uint64_t begin, std::uint
     const char* naam = container(
         std::string_view(eerste.data(), static_cast<std::size_t>(std::max<ssize_t>(0, gelezen))),
         type);
+    if (naam && std::strcmp(naam, "wav") == 0) {
+        if (const auto pcm = pcmWav(fd, begin, lengte)) {
+            return *pcm > 0 ? pcm : std::nullopt;
+        }
+    }
     const AVInputFormat* formaat = naam ? av_find_input_format(naam) : nullptr;
     if (!formaat) {
         return std::nullopt;
