@@ -38,7 +38,10 @@ std::optional<std::uint64_t> vind(int fd, std::uint64_t grootte, std::uint64_t v
                                   std::string_view naald) {
     std::vector<char> buf(blok + naald.size());
     while (vanaf < grootte) {
-        const std::size_t n = leesOp(fd, vanaf, buf.data(), buf.size());
+        // Never past the body: the file may hold older bytes beyond it.
+        const std::size_t n =
+            leesOp(fd, vanaf, buf.data(),
+                   static_cast<std::size_t>(std::min<std::uint64_t>(buf.size(), grootte - vanaf)));
         const std::string_view stuk(buf.data(), n);
         if (const auto p = stuk.find(naald); p != std::string_view::npos) {
             return vanaf + p;
@@ -154,7 +157,8 @@ std::optional<MultipartBereik> MultipartBereik::zoek(int fd, std::uint64_t groot
     const std::string eerste = "--" + std::string(grens);
     const std::string scheiding = "\r\n" + eerste;
     std::string begin(eerste.size(), '\0');
-    if (leesOp(fd, 0, begin.data(), begin.size()) != begin.size() || begin != eerste) {
+    if (grootte < begin.size() || leesOp(fd, 0, begin.data(), begin.size()) != begin.size() ||
+        begin != eerste) {
         return std::nullopt;
     }
     std::optional<MultipartBereik> bestand;
@@ -163,7 +167,8 @@ std::optional<MultipartBereik> MultipartBereik::zoek(int fd, std::uint64_t groot
     std::string kop(maxKop, '\0');
     for (;;) {
         // After a delimiter: "--" ends the body, "\r\n" starts a part's headers.
-        kop.resize(maxKop);
+        kop.resize(static_cast<std::size_t>(
+            std::min<std::uint64_t>(maxKop, grootte - std::min(plek, grootte))));
         kop.resize(leesOp(fd, plek, kop.data(), kop.size()));
         if (kop.starts_with("--")) {
             break;

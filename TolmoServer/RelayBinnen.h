@@ -3,6 +3,8 @@
 // What the relay server's own files share: the state behind RelayServer and the replies it
 // builds. Not for use outside the server.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -32,6 +34,7 @@
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -132,7 +135,22 @@ inline std::string klein(std::string_view s) {
 }
 
 // One event loop with its own provider connections.
+// Memory files of finished short uploads, kept for the next ones. Closed last: a loop's
+// coroutines hand theirs back when the io_context destroys them.
+struct BewaardeBestanden {
+    std::vector<int> fds;
+    BewaardeBestanden() = default;
+    ~BewaardeBestanden() {
+        for (const int fd : fds) {
+            ::close(fd);
+        }
+    }
+    BewaardeBestanden(const BewaardeBestanden&) = delete;
+    BewaardeBestanden& operator=(const BewaardeBestanden&) = delete;
+};
+
 struct Lus {
+    BewaardeBestanden spoolBestanden;
     net::io_context io{1};
     AanbiederKlant klant;
     Lus(net::ssl::context& tls, std::chrono::seconds timeout) : klant(io, tls, timeout) {}

@@ -5,6 +5,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/string.hpp>
 #include <cmath>
+#include <vector>
 
 #include "TolmoServer/AudioDuur.h"
 #include "TolmoServer/MultipartBereik.h"
@@ -22,13 +23,21 @@ namespace {
 
 // A temporary file that disappears when it is closed: the upload lives on disk, not in memory.
 // A short one (a dictation of seconds) lives in an anonymous memory file instead: making and
-// dropping a file on a journalled file system cost more than all the rest of its request.
+// dropping a file on a journalled file system cost more than all the rest of its request. The
+// loop keeps a few of those for the next request (only grootte() bytes of one are ever read).
 class Spoolbestand {
   public:
     static constexpr std::uint64_t maxInGeheugen = 256 * 1024;
+    static constexpr std::size_t maxBewaard = 16;
 
-    Spoolbestand(const std::filesystem::path& map, bool kort) {
-        fd_ = kort ? ::memfd_create("tolmo-upload", MFD_CLOEXEC) : -1;
+    Spoolbestand(const std::filesystem::path& map, bool kort, std::vector<int>& bewaard)
+        : bewaard_(bewaard) {
+        if (kort && !bewaard_.empty()) {
+            fd_ = bewaard_.back();
+            bewaard_.pop_back();
+        } else if (kort) {
+            fd_ = ::memfd_create("tolmo-upload", MFD_CLOEXEC);
+        }
         inGeheugen_ = fd_ >= 0;
         if (fd_ < 0) {
             fd_ = ::open(map.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
@@ -42,7 +51,9 @@ class Spoolbestand {
         }
     }
     ~Spoolbestand() {
-        if (fd_ >= 0) {
+        if (inGeheugen_ && bewaard_.size() < maxBewaard) {
+            bewaard_.push_back(fd_);
+        } else if (fd_ >= 0) {
             ::close(fd_);
         }
     }
@@ -69,7 +80,7 @@ class Spoolbestand {
 
     bool schrijf(const char* data, std::size_t n) {
         while (n > 0) {
-            const ssize_t r = ::write(fd_, data, n);
+            const ssize_t r = ::pwrite(fd_, data, n, static_cast<off_t>(grootte_));
             if (r <= 0) {
                 return false;
             }
@@ -84,6 +95,7 @@ class Spoolbestand {
     int fd_ = -1;
     bool inGeheugen_ = false;
     std::uint64_t grootte_ = 0;
+    std::vector<int>& bewaard_;
 };
 
 }  // namespace
@@ -97,7 +109,8 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     std::string chatBody;
     if (transcriptie) {
         const auto lengte = p.content_length();
-        spool.emplace(c.spoolMap, lengte && *lengte <= Spoolbestand::maxInGeheugen);
+        spool.emplace(c.spoolMap, lengte && *lengte <= Spoolbestand::maxInGeheugen,
+                      lus.spoolBestanden.fds);
         if (spool->fd() < 0) {
             log("Kan geen tijdelijk bestand maken in " + c.spoolMap.string() + ".");
             co_return sluitNa(weiger(500, "intern"));
