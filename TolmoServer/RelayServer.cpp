@@ -230,11 +230,6 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
         co_return zonderBody(weiger(413, "te-groot"));
     }
     const auto nu = std::chrono::system_clock::now();
-    // Any dictation takes at least a second: a code with none left today is refused before its
-    // upload, which a client that waits for "100 Continue" then never sends.
-    if (transcriptie && code->vandaagGebruikt >= code->minutenPerDag * 60) {
-        co_return zonderBody(limiet("minuten-per-dag", totMiddernacht(nu)));
-    }
     const auto seconden =
         std::chrono::duration_cast<std::chrono::seconds>(nu.time_since_epoch()).count();
     std::optional<bool> gedeeld;
@@ -247,6 +242,12 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     }
     if (gedeeld ? !*gedeeld : snelheid.tel(code->id, c.verzoekenPerMinuut, nu).has_value()) {
         co_return zonderBody(limiet("verzoeken-per-minuut", 60 - seconden % 60));
+    }
+    // A request counts against the per-minute limit first, as one refused later would. Any
+    // dictation takes at least a second: a code with none left today is refused before its
+    // upload, which a client that waits for "100 Continue" then never sends.
+    if (transcriptie && code->vandaagGebruikt >= code->minutenPerDag * 60) {
+        co_return zonderBody(limiet("minuten-per-dag", totMiddernacht(nu)));
     }
     const std::string& sleutel = keuze == "openai" ? c.openAISleutel : c.mistralSleutel;
     if (sleutel.empty()) {
