@@ -214,7 +214,9 @@ net::awaitable<std::unique_ptr<AanbiederKlant::Gesprek>> AanbiederKlant::wissel(
             verzoek.body().file().seek(0, ec);
         }
         v->tcp().expires_after(timeout_);
-        if (const beast::error_code ec = co_await v->schrijf(verzoek); ec) {
+        // Awaited in statements of their own: GCC 12 mis-builds a co_await in an if's condition.
+        const beast::error_code ec = co_await v->schrijf(verzoek);
+        if (ec) {
             // The provider never got the whole request, so it cannot have acted on it: once
             // more on a fresh connection, unless it simply did not answer in time.
             if (poging == 0 && ec != beast::error::timeout) {
@@ -227,7 +229,8 @@ net::awaitable<std::unique_ptr<AanbiederKlant::Gesprek>> AanbiederKlant::wissel(
         auto g = std::make_unique<Gesprek>(std::move(v));
         g->sleutel_ = sleutel;
         g->timeout_ = timeout_;
-        if (co_await g->v_->leesKop(g->p_)) {
+        const beast::error_code kopFout = co_await g->v_->leesKop(g->p_);
+        if (kopFout) {
             co_return nullptr;
         }
         co_return g;
