@@ -1,6 +1,7 @@
 #include "TolmoServer/AanbiederKlant.h"
 
 #include <openssl/ssl.h>
+#include <sys/socket.h>
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/redirect_error.hpp>
@@ -11,6 +12,13 @@
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
+#include <cerrno>
+
+// GCC 12 reports the coroutine frame's own sized operator delete as mismatched with the frame's
+// allocation, a false positive for coroutine frames.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
 
 namespace tolmo::server {
 
@@ -22,19 +30,9 @@ using tcp = net::ip::tcp;
 namespace {
 
 constexpr std::size_t maxVrijPerDoel = 64;
-constexpr std::uint64_t maxAntwoordBytes = 16 * 1024 * 1024;
-
-template <class Stream, class Body>
-net::awaitable<beast::error_code> wisselOp(Stream& stream, beast::flat_buffer& buf,
-                                           http::request<Body>& verzoek,
-                                           http::response_parser<http::string_body>& p) {
-    beast::error_code ec;
-    co_await http::async_write(stream, verzoek, net::redirect_error(net::use_awaitable, ec));
-    if (!ec) {
-        co_await http::async_read(stream, buf, p, net::redirect_error(net::use_awaitable, ec));
-    }
-    co_return ec;
-}
+// The socket is read in blocks this large: a small buffer would make one system call per 512
+// bytes of a reply.
+constexpr std::size_t leesBlok = 64 * 1024;
 
 }  // namespace
 
@@ -44,7 +42,108 @@ struct AanbiederKlant::Verbinding {
     beast::flat_buffer buf;
 
     beast::tcp_stream& tcp() { return plat ? *plat : beast::get_lowest_layer(*veilig); }
+
+    // A pooled connection is idle: anything readable on it (the provider's FIN, a reset, a
+    // TLS alert) means the provider is done with it, and a request sent on it would be lost
+    // after it left.
+    bool nogOpen() {
+        char c = 0;
+        const ssize_t r = ::recv(tcp().socket().native_handle(), &c, 1, MSG_PEEK | MSG_DONTWAIT);
+        return r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    }
+
+    template <class Body>
+    net::awaitable<beast::error_code> schrijf(http::request<Body>& verzoek) {
+        beast::error_code ec;
+        if (plat) {
+            co_await http::async_write(*plat, verzoek, net::redirect_error(net::use_awaitable, ec));
+        } else {
+            co_await http::async_write(*veilig, verzoek,
+                                       net::redirect_error(net::use_awaitable, ec));
+        }
+        co_return ec;
+    }
+
+    template <class Parser>
+    net::awaitable<beast::error_code> leesKop(Parser& p) {
+        beast::error_code ec;
+        if (plat) {
+            co_await http::async_read_header(*plat, buf, p,
+                                             net::redirect_error(net::use_awaitable, ec));
+        } else {
+            co_await http::async_read_header(*veilig, buf, p,
+                                             net::redirect_error(net::use_awaitable, ec));
+        }
+        co_return ec;
+    }
+
+    template <class Parser>
+    net::awaitable<beast::error_code> leesStuk(Parser& p) {
+        beast::error_code ec;
+        if (plat) {
+            co_await http::async_read_some(*plat, buf, p,
+                                           net::redirect_error(net::use_awaitable, ec));
+        } else {
+            co_await http::async_read_some(*veilig, buf, p,
+                                           net::redirect_error(net::use_awaitable, ec));
+        }
+        co_return ec;
+    }
 };
+
+AanbiederKlant::Gesprek::Gesprek(std::unique_ptr<Verbinding> v) : v_(std::move(v)) {
+    p_.body_limit(boost::none);
+}
+
+AanbiederKlant::Gesprek::~Gesprek() = default;
+
+const http::response_header<>& AanbiederKlant::Gesprek::kop() const {
+    return p_.get().base();
+}
+
+std::optional<std::uint64_t> AanbiederKlant::Gesprek::lengte() const {
+    if (p_.chunked()) {
+        return std::nullopt;
+    }
+    if (const auto n = p_.content_length()) {
+        return *n;
+    }
+    return p_.is_done() ? std::optional<std::uint64_t>(0) : std::nullopt;
+}
+
+bool AanbiederKlant::Gesprek::klaar() const {
+    return p_.is_done();
+}
+
+net::awaitable<std::optional<std::size_t>> AanbiederKlant::Gesprek::lees(char* buf, std::size_t n) {
+    if (p_.is_done()) {
+        co_return 0;
+    }
+    p_.get().body().data = buf;
+    p_.get().body().size = n;
+    v_->tcp().expires_after(timeout_);
+    beast::error_code ec = co_await v_->leesStuk(p_);
+    if (ec == http::error::need_buffer) {
+        ec = {};
+    }
+    if (ec) {
+        co_return std::nullopt;
+    }
+    co_return n - p_.get().body().size;
+}
+
+net::awaitable<std::optional<std::string>> AanbiederKlant::Gesprek::leesAlles(std::size_t max) {
+    std::string uit;
+    char blok[16 * 1024];
+    while (!klaar()) {
+        const auto n = co_await lees(blok, sizeof blok);
+        if (!n || uit.size() + *n > max) {
+            co_return std::nullopt;
+        }
+        uit.append(blok, *n);
+    }
+    co_return uit;
+}
 
 AanbiederKlant::AanbiederKlant(net::io_context& io, net::ssl::context& tls,
                                std::chrono::seconds timeout)
@@ -62,6 +161,7 @@ net::awaitable<std::unique_ptr<AanbiederKlant::Verbinding>> AanbiederKlant::verb
         co_return nullptr;
     }
     auto v = std::make_unique<Verbinding>();
+    v->buf.reserve(leesBlok);
     if (doel.tls) {
         v->veilig.emplace(io_, tls_);
     } else {
@@ -90,56 +190,73 @@ net::awaitable<std::unique_ptr<AanbiederKlant::Verbinding>> AanbiederKlant::verb
 }
 
 template <class Body>
-net::awaitable<std::optional<AanbiederKlant::Antwoord>> AanbiederKlant::wissel(
+net::awaitable<std::unique_ptr<AanbiederKlant::Gesprek>> AanbiederKlant::wissel(
     const AanbiederDoel& doel, http::request<Body>& verzoek) {
     const std::string sleutel = doel.sleutel();
     for (int poging = 0; poging < 2; ++poging) {
         std::unique_ptr<Verbinding> v;
         auto& vrij = vrij_[sleutel];
-        const bool hergebruikt = !vrij.empty();
-        if (hergebruikt) {
+        while (!v && !vrij.empty()) {
             v = std::move(vrij.back());
             vrij.pop_back();
-        } else {
+            if (!v->nogOpen()) {
+                v.reset();
+            }
+        }
+        if (!v) {
             v = co_await verbind(doel);
             if (!v) {
-                co_return std::nullopt;
+                co_return nullptr;
             }
         }
         if constexpr (std::is_same_v<Body, http::file_body>) {
             beast::error_code ec;
             verzoek.body().file().seek(0, ec);
         }
-        http::response_parser<http::string_body> p;
-        p.body_limit(maxAntwoordBytes);
         v->tcp().expires_after(timeout_);
-        const beast::error_code ec = v->plat ? co_await wisselOp(*v->plat, v->buf, verzoek, p)
-                                             : co_await wisselOp(*v->veilig, v->buf, verzoek, p);
+        // Awaited in statements of their own: GCC 12 mis-builds a co_await in an if's condition.
+        const beast::error_code ec = co_await v->schrijf(verzoek);
         if (ec) {
-            // A kept-alive connection the provider closed meanwhile fails before any reply.
-            if (hergebruikt && poging == 0 && ec != beast::error::timeout && !p.got_some()) {
+            // The provider never got the whole request, so it cannot have acted on it: once
+            // more on a fresh connection, unless it simply did not answer in time.
+            if (poging == 0 && ec != beast::error::timeout) {
                 continue;
             }
-            co_return std::nullopt;
+            co_return nullptr;
         }
-        Antwoord antwoord = p.release();
-        if (antwoord.keep_alive() && vrij_[sleutel].size() < maxVrijPerDoel) {
-            v->tcp().expires_never();
-            vrij_[sleutel].push_back(std::move(v));
+        // From here the provider may have the whole request: whatever fails now, it is not
+        // sent again, or a provider that did the work would be paid twice.
+        auto g = std::make_unique<Gesprek>(std::move(v));
+        g->sleutel_ = sleutel;
+        g->timeout_ = timeout_;
+        const beast::error_code kopFout = co_await g->v_->leesKop(g->p_);
+        if (kopFout) {
+            co_return nullptr;
         }
-        co_return antwoord;
+        co_return g;
     }
-    co_return std::nullopt;
+    co_return nullptr;
 }
 
-net::awaitable<std::optional<AanbiederKlant::Antwoord>> AanbiederKlant::stuur(
+net::awaitable<std::unique_ptr<AanbiederKlant::Gesprek>> AanbiederKlant::stuur(
     const AanbiederDoel& doel, http::request<http::string_body>& verzoek) {
     co_return co_await wissel(doel, verzoek);
 }
 
-net::awaitable<std::optional<AanbiederKlant::Antwoord>> AanbiederKlant::stuur(
+net::awaitable<std::unique_ptr<AanbiederKlant::Gesprek>> AanbiederKlant::stuur(
     const AanbiederDoel& doel, http::request<http::file_body>& verzoek) {
     co_return co_await wissel(doel, verzoek);
+}
+
+void AanbiederKlant::geefTerug(std::unique_ptr<Gesprek> g) {
+    if (!g || !g->klaar() || !g->p_.get().keep_alive()) {
+        return;
+    }
+    auto& vrij = vrij_[g->sleutel_];
+    if (vrij.size() < maxVrijPerDoel) {
+        g->v_->tcp().expires_never();
+        vrij.push_back(std::move(g->v_));
+    }
 }
 
 }  // namespace tolmo::server

@@ -70,6 +70,7 @@ constexpr const char* sleutels[] = {
     "database-verbindingen",
     "max-verbindingen",
     "max-verbindingen-per-adres",
+    "verzoeklog",
 };
 
 }  // namespace

@@ -3,6 +3,8 @@
 // What the relay server's own files share: the state behind RelayServer and the replies it
 // builds. Not for use outside the server.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -25,11 +27,14 @@
 #include <condition_variable>
 #include <ctime>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
 #include <type_traits>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -58,6 +63,12 @@ struct Uitkomst {
     Antwoord antwoord;
     bool houdOpen = true;
     std::string soort;  // the refusal's kind for the counters, empty for a forwarded reply
+    // A provider's reply whose body is passed on piece by piece as it arrives; `antwoord` then
+    // holds its status and type only.
+    std::unique_ptr<AanbiederKlant::Gesprek> stroom;
+    // The reservation to settle (and whether it was used) once the reply is on its way: the
+    // client need not wait for the database to learn its answer.
+    std::optional<std::pair<std::int64_t, bool>> verrekening;
 };
 
 inline Uitkomst json(unsigned status, nlohmann::json body, std::string soort = {}) {
@@ -71,6 +82,12 @@ inline Uitkomst json(unsigned status, nlohmann::json body, std::string soort = {
 
 inline Uitkomst weiger(unsigned status, const std::string& fout) {
     return json(status, {{"fout", fout}}, fout);
+}
+
+// A refusal after which the connection closes: the request's body was not read to its end.
+inline Uitkomst sluitNa(Uitkomst u) {
+    u.houdOpen = false;
+    return u;
 }
 
 inline Uitkomst limiet(const std::string& soort, std::int64_t naSeconden) {
@@ -118,7 +135,22 @@ inline std::string klein(std::string_view s) {
 }
 
 // One event loop with its own provider connections.
+// Memory files of finished short uploads, kept for the next ones. Closed last: a loop's
+// coroutines hand theirs back when the io_context destroys them.
+struct BewaardeBestanden {
+    std::vector<int> fds;
+    BewaardeBestanden() = default;
+    ~BewaardeBestanden() {
+        for (const int fd : fds) {
+            ::close(fd);
+        }
+    }
+    BewaardeBestanden(const BewaardeBestanden&) = delete;
+    BewaardeBestanden& operator=(const BewaardeBestanden&) = delete;
+};
+
 struct Lus {
+    BewaardeBestanden spoolBestanden;
     net::io_context io{1};
     AanbiederKlant klant;
     Lus(net::ssl::context& tls, std::chrono::seconds timeout) : klant(io, tls, timeout) {}
@@ -188,6 +220,7 @@ struct RelayServer::Binnen {
     net::awaitable<void> sessie(beast::tcp_stream stream, Lus& lus, std::string adres);
     net::awaitable<Uitkomst> behandel(beast::tcp_stream& stream, beast::flat_buffer& buf, Parser& p,
                                       Lus& lus, std::string& naam, std::string& aanbieder);
+    net::awaitable<bool> stroomDoor(beast::tcp_stream& stream, Uitkomst& u, Lus& lus);
     net::awaitable<Uitkomst> stuurDoor(beast::tcp_stream& stream, beast::flat_buffer& buf,
                                        Parser& p, Lus& lus, const CodeRij& code,
                                        const AanbiederDoel& doel, const std::string& sleutel,

@@ -1,7 +1,11 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/string.hpp>
 #include <cmath>
+#include <vector>
 
 #include "TolmoServer/AudioDuur.h"
 #include "TolmoServer/MultipartBereik.h"
@@ -18,10 +22,26 @@ namespace tolmo::server {
 namespace {
 
 // A temporary file that disappears when it is closed: the upload lives on disk, not in memory.
+// A short one (a dictation of seconds) lives in an anonymous memory file instead: making and
+// dropping a file on a journalled file system cost more than all the rest of its request. The
+// loop keeps a few of those for the next request (only grootte() bytes of one are ever read).
 class Spoolbestand {
   public:
-    explicit Spoolbestand(const std::filesystem::path& map) {
-        fd_ = ::open(map.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    static constexpr std::uint64_t maxInGeheugen = 256 * 1024;
+    static constexpr std::size_t maxBewaard = 16;
+
+    Spoolbestand(const std::filesystem::path& map, bool kort, std::vector<int>& bewaard)
+        : bewaard_(bewaard) {
+        if (kort && !bewaard_.empty()) {
+            fd_ = bewaard_.back();
+            bewaard_.pop_back();
+        } else if (kort) {
+            fd_ = ::memfd_create("tolmo-upload", MFD_CLOEXEC);
+        }
+        inGeheugen_ = fd_ >= 0;
+        if (fd_ < 0) {
+            fd_ = ::open(map.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+        }
         if (fd_ < 0) {
             std::string sjabloon = (map / "tolmo-upload-XXXXXX").string();
             fd_ = ::mkostemp(sjabloon.data(), O_CLOEXEC);
@@ -31,7 +51,9 @@ class Spoolbestand {
         }
     }
     ~Spoolbestand() {
-        if (fd_ >= 0) {
+        if (inGeheugen_ && bewaard_.size() < maxBewaard) {
+            bewaard_.push_back(fd_);
+        } else if (fd_ >= 0) {
             ::close(fd_);
         }
     }
@@ -40,10 +62,25 @@ class Spoolbestand {
 
     [[nodiscard]] int fd() const { return fd_; }
     [[nodiscard]] std::uint64_t grootte() const { return grootte_; }
+    [[nodiscard]] bool inGeheugen() const { return inGeheugen_; }
+
+    // All of it into `doel` (grootte() bytes).
+    bool leesAlles(char* doel) const {
+        std::uint64_t klaar = 0;
+        while (klaar < grootte_) {
+            const ssize_t r =
+                ::pread(fd_, doel + klaar, grootte_ - klaar, static_cast<off_t>(klaar));
+            if (r <= 0) {
+                return false;
+            }
+            klaar += static_cast<std::uint64_t>(r);
+        }
+        return true;
+    }
 
     bool schrijf(const char* data, std::size_t n) {
         while (n > 0) {
-            const ssize_t r = ::write(fd_, data, n);
+            const ssize_t r = ::pwrite(fd_, data, n, static_cast<off_t>(grootte_));
             if (r <= 0) {
                 return false;
             }
@@ -56,7 +93,9 @@ class Spoolbestand {
 
   private:
     int fd_ = -1;
+    bool inGeheugen_ = false;
     std::uint64_t grootte_ = 0;
+    std::vector<int>& bewaard_;
 };
 
 }  // namespace
@@ -69,39 +108,82 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     std::optional<Spoolbestand> spool;
     std::string chatBody;
     if (transcriptie) {
-        spool.emplace(c.spoolMap);
+        const auto lengte = p.content_length();
+        spool.emplace(c.spoolMap, lengte && *lengte <= Spoolbestand::maxInGeheugen,
+                      lus.spoolBestanden.fds);
         if (spool->fd() < 0) {
             log("Kan geen tijdelijk bestand maken in " + c.spoolMap.string() + ".");
-            co_return Uitkomst{weiger(500, "intern").antwoord, false, "intern"};
+            co_return sluitNa(weiger(500, "intern"));
         }
     }
-    // The body in blocks: counted against the cap as it arrives, each block to the spool file.
-    // Not zero-filled: a chat request would otherwise pay for clearing 64 KiB.
+    // Everything that could refuse the request without its body has been checked: a client
+    // that waits before sending it may go on.
+    beast::error_code ec;
+    if (!p.is_done() && p.get().version() >= 11 &&
+        beast::iequals(p.get()[http::field::expect], "100-continue")) {
+        static constexpr std::string_view verder = "HTTP/1.1 100 Continue\r\n\r\n";
+        stream.expires_after(c.bodyTimeout);
+        co_await net::async_write(stream, net::buffer(verder),
+                                  net::redirect_error(net::use_awaitable, ec));
+        if (ec) {
+            co_return sluitNa(weiger(400, "onvolledig"));
+        }
+    }
+    // The body in blocks as large as the socket has (up to 64 KiB a system call), each counted
+    // against the cap and stored as it arrives. The time-out is reset by every block: it bounds
+    // a pause, not the upload. Not zero-filled: a chat request would otherwise pay for clearing
+    // 64 KiB.
     const auto blok = std::make_unique_for_overwrite<char[]>(leesBlok);
     std::uint64_t gelezen = 0;
-    while (!p.is_done()) {
-        p.get().body().data = blok.get();
-        p.get().body().size = leesBlok;
-        beast::error_code ec;
-        stream.expires_after(c.bodyTimeout);
-        co_await http::async_read(stream, buf, p, net::redirect_error(net::use_awaitable, ec));
-        if (ec == http::error::need_buffer) {
-            ec = {};
-        }
-        const std::size_t n = leesBlok - p.get().body().size;
+    const auto bewaarStuk = [&](const char* data, std::size_t n) {
         gelezen += n;
-        if (ec == http::error::body_limit || gelezen > max) {
-            co_return Uitkomst{weiger(413, "te-groot").antwoord, false, "te-groot"};
+        return transcriptie ? spool->schrijf(data, n) : (chatBody.append(data, n), true);
+    };
+    bool opgeslagen = true;
+    if (const auto lengte = p.content_length(); lengte && !p.chunked()) {
+        // A known length (checked against the cap already): read straight from the socket.
+        const auto vooraf = static_cast<std::size_t>(std::min<std::uint64_t>(*lengte, buf.size()));
+        opgeslagen = bewaarStuk(static_cast<const char*>(buf.data().data()), vooraf);
+        buf.consume(vooraf);
+        while (opgeslagen && gelezen < *lengte) {
+            stream.expires_after(c.bodyTimeout);
+            const std::size_t n = co_await stream.async_read_some(
+                net::buffer(blok.get(), static_cast<std::size_t>(
+                                            std::min<std::uint64_t>(leesBlok, *lengte - gelezen))),
+                net::redirect_error(net::use_awaitable, ec));
+            if (ec) {
+                // The client went away or paused too long: nobody is left to answer.
+                co_return sluitNa(weiger(400, "onvolledig"));
+            }
+            opgeslagen = bewaarStuk(blok.get(), n);
         }
-        if (ec) {
-            // The client went away or stalled: nobody is left to answer.
-            co_return Uitkomst{weiger(400, "onvolledig").antwoord, false, "onvolledig"};
+    } else {
+        // Chunked: through the parser, with room for large reads, given back afterwards so an
+        // idle kept-alive connection stays small.
+        buf.reserve(leesBlok);
+        while (opgeslagen && !p.is_done()) {
+            p.get().body().data = blok.get();
+            p.get().body().size = leesBlok;
+            stream.expires_after(c.bodyTimeout);
+            co_await http::async_read_some(stream, buf, p,
+                                           net::redirect_error(net::use_awaitable, ec));
+            if (ec == http::error::need_buffer) {
+                ec = {};
+            }
+            const std::size_t n = leesBlok - p.get().body().size;
+            if (ec == http::error::body_limit || gelezen + n > max) {
+                co_return sluitNa(weiger(413, "te-groot"));
+            }
+            if (ec) {
+                co_return sluitNa(weiger(400, "onvolledig"));
+            }
+            opgeslagen = bewaarStuk(blok.get(), n);
         }
-        if (transcriptie ? !spool->schrijf(blok.get(), n)
-                         : (chatBody.append(blok.get(), n), false)) {
-            log("Kan de upload niet tijdelijk opslaan in " + c.spoolMap.string() + ".");
-            co_return Uitkomst{weiger(500, "intern").antwoord, false, "intern"};
-        }
+        buf.shrink_to_fit();
+    }
+    if (!opgeslagen) {
+        log("Kan de upload niet tijdelijk opslaan in " + c.spoolMap.string() + ".");
+        co_return sluitNa(weiger(500, "intern"));
     }
 
     const auto nu = std::chrono::system_clock::now();
@@ -111,8 +193,19 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     if (transcriptie) {
         const auto bereik = MultipartBereik::zoek(spool->fd(), spool->grootte(),
                                                   MultipartBereik::grens(contentType));
+        if (bereik && bereik->bestandsDelen > 1) {
+            // Which of two files a provider transcribes is its own choice; the minutes would be
+            // counted for one of them.
+            co_return json(400,
+                           {{"fout", "audio"},
+                            {"melding",
+                             "Het verzoek bevat meer dan één bestand. Stuur alleen de opname, "
+                             "in het veld file."}},
+                           "audio");
+        }
         const auto duur =
-            bereik ? AudioDuur::seconden(spool->fd(), bereik->begin, bereik->lengte) : std::nullopt;
+            bereik ? AudioDuur::seconden(spool->fd(), bereik->begin, bereik->lengte, bereik->type)
+                   : std::nullopt;
         if (!duur || !(*duur > 0)) {
             co_return weiger(400, "audio");
         }
@@ -142,66 +235,120 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
         verzoek.set(http::field::host, doel.host);
         verzoek.set(http::field::authorization, "Bearer " + sleutel);
         verzoek.set(http::field::content_type, contentType);
-        verzoek.set(http::field::accept, "application/json");
         verzoek.keep_alive(true);
     };
     const auto begin = Klok::now();
-    std::optional<AanbiederKlant::Antwoord> antwoord;
-    if (transcriptie) {
+    std::unique_ptr<AanbiederKlant::Gesprek> gesprek;
+    if (transcriptie && spool->inGeheugen()) {
+        // A short upload goes out from memory in one send; Beast sends a file 4 KiB at a time.
+        http::request<http::string_body> verzoek;
+        vul(verzoek);
+        verzoek.set(http::field::accept, "application/json");
+        verzoek.body().resize(spool->grootte());
+        if (!spool->leesAlles(verzoek.body().data())) {
+            co_return sluitNa(weiger(500, "intern"));
+        }
+        verzoek.prepare_payload();
+        gesprek = co_await lus.klant.stuur(doel, verzoek);
+    } else if (transcriptie) {
         http::request<http::file_body> verzoek;
         vul(verzoek);
+        verzoek.set(http::field::accept, "application/json");
         beast::file f;
         f.native_handle(::dup(spool->fd()));
-        beast::error_code ec;
         verzoek.body().reset(std::move(f), ec);
         verzoek.prepare_payload();
-        antwoord = co_await lus.klant.stuur(doel, verzoek);
+        gesprek = co_await lus.klant.stuur(doel, verzoek);
     } else {
         http::request<http::string_body> verzoek;
         vul(verzoek);
+        // A streamed chat reply comes as server-sent events; the provider picks by the body.
+        verzoek.set(http::field::accept, "application/json, text/event-stream");
         verzoek.body() = std::move(chatBody);
         verzoek.prepare_payload();
-        antwoord = co_await lus.klant.stuur(doel, verzoek);
+        gesprek = co_await lus.klant.stuur(doel, verzoek);
     }
     metingen.aanbiederDuur(std::chrono::duration<double>(Klok::now() - begin).count());
 
-    const bool gelukt = antwoord && antwoord->result_int() >= 200 && antwoord->result_int() <= 299;
+    const unsigned status = gesprek ? gesprek->kop().result_int() : 0;
+    const bool gelukt = status >= 200 && status <= 299;
+    Uitkomst u;
     if (reservering) {
-        try {
-            co_await opOpslag([&] {
-                opslag->verreken(*reservering, gelukt);
-                return true;
-            });
-        } catch (const OpslagFout& f) {
-            bewaar(*reservering, gelukt, f);
-        }
+        u.verrekening.emplace(*reservering, gelukt);
     }
-    if (!antwoord || antwoord->result_int() >= 500) {
-        co_return aanbiederWeg();
+    if (!gesprek || status >= 500) {
+        u.antwoord = aanbiederWeg().antwoord;
+        u.soort = "aanbieder-niet-beschikbaar";
+        co_return u;
     }
-    const unsigned status = antwoord->result_int();
     if (status == 401 || status == 403) {
         // The operator's key was refused; the provider's text may quote part of it.
         log("De aanbieder weigerde de sleutel van de server (status " + std::to_string(status) +
             "). Controleer de sleutel.");
-        co_return weiger(502, "aanbieder-sleutel");
+        Uitkomst w = weiger(502, "aanbieder-sleutel");
+        w.verrekening = u.verrekening;
+        co_return w;
     }
     if (status == 429) {
-        Uitkomst u = limiet("aanbieder", 30);
-        if (const auto na = (*antwoord)[http::field::retry_after]; !na.empty()) {
-            u.antwoord.set(http::field::retry_after, na);
+        Uitkomst w = limiet("aanbieder", 30);
+        if (const auto na = gesprek->kop()[http::field::retry_after]; !na.empty()) {
+            w.antwoord.set(http::field::retry_after, na);
         }
-        co_return u;
+        w.verrekening = u.verrekening;
+        co_return w;
     }
     if (gelukt) {
         metingen.audio(seconden);
     }
-    Uitkomst u;
     u.antwoord.result(status);
-    const auto type = (*antwoord)[http::field::content_type];
+    const auto type = gesprek->kop()[http::field::content_type];
     u.antwoord.set(http::field::content_type, type.empty() ? "application/json" : type);
-    u.antwoord.body() = std::move(antwoord->body());
+    u.stroom = std::move(gesprek);
     co_return u;
+}
+
+// The provider's reply to the client as it arrives: the header with the first piece, then each
+// piece as the provider sends it (server-sent events of a streamed chat reply one by one).
+// False when the connection cannot serve another request.
+net::awaitable<bool> RelayServer::Binnen::stroomDoor(beast::tcp_stream& stream, Uitkomst& u,
+                                                     Lus& lus) {
+    auto& g = *u.stroom;
+    http::response<http::buffer_body> r;
+    r.base() = u.antwoord.base();
+    if (const auto lengte = g.lengte()) {
+        r.content_length(*lengte);
+    } else {
+        r.chunked(true);
+    }
+    http::response_serializer<http::buffer_body> sr(r);
+    const auto blok = std::make_unique_for_overwrite<char[]>(leesBlok);
+    beast::error_code ec;
+    for (;;) {
+        const auto n = co_await g.lees(blok.get(), leesBlok);
+        if (!n) {
+            // The provider broke off: the client has part of a reply and must see it end.
+            co_return false;
+        }
+        if (*n == 0 && !g.klaar()) {
+            continue;  // a chunk's header, no data yet
+        }
+        r.body().data = *n ? blok.get() : nullptr;
+        r.body().size = *n;
+        r.body().more = !g.klaar();
+        stream.expires_after(c.bodyTimeout);
+        co_await http::async_write(stream, sr, net::redirect_error(net::use_awaitable, ec));
+        if (ec == http::error::need_buffer) {
+            ec = {};
+        }
+        if (ec) {
+            co_return false;
+        }
+        if (sr.is_done()) {
+            break;
+        }
+    }
+    lus.klant.geefTerug(std::move(u.stroom));
+    co_return true;
 }
 
 }  // namespace tolmo::server

@@ -116,7 +116,9 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
         const std::string route(p.get().target().substr(0, p.get().target().find('?')));
         u.antwoord.version(p.get().version());
         u.antwoord.keep_alive(u.houdOpen && p.get().keep_alive() && !stoppen);
-        u.antwoord.prepare_payload();
+        if (!u.stroom) {
+            u.antwoord.prepare_payload();
+        }
         if (!u.soort.empty()) {
             metingen.weigering(u.soort);
         }
@@ -131,10 +133,29 @@ net::awaitable<void> RelayServer::Binnen::sessie(beast::tcp_stream stream, Lus& 
                 " ms" + (naam.empty() ? "" : ", code " + naam) +
                 (u.soort.empty() ? "" : ", geweigerd: " + u.soort));
         }
-        stream.expires_after(c.bodyTimeout);
-        co_await http::async_write(stream, u.antwoord, net::redirect_error(net::use_awaitable, ec));
+        bool verder = true;
+        if (u.stroom) {
+            verder = co_await stroomDoor(stream, u, lus);
+        } else {
+            stream.expires_after(c.bodyTimeout);
+            co_await http::async_write(stream, u.antwoord,
+                                       net::redirect_error(net::use_awaitable, ec));
+            verder = !ec;
+        }
+        if (u.verrekening) {
+            const std::int64_t reservering = u.verrekening->first;
+            const bool gebruikt = u.verrekening->second;
+            try {
+                co_await opOpslag([&] {
+                    opslag->verreken(reservering, gebruikt);
+                    return true;
+                });
+            } catch (const OpslagFout& f) {
+                bewaar(reservering, gebruikt, f);
+            }
+        }
         --onderweg;
-        if (ec || !u.antwoord.keep_alive()) {
+        if (!verder || !u.antwoord.keep_alive()) {
             break;
         }
     }
@@ -175,12 +196,7 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
         co_return zonderBody(json(405, {{"fout", "alleen-post"}}));
     }
 
-    const std::string keuze = klein(kop["X-Tolmo-Aanbieder"]);
-    if (keuze != "openai" && keuze != "mistral") {
-        co_return zonderBody(weiger(400, "aanbieder"));
-    }
-    aanbieder = keuze;
-
+    // Who asks comes before what is asked: a request without a code learns nothing else.
     const std::string_view autorisatie = kop[http::field::authorization];
     constexpr std::string_view drager = "Bearer ";
     if (autorisatie.size() <= drager.size() ||
@@ -203,6 +219,12 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
         co_return zonderBody(weiger(403, "toegangscode-ingetrokken"));
     }
 
+    const std::string keuze = klein(kop["X-Tolmo-Aanbieder"]);
+    if (keuze != "openai" && keuze != "mistral") {
+        co_return zonderBody(weiger(400, "aanbieder"));
+    }
+    aanbieder = keuze;
+
     const std::uint64_t max = transcriptie ? c.maxUploadBytes : c.maxChatBytes;
     if (const auto lengte = p.content_length(); lengte && *lengte > max) {
         co_return zonderBody(weiger(413, "te-groot"));
@@ -220,6 +242,12 @@ net::awaitable<Uitkomst> RelayServer::Binnen::behandel(beast::tcp_stream& stream
     }
     if (gedeeld ? !*gedeeld : snelheid.tel(code->id, c.verzoekenPerMinuut, nu).has_value()) {
         co_return zonderBody(limiet("verzoeken-per-minuut", 60 - seconden % 60));
+    }
+    // A request counts against the per-minute limit first, as one refused later would. Any
+    // dictation takes at least a second: a code with none left today is refused before its
+    // upload, which a client that waits for "100 Continue" then never sends.
+    if (transcriptie && code->vandaagGebruikt >= code->minutenPerDag * 60) {
+        co_return zonderBody(limiet("minuten-per-dag", totMiddernacht(nu)));
     }
     const std::string& sleutel = keuze == "openai" ? c.openAISleutel : c.mistralSleutel;
     if (sleutel.empty()) {

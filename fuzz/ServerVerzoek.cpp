@@ -1,9 +1,11 @@
 // tolmo-server's input from the outside: a request as the HTTP parser with the server's limits
 // reads it (its Content-Type then taken apart as the relay does), and a spooled upload whose
-// multipart layout and audio header are read from a file. The first byte picks the path.
+// multipart layout (the part named "file", the other file parts) and audio packets are read
+// from a file. The first byte picks the path.
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <cstddef>
@@ -42,13 +44,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ::write(fd, invoer.data(), invoer.size()) != static_cast<ssize_t>(invoer.size())) {
         return 0;
     }
+    // Without a multipart body, the first line (up to 40 bytes) is the part's type and the rest
+    // the audio, so every container, named by bytes or by type, is reached.
     if (const auto b = MultipartBereik::zoek(fd, invoer.size(), "g")) {
-        if (b->begin + b->lengte > invoer.size()) {
+        if (b->begin + b->lengte > invoer.size() || b->bestandsDelen == 0) {
             __builtin_trap();
         }
-        (void)AudioDuur::seconden(fd, b->begin, b->lengte);
+        (void)AudioDuur::seconden(fd, b->begin, b->lengte, b->type);
     } else {
-        (void)AudioDuur::seconden(fd, 0, invoer.size());
+        const auto regel = std::min<std::size_t>(invoer.find('\n'), 40);
+        const std::size_t begin = regel < invoer.size() ? regel + 1 : 0;
+        (void)AudioDuur::seconden(fd, begin, invoer.size() - begin,
+                                  std::string_view(invoer).substr(0, begin ? regel : 0));
     }
     ::close(fd);
     return 0;

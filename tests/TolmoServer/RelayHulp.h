@@ -66,13 +66,19 @@ inline std::string multipart(const std::string& audio) {
            audio + "\r\n--g--\r\n";
 }
 
-// A whole transcription request of `seconden` of audio, closing the connection after it.
-inline std::string transcriptieVerzoek(const std::string& code, std::uint32_t seconden) {
-    const std::string body = multipart(wav(seconden));
+// A whole transcription request with this multipart body (boundary "g"), closing the
+// connection after it; `body` empty: the header alone, announcing `lengte` bytes.
+inline std::string transcriptieVerzoek(const std::string& code, const std::string& body,
+                                       const std::string& extraKop = "", std::size_t lengte = 0) {
     return "POST /v1/audio/transcriptions HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer " + code +
-           "\r\nX-Tolmo-Aanbieder: openai\r\nContent-Type: multipart/form-data; boundary=g\r\n"
-           "Connection: close\r\nContent-Length: " +
-           std::to_string(body.size()) + "\r\n\r\n" + body;
+           "\r\nX-Tolmo-Aanbieder: openai\r\nContent-Type: multipart/form-data; boundary=g\r\n" +
+           extraKop + "Connection: close\r\nContent-Length: " +
+           std::to_string(body.empty() ? lengte : body.size()) + "\r\n\r\n" + body;
+}
+
+// The same with `seconden` of audio.
+inline std::string transcriptieVerzoek(const std::string& code, std::uint32_t seconden) {
+    return transcriptieVerzoek(code, multipart(wav(seconden)));
 }
 
 inline boost::asio::ip::tcp::socket verstuur(boost::asio::io_context& io, std::uint16_t poort,

@@ -13,8 +13,18 @@
 #include <vector>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 }
+
+#include <boost/asio/read_until.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <cmath>
+#include <condition_variable>
+#include <regex>
+#include <sstream>
+#include <thread>
 
 #include "RelayHulp.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
@@ -28,6 +38,8 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
 using namespace std::chrono_literals;
 using nep::LoopbackServer;
 using relay::multipart;
@@ -66,6 +78,97 @@ std::string m4aMetIndexAchteraan(int seconden) {
     const auto moov = bytes.find("moov");
     EXPECT_TRUE(moov != std::string::npos && moov > bytes.find("mdat"));
     return bytes;
+}
+
+// `seconden` of a tone, encoded by libavcodec's `encoder` into libavformat's `muxer`.
+std::string gecodeerd(const char* muxer, const char* encoder, double seconden) {
+    AVFormatContext* oc = nullptr;
+    avformat_alloc_output_context2(&oc, nullptr, muxer, nullptr);
+    const AVCodec* codec = avcodec_find_encoder_by_name(encoder);
+    AVCodecContext* cc = avcodec_alloc_context3(codec);
+    cc->sample_rate = 48000;
+    cc->sample_fmt = AV_SAMPLE_FMT_S16;
+    av_channel_layout_default(&cc->ch_layout, 1);
+    cc->time_base = {1, cc->sample_rate};
+    EXPECT_EQ(avcodec_open2(cc, codec, nullptr), 0);
+    AVStream* st = avformat_new_stream(oc, nullptr);
+    avcodec_parameters_from_context(st->codecpar, cc);
+    st->time_base = cc->time_base;
+    avio_open_dyn_buf(&oc->pb);
+    EXPECT_EQ(avformat_write_header(oc, nullptr), 0);
+    AVFrame* f = av_frame_alloc();
+    AVPacket* p = av_packet_alloc();
+    const auto codeer = [&](AVFrame* frame) {
+        avcodec_send_frame(cc, frame);
+        while (avcodec_receive_packet(cc, p) == 0) {
+            av_packet_rescale_ts(p, cc->time_base, st->time_base);
+            av_interleaved_write_frame(oc, p);
+        }
+    };
+    const int totaal = static_cast<int>(seconden * cc->sample_rate);
+    for (int klaar = 0; klaar < totaal; klaar += cc->frame_size) {
+        f->nb_samples = std::min(cc->frame_size, totaal - klaar);
+        f->format = cc->sample_fmt;
+        av_channel_layout_copy(&f->ch_layout, &cc->ch_layout);
+        av_frame_get_buffer(f, 0);
+        for (int i = 0; i < f->nb_samples; ++i) {
+            reinterpret_cast<std::int16_t*>(f->data[0])[i] =
+                static_cast<std::int16_t>(8000 * std::sin((klaar + i) * 0.05));
+        }
+        f->pts = klaar;
+        codeer(f);
+        av_frame_unref(f);
+    }
+    codeer(nullptr);
+    av_write_trailer(oc);
+    std::uint8_t* data = nullptr;
+    const int lengte = avio_close_dyn_buf(oc->pb, &data);
+    std::string bytes(reinterpret_cast<const char*>(data), static_cast<std::size_t>(lengte));
+    av_free(data);
+    av_packet_free(&p);
+    av_frame_free(&f);
+    avcodec_free_context(&cc);
+    avformat_free_context(oc);
+    return bytes;
+}
+
+// Ogg whose last page claims one second in all (its granule position, with a valid CRC).
+std::string oggMetValsEinde(std::string ogg) {
+    const auto pagina = ogg.rfind("OggS");
+    for (int i = 0; i < 8; ++i) {
+        ogg[pagina + 6 + i] = static_cast<char>(((48000 + 312ull) >> (8 * i)) & 0xff);
+    }
+    ogg.replace(pagina + 22, 4, 4, '\0');
+    std::uint32_t crc = 0;
+    for (const unsigned char c : std::string_view(ogg).substr(pagina)) {
+        crc ^= std::uint32_t{c} << 24;
+        for (int b = 0; b < 8; ++b) {
+            crc = (crc & 0x80000000u) ? (crc << 1) ^ 0x04c11db7u : crc << 1;
+        }
+    }
+    for (int i = 0; i < 4; ++i) {
+        ogg[pagina + 22 + i] = static_cast<char>((crc >> (8 * i)) & 0xff);
+    }
+    return ogg;
+}
+
+// FLAC whose STREAMINFO claims 48,000 samples (one second) in all.
+std::string flacMetValsEinde(std::string flac) {
+    flac[21] = static_cast<char>(flac[21] & 0xf0);  // the top 4 of the 36 bits
+    flac.replace(22, 4, std::string("\x00\x00\xbb\x80", 4));
+    return flac;
+}
+
+// WAV (16 kHz, 16 bits, mono) whose header claims one second in all.
+std::string wavMetValsEinde(std::string w) {
+    w.replace(4, 4, std::string("\x24\x7d\x00\x00", 4));   // 36 + 32000
+    w.replace(40, 4, std::string("\x00\x7d\x00\x00", 4));  // 32000
+    return w;
+}
+
+std::string deel(const std::string& naam, const std::string& bestand, const std::string& bytes) {
+    return "--g\r\nContent-Disposition: form-data; name=\"" + naam + "\"" +
+           (bestand.empty() ? "" : "; filename=\"" + bestand + "\"") + "\r\n\r\n" + bytes + "\r\n";
 }
 
 class RelayTest : public ::testing::Test {
@@ -319,6 +422,166 @@ TEST_F(RelayTest, OpenAIPakketAlsKlant) {
                                tijdelijk_.schrijf("opname.wav", wav(2)).string()});
     EXPECT_EQ(r.status, 0) << r.fout;
     EXPECT_EQ(r.uit, zin + "\nOpgeschoond door de nep.\n401\n");
+}
+
+// Bodies built to be counted short: each is counted by the packets the provider would
+// transcribe, whatever a header claims, or refused when it holds more than one file.
+TEST_F(RelayTest, VijandigeBodiesTellenWatErIs) {
+    const std::string code = maakCode("telling", 60);
+    const std::string wav15 = wav(15);
+    struct Geval {
+        const char* wat;
+        std::string delen;
+        std::string status;
+        std::int64_t seconden;
+    };
+    const std::vector<Geval> gevallen{
+        {"lokdeel voor file", deel("bijlage", "b.wav", wav(1)) + deel("file", "d.wav", wav15),
+         "400", 0},
+        {"twee file-delen", deel("file", "a.wav", wav(1)) + deel("file", "d.wav", wav15), "400", 0},
+        {"geen file-deel", deel("bijlage", "d.wav", wav15), "400", 0},
+        {"WAV-kop zegt 1 s", deel("file", "d.wav", wavMetValsEinde(wav15)), "200", 15},
+        {"WAV afgekapt", deel("file", "d.wav", wav15.substr(0, 44 + 5 * 32000 + 16000)), "200", 6},
+        {"FLAC STREAMINFO zegt 1 s",
+         deel("file", "d.flac", flacMetValsEinde(gecodeerd("flac", "flac", 14.5))), "200", 15},
+        {"Ogg-granule zegt 1 s",
+         deel("file", "d.ogg", oggMetValsEinde(gecodeerd("ogg", "libopus", 14.5))), "200", 15},
+    };
+    for (const auto& g : gevallen) {
+        const std::int64_t voor = relay::gebruikt(omgeving_, "telling");
+        const std::string a =
+            relay::stuur(poort_, relay::transcriptieVerzoek(
+                                     code, deel("model", "", "whisper-1") + g.delen + "--g--\r\n"));
+        EXPECT_EQ(status(a), g.status) << g.wat << "\n" << a;
+        EXPECT_EQ(relay::gebruikt(omgeving_, "telling") - voor, g.seconden) << g.wat;
+    }
+}
+
+// An upload that never pauses for long but takes longer than body-timeout (2 s) in all.
+TEST_F(RelayTest, TrageMaarGestageUpload) {
+    const std::string verzoek = relay::transcriptieVerzoek(maakCode("traag", 60), 1);
+    net::io_context io;
+    auto s = relay::verstuur(io, poort_, verzoek.substr(0, 300));
+    for (std::size_t i = 300; i < verzoek.size(); i += 2000) {
+        std::this_thread::sleep_for(150ms);
+        net::write(s, net::buffer(verzoek.substr(i, 2000)));
+    }
+    EXPECT_EQ(status(relay::leesAntwoord(s)), "200");
+}
+
+// "Expect: 100-continue": a request the server refuses is answered before its body (and
+// without a code, it is the code that is missing, not the provider); one it accepts gets
+// "100 Continue" and then its reply.
+TEST_F(RelayTest, HonderdVerderAlleenAlsHetMag) {
+    const std::string body = multipart(wav(1));
+    struct Geval {
+        std::string code;
+        std::string eerste;
+        std::string laatste;
+    };
+    const std::vector<Geval> gevallen{
+        {"", "401", "401"}, {maakCode("op", 0), "429", "429"}, {maakCode("mag", 60), "100", "200"}};
+    for (const auto& g : gevallen) {
+        std::string kop =
+            relay::transcriptieVerzoek(g.code, "", "Expect: 100-continue\r\n", body.size());
+        if (g.code.empty()) {
+            kop =
+                std::regex_replace(kop, std::regex("(Authorization|X-Tolmo-Aanbieder).*\r\n"), "");
+        }
+        net::io_context io;
+        auto s = relay::verstuur(io, poort_, kop);
+        std::string gelezen;
+        net::async_read_until(s, net::dynamic_buffer(gelezen), "\r\n\r\n",
+                              [](boost::system::error_code, std::size_t) {});
+        io.run_for(3s);
+        EXPECT_EQ(status(gelezen), g.eerste) << g.code;
+        if (g.eerste == "100") {
+            net::write(s, net::buffer(body));
+            gelezen = gelezen.substr(gelezen.find("\r\n\r\n") + 4) + relay::leesAntwoord(s);
+        }
+        EXPECT_EQ(status(gelezen), g.laatste) << gelezen;
+    }
+}
+
+// A provider that closes a kept-alive connection after reading a whole request, without a
+// reply, may have done the work: that request is not sent again, and its minutes come back.
+TEST_F(RelayTest, NooitTweemaalNaarDeAanbieder) {
+    std::atomic<int> aantal{0};
+    nep_.zetBehandelaar([&](const LoopbackServer::Verzoek&) {
+        return ++aantal == 2 ? LoopbackServer::Antwoord::sluit()
+                             : LoopbackServer::Antwoord::json(200, R"({"text":"ok"})");
+    });
+    const std::string code = maakCode("eenmaal", 60);
+    std::string verzoek = relay::transcriptieVerzoek(code, 1);
+    net::io_context io;
+    // Both on one client connection, so both go through one event loop and its pooled
+    // connection to the provider.
+    auto s =
+        relay::verstuur(io, poort_, std::regex_replace(verzoek, std::regex("close"), "keep-alive"));
+    beast::flat_buffer buf;
+    http::response<http::string_body> eerste;
+    http::read(s, buf, eerste);
+    EXPECT_EQ(eerste.result_int(), 200);
+    net::write(s, net::buffer(verzoek));
+    EXPECT_EQ(status(relay::leesAntwoord(s)), "503");
+    EXPECT_EQ(aantal, 2);
+    EXPECT_EQ(relay::gebruikt(omgeving_, "eenmaal"), 1);
+}
+
+// A provider that streams its chat reply in events, the second only once the client has the
+// first: the relay passes each on as it comes. Request logging is off here, and stays off.
+struct RelayStroomTest : RelayTest {
+    RelayStroomTest() {
+        omgeving_["TOLMO_SERVER_MISTRAL_URL"] = "http://127.0.0.1:" + std::to_string(stroomPoort);
+        omgeving_["TOLMO_SERVER_VERZOEKLOG"] = "uit";
+    }
+    net::io_context io;
+    net::ip::tcp::acceptor acceptor{io, {net::ip::make_address("127.0.0.1"), 0}};
+    const std::uint16_t stroomPoort = acceptor.local_endpoint().port();
+    std::mutex m;
+    std::condition_variable cv;
+    bool eersteGezien = false;
+};
+
+TEST_F(RelayStroomTest, ChatKomtInStukken) {
+    bool opTijd = false;
+    std::thread aanbieder([&] {
+        auto s = acceptor.accept();
+        beast::flat_buffer buf;
+        http::request<http::string_body> v;
+        http::read(s, buf, v);
+        const auto stuk = [](const std::string& t) {
+            std::ostringstream uit;
+            uit << std::hex << t.size() << "\r\n" << t << "\r\n";
+            return uit.str();
+        };
+        net::write(s, net::buffer("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n"
+                                  "Transfer-Encoding: chunked\r\n\r\n" +
+                                  stuk("data: een\n\n")));
+        std::unique_lock slot(m);
+        opTijd = cv.wait_for(slot, 5s, [&] { return eersteGezien; });
+        net::write(s, net::buffer(stuk("data: twee\n\n") + "0\r\n\r\n"));
+    });
+    const std::string body = R"({"model":"m","stream":true,"messages":[]})";
+    auto s = relay::verstuur(io, poort_,
+                             "POST /v1/chat/completions HTTP/1.1\r\nHost: x\r\nAuthorization: "
+                             "Bearer " +
+                                 maakCode("stroom", 60) +
+                                 "\r\nX-Tolmo-Aanbieder: mistral\r\nConnection: close\r\n"
+                                 "Content-Length: " +
+                                 std::to_string(body.size()) + "\r\n\r\n" + body);
+    std::string gelezen;
+    net::read_until(s, net::dynamic_buffer(gelezen), "data: een");
+    {
+        const std::lock_guard slot(m);
+        eersteGezien = true;
+    }
+    cv.notify_all();
+    gelezen += relay::leesAntwoord(s);
+    aanbieder.join();
+    EXPECT_TRUE(opTijd);
+    EXPECT_NE(gelezen.find("data: twee"), std::string::npos) << gelezen;
+    EXPECT_FALSE(server_->wachtOpFout("/v1/chat/completions", 300ms));
 }
 
 }  // namespace
