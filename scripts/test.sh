@@ -1,13 +1,9 @@
 #!/usr/bin/env bash
 # Every test: formatting, the CI build (warnings are errors) with all tests, the same tests
 # under AddressSanitizer and UndefinedBehaviorSanitizer, a build with clang-16 and libc++ (the
-<<<<<<< HEAD
-# Mac's kind of standard library) with the tests that need no daemon, the Debian packages in a
-# clean Debian 12 root, and a short run of every fuzzer.
-=======
 # Mac's kind of standard library) with the tests that need no daemon, the Mac app's
-# Objective-C++ type-checked for both architectures, and a short run of every fuzzer.
->>>>>>> mac
+# Objective-C++ type-checked for both architectures, the Debian packages in a clean Debian 12
+# root, and a short run of every fuzzer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/installeer.sh
@@ -16,6 +12,8 @@ scripts/echte-apps.sh
 export TOLMO_ECHTE_APPS=verplicht
 # Paths relative to the checkout, so that another clone of the same tree hits ccache as well.
 export CCACHE_BASEDIR="$PWD"
+# Six build trees (ci, asan, libcxx, pakket, fuzz and the main job's) outgrow ccache's 5 GB.
+export CCACHE_MAXSIZE="${CCACHE_MAXSIZE:-20G}"
 
 echo "== opmaak"
 scripts/formaat.sh --check
