@@ -51,18 +51,15 @@ const std::vector<AppStijl>& linuxAppStijlen() {
         // Wayland-native apps are known by their app id, mostly reverse-domain names.
         {"org.gnome.gedit", "gedit", Stijl::letterlijk},
         {"org.kde.kate", "Kate", Stijl::letterlijk},
-        {"code", "Visual Studio Code", Stijl::letterlijk},
         {"footclient", "foot", Stijl::letterlijk},
         {"org.gnome.Console", "Console", Stijl::letterlijk},
         {"org.gnome.Ptyxis", "Ptyxis", Stijl::letterlijk},
         {"org.gnome.Terminal", "GNOME Terminal", Stijl::letterlijk},
         {"org.kde.konsole", "Konsole", Stijl::letterlijk},
-        {"com.mitchellh.ghostty", "Ghostty", Stijl::letterlijk},
         {"org.mozilla.Thunderbird", "Thunderbird", Stijl::zakelijk},
         {"org.gnome.Evolution", "Evolution", Stijl::zakelijk},
         {"org.gnome.Geary", "Geary", Stijl::zakelijk},
         {"org.kde.kmail2", "KMail", Stijl::zakelijk},
-        {"org.telegram.desktop", "Telegram", Stijl::los},
         {"org.mozilla.firefox", "Firefox", Stijl::neutraal},
     };
     return apps;

@@ -142,7 +142,8 @@ TEST_F(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     nep::Foot een(sway_.uit(), "foot", "een");
     nep::Foot twee(sway_.uit(), "foot", "twee");
     nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
-    antwoordVertraging_ = 1500;
+    // Long enough that the switch lands while the text is made, even on a busy machine.
+    antwoordVertraging_ = 5000;
     dicteer();
     // The user moves to the other terminal while the text is being made.
     nep::SwayServer::opdracht({"[title=\"twee\"]", "focus"});
