@@ -52,42 +52,39 @@ struct AanbiederKlant::Verbinding {
         return r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
     }
 
-    template <class Body>
-    net::awaitable<beast::error_code> schrijf(http::request<Body>& verzoek) {
+    // Runs one Beast operation on whichever stream this connection has, plain or TLS; the
+    // operation is given the stream and the completion token.
+    template <class Operatie>
+    net::awaitable<beast::error_code> opStroom(Operatie operatie) {
         beast::error_code ec;
+        const auto teken = net::redirect_error(net::use_awaitable, ec);
         if (plat) {
-            co_await http::async_write(*plat, verzoek, net::redirect_error(net::use_awaitable, ec));
+            co_await operatie(*plat, teken);
         } else {
-            co_await http::async_write(*veilig, verzoek,
-                                       net::redirect_error(net::use_awaitable, ec));
+            co_await operatie(*veilig, teken);
         }
         co_return ec;
+    }
+
+    template <class Body>
+    net::awaitable<beast::error_code> schrijf(http::request<Body>& verzoek) {
+        return opStroom([&verzoek](auto& stroom, auto teken) {
+            return http::async_write(stroom, verzoek, teken);
+        });
     }
 
     template <class Parser>
     net::awaitable<beast::error_code> leesKop(Parser& p) {
-        beast::error_code ec;
-        if (plat) {
-            co_await http::async_read_header(*plat, buf, p,
-                                             net::redirect_error(net::use_awaitable, ec));
-        } else {
-            co_await http::async_read_header(*veilig, buf, p,
-                                             net::redirect_error(net::use_awaitable, ec));
-        }
-        co_return ec;
+        return opStroom([this, &p](auto& stroom, auto teken) {
+            return http::async_read_header(stroom, buf, p, teken);
+        });
     }
 
     template <class Parser>
     net::awaitable<beast::error_code> leesStuk(Parser& p) {
-        beast::error_code ec;
-        if (plat) {
-            co_await http::async_read_some(*plat, buf, p,
-                                           net::redirect_error(net::use_awaitable, ec));
-        } else {
-            co_await http::async_read_some(*veilig, buf, p,
-                                           net::redirect_error(net::use_awaitable, ec));
-        }
-        co_return ec;
+        return opStroom([this, &p](auto& stroom, auto teken) {
+            return http::async_read_some(stroom, buf, p, teken);
+        });
     }
 };
 
