@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Builds the Debian packages (build/pakket) twice, once as an older version, runs lintian on them
-# and proves them in a clean Debian 12 root made with debootstrap: the older packages are
+# Builds the Debian packages twice, once as an older version, runs lintian on them and proves
+# them in a clean Debian 12 root made with debootstrap: the older packages are
 # installed with apt-get as a user would, settings, a key, an edited configuration file and the
 # server's database are made, the new packages upgrade them, every command runs, and remove and
 # purge leave or delete what they should. Needs root (chroot, mount). The root is cached as a
 # tarball under ~/.cache/tolmo/, and the packages apt fetches into it in a folder next to it.
+# The packages come from build/pakket, or from the tree of the preset TOLMO_PAKKET_PRESET names:
+# CI uses its `ci` tree, which is built with the same flags.
 # shellcheck disable=SC2016,SC2034  # the checks are shell text that controleer evaluates
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -30,14 +32,15 @@ controleer() {
 }
 
 # -- the packages: an older version first, to upgrade from
-bouw=build/pakket
+preset=${TOLMO_PAKKET_PRESET:-pakket}
+bouw=build/$preset
 versie=$(sed -n 's/^project(Tolmo VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 vorige="$versie~vorige"
 rm -rf "$bouw/debs"
 for v in "$vorige" "$versie"; do
   kop "pakketten $v"
-  cmake --preset pakket -DTOLMO_PAKKET_VERSIE="$v" >/dev/null
-  cmake --build --preset pakket
+  cmake --preset "$preset" -DTOLMO_PAKKET_VERSIE="$v" >/dev/null
+  cmake --build --preset "$preset"
   (cd "$bouw" && cpack -B "$PWD/debs/$v" >/dev/null)
 done
 nieuw=("$bouw/debs/$versie"/tolmo*_"$versie"_*.deb)
