@@ -37,6 +37,7 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
+#include "Tolmo/linux/InstellingenKeuzes.h"
 #include "Tolmo/linux/LinuxAppStijlen.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/SessieKeuze.h"
@@ -77,6 +78,11 @@ std::filesystem::path opnameMap() {
     auto map = basis / "tolmo" / "opnames";
     std::filesystem::create_directories(map);
     return map;
+}
+
+std::optional<std::string> leesOmgeving(std::string_view k) {
+    const char* w = std::getenv(std::string(k).c_str());
+    return w != nullptr ? std::optional<std::string>(w) : std::nullopt;
 }
 
 void meld(const std::string& regel) {
@@ -265,10 +271,12 @@ struct Samenstelling {
                          QStringLiteral("Stijlen"));
         venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
                          QStringLiteral("Woordenlijst"));
+        const auto* w = dynamic_cast<const WaylandAdapters*>(sessie.get());
         venster->voegToe(
             std::make_unique<ToestemmingenTab>(
                 *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
-                [this] { return focus.volgt(); }),
+                [this] { return focus.volgt(); },
+                InstellingenKeuzes::bindingen(w != nullptr && w->compositorBindt(), leesOmgeving)),
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
@@ -299,24 +307,6 @@ struct Samenstelling {
         }
     }
 };
-
-// Sends a command to the running instance; the exit status for main.
-int stuurOpdracht(Opdracht opdracht) {
-    try {
-        const Bezorging b = stuur(bedieningsPad(), opdracht);
-        if (b.uitslag == Bezorging::Uitslag::afgeleverd) {
-            return 0;
-        }
-        if (b.uitslag == Bezorging::Uitslag::draaitNiet) {
-            std::cerr << "tolmo-app: Tolmo draait niet. Start eerst tolmo-app.\n";
-        } else {
-            std::cerr << "tolmo-app: " << b.fout << "\n";
-        }
-    } catch (const std::exception& e) {
-        std::cerr << "tolmo-app: " << e.what() << "\n";
-    }
-    return 1;
-}
 
 // SIGTERM and SIGINT end the app through its event loop, so quitting still cancels a
 // recording and puts a waiting clipboard back.
@@ -355,14 +345,11 @@ int main(int argc, char** argv) {
             return 2;
         case Aanroep::Soort::opdracht:
             // No display needed: a compositor's binding may run it from anywhere in the session.
-            return stuurOpdracht(aanroep.opdracht);
+            return stuurVanafOpdrachtregel(aanroep.opdracht, "tolmo-app");
         case Aanroep::Soort::app:
             break;
     }
-    const auto keuze = kiesSessie(aanroep.sessie, [](std::string_view k) {
-        const char* w = std::getenv(std::string(k).c_str());
-        return w != nullptr ? std::optional<std::string>(w) : std::nullopt;
-    });
+    const auto keuze = kiesSessie(aanroep.sessie, leesOmgeving);
     if (!keuze) {
         std::cerr << "tolmo-app: " << geenSessieMelding << "\n";
         return 1;

@@ -6,23 +6,21 @@ WaylandAdapters::WaylandAdapters(bool xwaylandIndicator) : xwaylandIndicator_(xw
 
 std::vector<Vermogen> WaylandAdapters::vermogens() const {
     using S = Vermogen::Soort;
-    // KWin announces its own window list; wlroots compositors the foreign-toplevel one.
-    const bool kde = verbinding_.biedt("org_kde_plasma_window_management");
     std::vector<Vermogen> v;
-    if (kde) {
+    if (kde()) {
         v.push_back({S::houdToets, "",
                      "KDE voert een sneltoets niet uit bij loslaten, dus een houdtoets kan hier "
                      "niet. Gebruik de wisselsneltoets."});
-        v.push_back({S::wisselSneltoets, "sneltoets van KDE (tolmo-app --wissel)",
+        v.push_back({S::wisselSneltoets, "sneltoets van KDE (tolmo-bediening --wissel)",
                      "Maak in Systeeminstellingen > Sneltoetsen een eigen sneltoets die "
-                     "tolmo-app --wissel uitvoert."});
+                     "tolmo-bediening --wissel uitvoert."});
     } else {
-        v.push_back({S::houdToets, "sneltoets van de compositor (tolmo-app --start/--stop)",
-                     "Zet de regels van tolmo-app --bindingen sway (of hyprland) in de "
-                     "configuratie van je compositor."});
-        v.push_back({S::wisselSneltoets, "sneltoets van de compositor (tolmo-app --wissel)",
-                     "Zet de regels van tolmo-app --bindingen sway (of hyprland) in de "
-                     "configuratie van je compositor."});
+        v.push_back({S::houdToets, "sneltoets van de compositor (tolmo-bediening --start/--stop)",
+                     "Zet de regels onder Sneltoetsen van je compositor (of van tolmo-app "
+                     "--bindingen sway|hyprland) in de configuratie van je compositor."});
+        v.push_back({S::wisselSneltoets, "sneltoets van de compositor (tolmo-bediening --wissel)",
+                     "Zet de regels onder Sneltoetsen van je compositor (of van tolmo-app "
+                     "--bindingen sway|hyprland) in de configuratie van je compositor."});
     }
     if (!klembord_.protocol().empty()) {
         v.push_back({S::klembord, std::string(klembord_.protocol()), ""});
@@ -33,7 +31,7 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
     }
     if (plakToetsMogelijk()) {
         v.push_back({S::plakken, "zwp_virtual_keyboard_v1", ""});
-    } else if (kde || !klembord_.kanPlakken()) {
+    } else if (kde() || !klembord_.kanPlakken()) {
         v.push_back({S::plakken, "",
                      "Deze compositor biedt geen virtueel toetsenbord. De tekst komt op het "
                      "klembord en je plakt hem zelf met Ctrl+V; plakken via het "

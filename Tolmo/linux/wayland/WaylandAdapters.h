@@ -22,6 +22,10 @@ class WaylandAdapters final : public SessieAdapters {
     // the X11 set through XWayland reaches more.
     [[nodiscard]] bool klembordBeschikbaar() const { return !klembord_.protocol().empty(); }
 
+    // Whether keys reach the app only through bindings in the compositor's configuration (a
+    // wlroots compositor); KDE has shortcuts of its own the user sets up in its settings.
+    [[nodiscard]] bool compositorBindt() const { return !kde(); }
+
     [[nodiscard]] ToetsBron& toetsen() override { return toetsen_; }
     [[nodiscard]] EscBron* esc() override { return nullptr; }
     [[nodiscard]] KlembordPoort& klembord() override { return klembord_; }
@@ -39,6 +43,9 @@ class WaylandAdapters final : public SessieAdapters {
     bool geefKlembordAf(std::chrono::milliseconds /*termijn*/) override { return false; }
 
   private:
+    // KWin announces its own window list; wlroots compositors the foreign-toplevel one.
+    [[nodiscard]] bool kde() const { return verbinding_.biedt("org_kde_plasma_window_management"); }
+
     WaylandVerbinding verbinding_;
     WaylandFocus focus_{verbinding_};
     WaylandKlembord klembord_{verbinding_, focus_};
