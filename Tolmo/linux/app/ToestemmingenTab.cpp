@@ -1,6 +1,7 @@
 #include "Tolmo/linux/app/ToestemmingenTab.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QDateTime>
 #include <QFontDatabase>
@@ -35,7 +36,7 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
                                    std::function<std::vector<Vermogen>()> vermogens,
                                    std::function<bool()> volgtVeld,
                                    std::optional<InstellingenKeuzes::BindingenKeuze> bindingen,
-                                   QWidget* ouder)
+                                   std::optional<ToetsenbordKeuze> toetsenborden, QWidget* ouder)
     : InstellingenTab(ouder),
       r_(regelaar),
       teksten_(teksten),
@@ -95,6 +96,28 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
         connect(compositor_, &QComboBox::currentIndexChanged, this, [this] { toon(); });
         connect(kopieer, &QPushButton::clicked, this,
                 [this] { QApplication::clipboard()->setText(regels_->toPlainText()); });
+    }
+
+    if (toetsenborden) {
+        auto* groep = new QGroupBox("Toetsenborden zelf lezen", this);
+        auto* groepIndeling = new QVBoxLayout(groep);
+        auto* keuze =
+            new QCheckBox("Houdtoets, wisselsneltoets en Esc uit de toetsenborden lezen", groep);
+        keuze->setChecked(toetsenborden->aan);
+        groepIndeling->addWidget(keuze);
+        auto* uitleg = waarde(groep);
+        uitleg->setText(
+            "Dan werkt de houdtoets zoals onder X11, op elke compositor, zonder regels in zijn "
+            "configuratie. Wat dat betekent: Tolmo leest dan elke toets die je typt, op elk "
+            "toetsenbord en in elk venster, ook je wachtwoorden. Tolmo let alleen op de houdtoets, "
+            "de wisselsneltoets en Esc en bewaart of verstuurt geen toetsen, maar elk programma "
+            "dat onder jouw naam draait, kan je toetsen dan ook lezen. Daarvoor moet je in de "
+            "groep input: voer sudo usermod -aG input $USER uit en log daarna opnieuw in. De "
+            "keuze geldt vanaf de volgende start van Tolmo.");
+        groepIndeling->addWidget(uitleg);
+        indeling->addWidget(groep);
+        connect(keuze, &QCheckBox::toggled, this,
+                [zet = toetsenborden->zet](bool aan) { zet(aan); });
     }
 
     auto* dienst = new QGroupBox("Spraakdienst", this);

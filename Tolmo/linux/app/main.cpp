@@ -89,6 +89,15 @@ void meld(const std::string& regel) {
     std::cerr << "Tolmo: " << regel << std::endl;
 }
 
+// Whether the user lets the app read the keyboards themselves on Wayland; off unless chosen in
+// the settings window.
+constexpr const char* toetsenbordenSleutel = "linux.toetsenbordenLezen";
+bool leestToetsenborden() {
+    const auto w = XdgOpslag(XdgOpslag::configMap(), "app.tolmo", meld).lees(toetsenbordenSleutel);
+    const bool* aan = w ? std::get_if<bool>(&*w) : nullptr;
+    return aan != nullptr && *aan;
+}
+
 // The user's own paste chords per app ("linux.plakToetsen" in app.tolmo.json), read at launch.
 std::vector<X11PlakToetsen::Regel> eigenPlakRegels() {
     const XdgOpslag opslag{XdgOpslag::configMap(), "app.tolmo", meld};
@@ -276,7 +285,12 @@ struct Samenstelling {
             std::make_unique<ToestemmingenTab>(
                 *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
                 [this] { return focus.volgt(); },
-                InstellingenKeuzes::bindingen(w != nullptr && w->compositorBindt(), leesOmgeving)),
+                InstellingenKeuzes::bindingen(w != nullptr && w->compositorBindt(), leesOmgeving),
+                w == nullptr ? std::nullopt
+                             : std::optional<ToestemmingenTab::ToetsenbordKeuze>({
+                                   leestToetsenborden(),
+                                   [this](bool aan) { standaard.zet(toetsenbordenSleutel, aan); },
+                               })),
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
@@ -413,7 +427,9 @@ int main(int argc, char** argv) {
     try {
         std::unique_ptr<SessieAdapters> adapters;
         if (wayland) {
-            auto w = std::make_unique<WaylandAdapters>(xwayland);
+            auto w = std::make_unique<WaylandAdapters>(
+                xwayland, leestToetsenborden() ? std::optional<std::filesystem::path>("/dev/input")
+                                               : std::nullopt);
             if (w->klembordBeschikbaar() || !xwayland) {
                 adapters = std::move(w);
                 sessieRegel += "Wayland (eigen verbinding)";

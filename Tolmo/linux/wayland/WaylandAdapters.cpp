@@ -1,13 +1,69 @@
 #include "Tolmo/linux/wayland/WaylandAdapters.h"
 
+#include <sys/epoll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
 namespace tolmo {
 
-WaylandAdapters::WaylandAdapters(bool xwaylandIndicator) : xwaylandIndicator_(xwaylandIndicator) {}
+WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
+                                 const std::optional<std::filesystem::path>& toetsenborden)
+    : xwaylandIndicator_(xwaylandIndicator) {
+    if (toetsenborden) {
+        try {
+            evdev_ = std::make_unique<EvdevToetsBron>(*toetsenborden);
+        } catch (const std::exception& e) {
+            evdevFout_ = e.what();
+        }
+    }
+    samen_ = ::epoll_create1(EPOLL_CLOEXEC);
+    if (samen_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "epoll");
+    }
+    for (const int fd : {verbinding_.descriptor(), evdev_ ? evdev_->descriptor() : -1}) {
+        epoll_event e{};
+        e.events = EPOLLIN;
+        e.data.fd = fd;
+        if (fd >= 0) {
+            ::epoll_ctl(samen_, EPOLL_CTL_ADD, fd, &e);
+        }
+    }
+}
+
+WaylandAdapters::~WaylandAdapters() {
+    ::close(samen_);
+}
+
+void WaylandAdapters::verwerk() {
+    verbinding_.verwerk();
+    if (evdev_) {
+        evdev_->verwerk();
+    }
+}
 
 std::vector<Vermogen> WaylandAdapters::vermogens() const {
     using S = Vermogen::Soort;
     std::vector<Vermogen> v;
-    if (kde()) {
+    if (evdev_) {
+        const std::size_t n = evdev_->apparaten().toetsenborden().size();
+        const std::string mechanisme =
+            n == 0 ? "" : "toetsenborden zelf gelezen (" + std::to_string(n) + ", evdev)";
+        const std::string advies =
+            n > 0 ? ""
+            : evdev_->apparaten().toegangGeweigerd()
+                ? "Tolmo mag je toetsenborden niet lezen. Voer sudo usermod -aG input $USER uit "
+                  "en log daarna opnieuw in."
+                : "Tolmo vindt geen toetsenbord. Een toetsenbord dat je aansluit, ziet Tolmo "
+                  "meteen.";
+        v.push_back({S::houdToets, mechanisme, advies});
+        v.push_back({S::wisselSneltoets, mechanisme, advies});
+    } else if (!evdevFout_.empty()) {
+        const std::string advies = "De toetsenborden zijn niet te lezen: " + evdevFout_ + ".";
+        v.push_back({S::houdToets, "", advies});
+        v.push_back({S::wisselSneltoets, "", advies});
+    } else if (kde()) {
         v.push_back({S::houdToets, "",
                      "KDE voert een sneltoets niet uit bij loslaten, dus een houdtoets kan hier "
                      "niet. Gebruik de wisselsneltoets."});
