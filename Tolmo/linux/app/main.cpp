@@ -133,6 +133,9 @@ struct Samenstelling {
         openSleutelbeheer(XdgOpslag::configMap(), BestandsKluis::echteOmgeving);
     GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
     OpnameVenster indicator{golf};
+    // On a compositor with a layer shell, the indicator drawn there instead, which can never take
+    // the focus; null elsewhere.
+    std::unique_ptr<WaylandIndicator> laag;
     std::unique_ptr<Systeemvak> vak;
     QSocketNotifier sessieGebeurtenissen{sessie->descriptor(), QSocketNotifier::Read};
     // Last, so it goes first: it holds every port above.
@@ -181,6 +184,15 @@ struct Samenstelling {
             vorigeApp = AppStijl{*doel->bundleId, "", Stijl::neutraal};
         }
         venster->toon(tab);
+    }
+
+    // The Qt window works out light or dark (from the palette when automatic); the layer
+    // indicator follows it.
+    void zetWeergave() {
+        indicator.zetWeergave(regelaar->instellingen().weergave);
+        if (laag) {
+            laag->zetLicht(indicator.licht());
+        }
     }
 
     // sessieRegel: which adapter set serves this session and why, for the log.
@@ -232,6 +244,10 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         // The route is the user's, so the consent names each one it may take.
         opties.toestemming = CloudToestemming::eigenRoute;
+        if (auto* w = dynamic_cast<WaylandAdapters*>(sessie.get())) {
+            laag = w->maakIndicator(golf);
+        }
+        OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag) : indicator;
         DictaatRegelaar::Poorten poorten{lus,
                                          toestemmingen,
                                          sessie->toetsen(),
@@ -241,7 +257,7 @@ struct Samenstelling {
                                          sessie->klembord(),
                                          focus,
                                          vraag,
-                                         indicator,
+                                         getoond,
                                          *vak,
                                          logOpslag,
                                          werker,
@@ -254,13 +270,13 @@ struct Samenstelling {
         // X11 masks an Alt hold key so that its release opens no menu; the set follows the
         // setting.
         sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
-        indicator.zetWeergave(regelaar->instellingen().weergave);
+        zetWeergave();
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
             if (w == DictaatRegelaar::Wijziging::macInstellingen) {
                 sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
             }
             if (w == DictaatRegelaar::Wijziging::instellingen) {
-                indicator.zetWeergave(regelaar->instellingen().weergave);
+                zetWeergave();
             }
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));

@@ -36,6 +36,12 @@ WaylandAdapters::~WaylandAdapters() {
     ::close(samen_);
 }
 
+std::unique_ptr<WaylandIndicator> WaylandAdapters::maakIndicator(GolfAnimatie& golf) {
+    auto indicator = std::make_unique<WaylandIndicator>(verbinding_, golf);
+    laagIndicator_ = indicator->beschikbaar();
+    return laagIndicator_ ? std::move(indicator) : nullptr;
+}
+
 void WaylandAdapters::verwerk() {
     verbinding_.verwerk();
     if (evdev_) {
@@ -104,7 +110,10 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
                      "Deze compositor vertelt niet welke app vooraan staat, dus kiest Tolmo "
                      "geen stijl per app."});
     }
-    if (xwaylandIndicator_) {
+    if (laagIndicator_) {
+        v.push_back(
+            {S::indicator, "zwlr_layer_shell_v1 (bovenste laag, neemt nooit de focus)", ""});
+    } else if (xwaylandIndicator_) {
         v.push_back({S::indicator, "X11-venster via XWayland dat de focus weigert", ""});
     } else {
         v.push_back({S::indicator, "Wayland-venster van Qt",

@@ -6,6 +6,7 @@
 #include "Tolmo/linux/SessieAdapters.h"
 #include "Tolmo/linux/evdev/EvdevToetsBron.h"
 #include "Tolmo/linux/wayland/WaylandFocus.h"
+#include "Tolmo/linux/wayland/WaylandIndicator.h"
 #include "Tolmo/linux/wayland/WaylandKlembord.h"
 #include "Tolmo/linux/wayland/WaylandToetsBron.h"
 #include "Tolmo/linux/wayland/WaylandVerbinding.h"
@@ -31,6 +32,11 @@ class WaylandAdapters final : public SessieAdapters {
     // Whether the compositor lets us at the clipboard at all (GNOME does not): without that
     // the X11 set through XWayland reaches more.
     [[nodiscard]] bool klembordBeschikbaar() const { return !klembord_.protocol().empty(); }
+
+    // The indicator on the compositor's overlay layer, which never takes the focus; null where
+    // the compositor offers no layer shell (the toolkit's window that refuses the focus then).
+    // The animation must outlive it.
+    [[nodiscard]] std::unique_ptr<WaylandIndicator> maakIndicator(GolfAnimatie& golf);
 
     // Whether keys reach the app only through bindings in the compositor's configuration (a
     // wlroots compositor); KDE has shortcuts of its own the user sets up in its settings.
@@ -71,6 +77,7 @@ class WaylandAdapters final : public SessieAdapters {
     // Why the keyboards the user asked for are not read (no such directory), for the log.
     std::string evdevFout_;
     bool xwaylandIndicator_;
+    bool laagIndicator_ = false;
     int samen_ = -1;
 };
 
