@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -61,7 +62,9 @@ EvdevApparaten::EvdevApparaten(std::filesystem::path map, OpToets opToets,
     }
     // IN_ATTRIB: udev gives the group its access a moment after the node appears.
     if (::inotify_add_watch(inotify_, map_.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE) < 0) {
-        const std::system_error fout(errno, std::generic_category(), map_.string());
+        // Shown to the user in the settings window, as the reason no keyboard is read.
+        const std::runtime_error fout("kan " + map_.string() + " niet volgen (" +
+                                      std::strerror(errno) + ")");
         ::close(inotify_);
         ::close(epoll_);
         throw fout;

@@ -25,7 +25,8 @@ class EvdevApparaten {
     // a power button or a lid switch.
     using IsToetsenbord = std::function<bool(int fd)>;
 
-    // Throws std::system_error when the directory cannot be watched.
+    // Throws std::runtime_error (Dutch) when the directory cannot be watched, std::system_error
+    // when the system has no descriptors left.
     EvdevApparaten(std::filesystem::path map, OpToets opToets,
                    IsToetsenbord isToetsenbord = heeftLetters);
     ~EvdevApparaten();

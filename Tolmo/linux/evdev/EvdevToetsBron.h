@@ -24,7 +24,8 @@ class ToetsVolger;
 // modifier or Esc is the same key in every layout.
 class EvdevToetsBron final : public ToetsBron, public EscBron {
   public:
-    // Throws std::system_error when the directory cannot be watched.
+    // Throws std::runtime_error (Dutch) when the directory cannot be watched, std::system_error
+    // when the system has no descriptors left.
     explicit EvdevToetsBron(
         const std::filesystem::path& map = "/dev/input",
         EvdevApparaten::IsToetsenbord isToetsenbord = EvdevApparaten::heeftLetters);
