@@ -32,10 +32,11 @@ if(TOLMO_APP)
   list(APPEND componenten app)
   tolmo_pakket_gz(${TOLMO_PAKKET_MAP}/tolmo.1 tolmo.1)
   tolmo_pakket_gz(${TOLMO_PAKKET_MAP}/tolmo-app.1 tolmo-app.1)
+  tolmo_pakket_gz(${TOLMO_PAKKET_MAP}/tolmo-bediening.1 tolmo-bediening.1)
   configure_file(${TOLMO_PAKKET_MAP}/app.tolmo.Tolmo.metainfo.xml
     ${TOLMO_PAKKET_BOUW}/app.tolmo.Tolmo.metainfo.xml @ONLY)
   install(FILES ${TOLMO_PAKKET_BOUW}/tolmo.1.gz ${TOLMO_PAKKET_BOUW}/tolmo-app.1.gz
-    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT app)
+    ${TOLMO_PAKKET_BOUW}/tolmo-bediening.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT app)
   install(FILES ${TOLMO_PAKKET_BOUW}/app.tolmo.Tolmo.metainfo.xml
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/metainfo COMPONENT app)
 endif()
@@ -79,7 +80,8 @@ set(CPACK_COMPONENT_APP_DESCRIPTION "dicteren met één toets, in elke app
 Houd een toets ingedrukt, spreek in elke mix van talen en laat los: de
 opgeschoonde tekst staat in de app en het veld waar je was, en je klembord
 krijgt zijn oude inhoud terug. tolmo-app staat in het systeemvak van een
-X11-bureaublad (onder Wayland via XWayland); het commando tolmo dicteert
+X11-bureaublad (onder Wayland via XWayland); tolmo-bediening is het commando
+dat sneltoetsen van een Wayland-compositor uitvoeren; het commando tolmo dicteert
 bestanden en zet sleutels en instellingen. De herkenning loopt via je eigen
 sleutel bij OpenAI of Mistral, of via een Tolmo-server.")
 # The app loads these at run time instead of linking them: Qt's X11 platform plugin and its SVG

@@ -3,6 +3,8 @@
 #include <X11/X.h>
 #include <X11/keysym.h>
 
+#include <algorithm>
+#include <cctype>
 #include <string>
 
 #include "Tolmo/linux/x11/X11Toetsen.h"
@@ -113,6 +115,37 @@ std::string InstellingenKeuzes::combinatieNaam(const Toetscombinatie& combinatie
         }
     }
     return naam + combinatie.label;
+}
+
+std::optional<InstellingenKeuzes::BindingenKeuze> InstellingenKeuzes::bindingen(
+    bool compositorBindt, const OmgevingLezer& omgeving) {
+    if (!compositorBindt) {
+        return std::nullopt;
+    }
+    const auto gezet = [&](std::string_view k) {
+        const auto w = omgeving(k);
+        return w && !w->empty();
+    };
+    if (gezet("SWAYSOCK")) {
+        return BindingenKeuze{Compositor::sway, true};
+    }
+    if (gezet("HYPRLAND_INSTANCE_SIGNATURE")) {
+        return BindingenKeuze{Compositor::hyprland, true};
+    }
+    // A colon-separated list, in any case ("sway", "Hyprland", "river:wlroots").
+    std::string bureaublad = omgeving("XDG_CURRENT_DESKTOP").value_or("");
+    std::transform(bureaublad.begin(), bureaublad.end(), bureaublad.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::string_view rest = bureaublad;
+    while (!rest.empty()) {
+        const auto einde = rest.find(':');
+        const auto naam = compositorUit(rest.substr(0, einde));
+        if (naam) {
+            return BindingenKeuze{*naam, true};
+        }
+        rest = einde == std::string_view::npos ? std::string_view() : rest.substr(einde + 1);
+    }
+    return BindingenKeuze{Compositor::sway, false};
 }
 
 }  // namespace tolmo

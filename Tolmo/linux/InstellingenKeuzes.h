@@ -5,6 +5,8 @@
 #include <string>
 
 #include "Tolmo/MacVertaling/MenuStand.h"
+#include "Tolmo/linux/SessieKeuze.h"
+#include "Tolmo/linux/wayland/WaylandBindingen.h"
 #include "TolmoKern/Sneltoetsen/CombinatieOpname.h"
 #include "TolmoKern/Sneltoetsen/HoudToets.h"
 #include "TolmoKern/Sneltoetsen/Toetscombinatie.h"
@@ -54,6 +56,19 @@ struct InstellingenKeuzes {
     // (Ctrl+Alt+D)". Cancelling is not what the combination does, so that title stays bare.
     static std::string actieTitel(const MenuStand& stand,
                                   const std::optional<Toetscombinatie>& wisselSneltoets);
+
+    // Where only the compositor's own bindings reach the keys (a wlroots compositor: no portal,
+    // no global shortcuts), the window shows the lines for them. compositorBindt: the session
+    // runs the Wayland set on such a compositor. The compositor is the one the session names
+    // (sway's IPC socket, Hyprland's instance, XDG_CURRENT_DESKTOP); herkend is false when it
+    // names neither, and the window then starts with sway's lines and lets the user switch.
+    struct BindingenKeuze {
+        Compositor compositor = Compositor::sway;
+        bool herkend = false;
+        bool operator==(const BindingenKeuze&) const = default;
+    };
+    static std::optional<BindingenKeuze> bindingen(bool compositorBindt,
+                                                   const OmgevingLezer& omgeving);
 };
 
 }  // namespace tolmo

@@ -21,6 +21,7 @@ class OpnameVenster final : public QWidget, public OpnameIndicator {
     void verberg() override;
     // Light or dark as the settings say; automatisch follows the desktop's palette.
     void zetWeergave(Weergave weergave);
+    [[nodiscard]] bool licht() const { return licht_; }
 
     static constexpr int breedte = 280;
     static constexpr int hoogte = 56;

@@ -1,8 +1,14 @@
 #include "Tolmo/linux/app/ToestemmingenTab.h"
 
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
 #include <QDateTime>
+#include <QFontDatabase>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <string>
 #include <utility>
@@ -28,7 +34,9 @@ QString tekst(std::string_view s) {
 
 ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::Teksten& teksten,
                                    std::function<std::vector<Vermogen>()> vermogens,
-                                   std::function<bool()> volgtVeld, QWidget* ouder)
+                                   std::function<bool()> volgtVeld,
+                                   std::optional<InstellingenKeuzes::BindingenKeuze> bindingen,
+                                   std::optional<ToetsenbordKeuze> toetsenborden, QWidget* ouder)
     : InstellingenTab(ouder),
       r_(regelaar),
       teksten_(teksten),
@@ -54,6 +62,63 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
     }
     rijen->addRow("Houdtoets via:", houdtoets_);
     indeling->addWidget(systeem);
+
+    if (bindingen) {
+        auto* groep = new QGroupBox("Sneltoetsen van je compositor", this);
+        auto* groepIndeling = new QVBoxLayout(groep);
+        auto* uitleg = waarde(groep);
+        uitleg->setText(
+            QString("Deze compositor geeft apps geen sneltoetsen: hij voert zelf uit wat je aan "
+                    "een toets koppelt. Zet deze regels in zijn configuratie, dan starten en "
+                    "stoppen je houdtoets en je wisselsneltoets Tolmo. Kies je andere toetsen, "
+                    "dan veranderen de regels mee.") +
+            (bindingen->herkend ? ""
+                                : " Tolmo herkent je compositor niet; kies de regels die "
+                                  "het best bij je configuratie passen."));
+        groepIndeling->addWidget(uitleg);
+        auto* rij = new QHBoxLayout;
+        compositor_ = new QComboBox(groep);
+        compositor_->addItem("sway", static_cast<int>(Compositor::sway));
+        compositor_->addItem("Hyprland", static_cast<int>(Compositor::hyprland));
+        compositor_->setCurrentIndex(
+            compositor_->findData(static_cast<int>(bindingen->compositor)));
+        rij->addWidget(compositor_);
+        rij->addStretch();
+        auto* kopieer = new QPushButton("Kopiëren", groep);
+        rij->addWidget(kopieer);
+        groepIndeling->addLayout(rij);
+        regels_ = new QPlainTextEdit(groep);
+        regels_->setReadOnly(true);
+        regels_->setLineWrapMode(QPlainTextEdit::NoWrap);
+        regels_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        groepIndeling->addWidget(regels_);
+        indeling->addWidget(groep);
+        connect(compositor_, &QComboBox::currentIndexChanged, this, [this] { toon(); });
+        connect(kopieer, &QPushButton::clicked, this,
+                [this] { QApplication::clipboard()->setText(regels_->toPlainText()); });
+    }
+
+    if (toetsenborden) {
+        auto* groep = new QGroupBox("Toetsenborden zelf lezen", this);
+        auto* groepIndeling = new QVBoxLayout(groep);
+        auto* keuze =
+            new QCheckBox("Houdtoets, wisselsneltoets en Esc uit de toetsenborden lezen", groep);
+        keuze->setChecked(toetsenborden->aan);
+        groepIndeling->addWidget(keuze);
+        auto* uitleg = waarde(groep);
+        uitleg->setText(
+            "Dan werkt de houdtoets zoals onder X11, op elke compositor, zonder regels in zijn "
+            "configuratie. Wat dat betekent: Tolmo leest dan elke toets die je typt, op elk "
+            "toetsenbord en in elk venster, ook je wachtwoorden. Tolmo let alleen op de houdtoets, "
+            "de wisselsneltoets en Esc en bewaart of verstuurt geen toetsen, maar elk programma "
+            "dat onder jouw naam draait, kan je toetsen dan ook lezen. Daarvoor moet je in de "
+            "groep input: voer sudo usermod -aG input $USER uit en log daarna opnieuw in. De "
+            "keuze geldt vanaf de volgende start van Tolmo.");
+        groepIndeling->addWidget(uitleg);
+        indeling->addWidget(groep);
+        connect(keuze, &QCheckBox::toggled, this,
+                [zet = toetsenborden->zet](bool aan) { zet(aan); });
+    }
 
     auto* dienst = new QGroupBox("Spraakdienst", this);
     auto* dienstIndeling = new QVBoxLayout(dienst);
@@ -95,6 +160,14 @@ void ToestemmingenTab::toon() {
         veld_->setText(volgtVeld_() ? "Ja: via AT-SPI volgt Tolmo in welk invoerveld je typt."
                                     : "Nee: AT-SPI antwoordt niet. Tolmo volgt alleen het "
                                       "venster, niet het invoerveld daarin.");
+    }
+    if (regels_ != nullptr) {
+        const auto c = static_cast<Compositor>(compositor_->currentData().toInt());
+        const QString nieuw = tekst(bindingen(c, r_.macInstellingen()));
+        // Setting the same text again would throw away what the user has selected in it.
+        if (regels_->toPlainText() != nieuw) {
+            regels_->setPlainText(nieuw);
+        }
     }
     houdtoets_->setText(tekst(SneltoetsMonitor::tekst(r_.houdtoetsMechanisme(), teksten_)) + ".");
     const auto& toestemming = r_.cloudToestemming();

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <QComboBox>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "Tolmo/linux/InstellingenKeuzes.h"
 #include "Tolmo/linux/SessieAdapters.h"
 #include "Tolmo/linux/app/InstellingenTab.h"
 
@@ -17,12 +21,23 @@ namespace tolmo {
 // row says whether the part it needs is there.
 class ToestemmingenTab final : public InstellingenTab {
   public:
+    // On Wayland: whether the user lets the app read the keyboards (stored, and used from the
+    // next start) and how the choice is stored.
+    struct ToetsenbordKeuze {
+        bool aan = false;
+        std::function<void(bool)> zet;
+    };
+
     // teksten: the key source's words for the hold-key mechanism. vermogens: the session's
     // capabilities, read again each time the tab redraws. volgtVeld: whether AT-SPI answers and
-    // the focused field is followed; without it that row is left out.
+    // the focused field is followed; without it that row is left out. bindingen: where only the
+    // compositor's bindings reach the keys, the lines for the user's keys with a copy button.
+    // toetsenborden: on Wayland, the choice to read the keyboards, with what it means.
     ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::Teksten& teksten,
                      std::function<std::vector<Vermogen>()> vermogens,
-                     std::function<bool()> volgtVeld = {}, QWidget* ouder = nullptr);
+                     std::function<bool()> volgtVeld = {},
+                     std::optional<InstellingenKeuzes::BindingenKeuze> bindingen = {},
+                     std::optional<ToetsenbordKeuze> toetsenborden = {}, QWidget* ouder = nullptr);
 
     void ververs(DictaatRegelaar::Wijziging wijziging) override;
 
@@ -38,6 +53,9 @@ class ToestemmingenTab final : public InstellingenTab {
     QLabel* veld_ = nullptr;
     QLabel* houdtoets_;
     QLabel* spraakdienst_;
+    // Null without compositor bindings.
+    QComboBox* compositor_ = nullptr;
+    QPlainTextEdit* regels_ = nullptr;
 };
 
 }  // namespace tolmo

@@ -37,6 +37,7 @@
 #include "Tolmo/MacVertaling/MenuStand.h"
 #include "Tolmo/MacVertaling/ServerAdres.h"
 #include "Tolmo/Poorten/DraadWerker.h"
+#include "Tolmo/linux/InstellingenKeuzes.h"
 #include "Tolmo/linux/LinuxAppStijlen.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/SessieKeuze.h"
@@ -79,8 +80,22 @@ std::filesystem::path opnameMap() {
     return map;
 }
 
+std::optional<std::string> leesOmgeving(std::string_view k) {
+    const char* w = std::getenv(std::string(k).c_str());
+    return w != nullptr ? std::optional<std::string>(w) : std::nullopt;
+}
+
 void meld(const std::string& regel) {
     std::cerr << "Tolmo: " << regel << std::endl;
+}
+
+// Whether the user lets the app read the keyboards themselves on Wayland; off unless chosen in
+// the settings window.
+constexpr const char* toetsenbordenSleutel = "linux.toetsenbordenLezen";
+bool leestToetsenborden() {
+    const auto w = XdgOpslag(XdgOpslag::configMap(), "app.tolmo", meld).lees(toetsenbordenSleutel);
+    const bool* aan = w ? std::get_if<bool>(&*w) : nullptr;
+    return aan != nullptr && *aan;
 }
 
 // The user's own paste chords per app ("linux.plakToetsen" in app.tolmo.json), read at launch.
@@ -118,6 +133,9 @@ struct Samenstelling {
         openSleutelbeheer(XdgOpslag::configMap(), BestandsKluis::echteOmgeving);
     GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
     OpnameVenster indicator{golf};
+    // On a compositor with a layer shell, the indicator drawn there instead, which can never take
+    // the focus; null elsewhere.
+    std::unique_ptr<WaylandIndicator> laag;
     std::unique_ptr<Systeemvak> vak;
     QSocketNotifier sessieGebeurtenissen{sessie->descriptor(), QSocketNotifier::Read};
     // Last, so it goes first: it holds every port above.
@@ -166,6 +184,15 @@ struct Samenstelling {
             vorigeApp = AppStijl{*doel->bundleId, "", Stijl::neutraal};
         }
         venster->toon(tab);
+    }
+
+    // The Qt window works out light or dark (from the palette when automatic); the layer
+    // indicator follows it.
+    void zetWeergave() {
+        indicator.zetWeergave(regelaar->instellingen().weergave);
+        if (laag) {
+            laag->zetLicht(indicator.licht());
+        }
     }
 
     // sessieRegel: which adapter set serves this session and why, for the log.
@@ -217,6 +244,10 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         // The route is the user's, so the consent names each one it may take.
         opties.toestemming = CloudToestemming::eigenRoute;
+        if (auto* w = dynamic_cast<WaylandAdapters*>(sessie.get())) {
+            laag = w->maakIndicator(golf);
+        }
+        OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag) : indicator;
         DictaatRegelaar::Poorten poorten{lus,
                                          toestemmingen,
                                          sessie->toetsen(),
@@ -226,7 +257,7 @@ struct Samenstelling {
                                          sessie->klembord(),
                                          focus,
                                          vraag,
-                                         indicator,
+                                         getoond,
                                          *vak,
                                          logOpslag,
                                          werker,
@@ -239,13 +270,13 @@ struct Samenstelling {
         // X11 masks an Alt hold key so that its release opens no menu; the set follows the
         // setting.
         sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
-        indicator.zetWeergave(regelaar->instellingen().weergave);
+        zetWeergave();
         regelaar->luister([this](DictaatRegelaar::Wijziging w) {
             if (w == DictaatRegelaar::Wijziging::macInstellingen) {
                 sessie->zetHoudToets(regelaar->macInstellingen().houdToets);
             }
             if (w == DictaatRegelaar::Wijziging::instellingen) {
-                indicator.zetWeergave(regelaar->instellingen().weergave);
+                zetWeergave();
             }
             if (w == DictaatRegelaar::Wijziging::toestand) {
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
@@ -265,10 +296,17 @@ struct Samenstelling {
                          QStringLiteral("Stijlen"));
         venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
                          QStringLiteral("Woordenlijst"));
+        const auto* w = dynamic_cast<const WaylandAdapters*>(sessie.get());
         venster->voegToe(
             std::make_unique<ToestemmingenTab>(
                 *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
-                [this] { return focus.volgt(); }),
+                [this] { return focus.volgt(); },
+                InstellingenKeuzes::bindingen(w != nullptr && w->compositorBindt(), leesOmgeving),
+                w == nullptr ? std::nullopt
+                             : std::optional<ToestemmingenTab::ToetsenbordKeuze>({
+                                   leestToetsenborden(),
+                                   [this](bool aan) { standaard.zet(toetsenbordenSleutel, aan); },
+                               })),
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
@@ -299,24 +337,6 @@ struct Samenstelling {
         }
     }
 };
-
-// Sends a command to the running instance; the exit status for main.
-int stuurOpdracht(Opdracht opdracht) {
-    try {
-        const Bezorging b = stuur(bedieningsPad(), opdracht);
-        if (b.uitslag == Bezorging::Uitslag::afgeleverd) {
-            return 0;
-        }
-        if (b.uitslag == Bezorging::Uitslag::draaitNiet) {
-            std::cerr << "tolmo-app: Tolmo draait niet. Start eerst tolmo-app.\n";
-        } else {
-            std::cerr << "tolmo-app: " << b.fout << "\n";
-        }
-    } catch (const std::exception& e) {
-        std::cerr << "tolmo-app: " << e.what() << "\n";
-    }
-    return 1;
-}
 
 // SIGTERM and SIGINT end the app through its event loop, so quitting still cancels a
 // recording and puts a waiting clipboard back.
@@ -355,14 +375,11 @@ int main(int argc, char** argv) {
             return 2;
         case Aanroep::Soort::opdracht:
             // No display needed: a compositor's binding may run it from anywhere in the session.
-            return stuurOpdracht(aanroep.opdracht);
+            return stuurVanafOpdrachtregel(aanroep.opdracht, "tolmo-app");
         case Aanroep::Soort::app:
             break;
     }
-    const auto keuze = kiesSessie(aanroep.sessie, [](std::string_view k) {
-        const char* w = std::getenv(std::string(k).c_str());
-        return w != nullptr ? std::optional<std::string>(w) : std::nullopt;
-    });
+    const auto keuze = kiesSessie(aanroep.sessie, leesOmgeving);
     if (!keuze) {
         std::cerr << "tolmo-app: " << geenSessieMelding << "\n";
         return 1;
@@ -426,7 +443,9 @@ int main(int argc, char** argv) {
     try {
         std::unique_ptr<SessieAdapters> adapters;
         if (wayland) {
-            auto w = std::make_unique<WaylandAdapters>(xwayland);
+            auto w = std::make_unique<WaylandAdapters>(
+                xwayland, leestToetsenborden() ? std::optional<std::filesystem::path>("/dev/input")
+                                               : std::nullopt);
             if (w->klembordBeschikbaar() || !xwayland) {
                 adapters = std::move(w);
                 sessieRegel += "Wayland (eigen verbinding)";

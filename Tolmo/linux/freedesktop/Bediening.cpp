@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
@@ -235,6 +236,23 @@ Bezorging stuur(const std::filesystem::path& pad, Opdracht opdracht,
                                 " niet (een oudere versie?)"};
     }
     return {U::mislukt, "Tolmo draait maar antwoordt niet"};
+}
+
+int stuurVanafOpdrachtregel(Opdracht opdracht, std::string_view programma) {
+    try {
+        const Bezorging b = stuur(bedieningsPad(), opdracht);
+        if (b.uitslag == Bezorging::Uitslag::afgeleverd) {
+            return 0;
+        }
+        if (b.uitslag == Bezorging::Uitslag::draaitNiet) {
+            std::cerr << programma << ": Tolmo draait niet. Start eerst tolmo-app.\n";
+        } else {
+            std::cerr << programma << ": " << b.fout << "\n";
+        }
+    } catch (const std::exception& e) {
+        std::cerr << programma << ": " << e.what() << "\n";
+    }
+    return 1;
 }
 
 BedieningsServer::BedieningsServer(std::filesystem::path pad) : pad_(std::move(pad)) {

@@ -53,6 +53,10 @@ struct Bezorging {
 [[nodiscard]] Bezorging stuur(const std::filesystem::path& pad, Opdracht opdracht,
                               std::chrono::milliseconds maximaal = std::chrono::seconds(2));
 
+// Sends the command to the instance of this session, as a command-line entry does: what went
+// wrong goes to standard error after "programma: ". The exit status (0 when it arrived).
+[[nodiscard]] int stuurVanafOpdrachtregel(Opdracht opdracht, std::string_view programma);
+
 // The running instance's end. Only one instance owns the path (the caller holds the
 // single-instance lock), so a socket file left by a crashed one is replaced.
 class BedieningsServer {

@@ -1,28 +1,88 @@
 #include "Tolmo/linux/wayland/WaylandAdapters.h"
 
+#include <sys/epoll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
 namespace tolmo {
 
-WaylandAdapters::WaylandAdapters(bool xwaylandIndicator) : xwaylandIndicator_(xwaylandIndicator) {}
+WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
+                                 const std::optional<std::filesystem::path>& toetsenborden)
+    : xwaylandIndicator_(xwaylandIndicator) {
+    if (toetsenborden) {
+        try {
+            evdev_ = std::make_unique<EvdevToetsBron>(*toetsenborden);
+        } catch (const std::exception& e) {
+            evdevFout_ = e.what();
+        }
+    }
+    samen_ = ::epoll_create1(EPOLL_CLOEXEC);
+    if (samen_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "epoll");
+    }
+    for (const int fd : {verbinding_.descriptor(), evdev_ ? evdev_->descriptor() : -1}) {
+        epoll_event e{};
+        e.events = EPOLLIN;
+        e.data.fd = fd;
+        if (fd >= 0) {
+            ::epoll_ctl(samen_, EPOLL_CTL_ADD, fd, &e);
+        }
+    }
+}
+
+WaylandAdapters::~WaylandAdapters() {
+    ::close(samen_);
+}
+
+std::unique_ptr<WaylandIndicator> WaylandAdapters::maakIndicator(GolfAnimatie& golf) {
+    auto indicator = std::make_unique<WaylandIndicator>(verbinding_, golf);
+    laagIndicator_ = indicator->beschikbaar();
+    return laagIndicator_ ? std::move(indicator) : nullptr;
+}
+
+void WaylandAdapters::verwerk() {
+    verbinding_.verwerk();
+    if (evdev_) {
+        evdev_->verwerk();
+    }
+}
 
 std::vector<Vermogen> WaylandAdapters::vermogens() const {
     using S = Vermogen::Soort;
-    // KWin announces its own window list; wlroots compositors the foreign-toplevel one.
-    const bool kde = verbinding_.biedt("org_kde_plasma_window_management");
     std::vector<Vermogen> v;
-    if (kde) {
+    if (evdev_) {
+        const std::size_t n = evdev_->apparaten().toetsenborden().size();
+        const std::string mechanisme =
+            n == 0 ? "" : "toetsenborden zelf gelezen (" + std::to_string(n) + ", evdev)";
+        const std::string advies =
+            n > 0 ? ""
+            : evdev_->apparaten().toegangGeweigerd()
+                ? "Tolmo mag je toetsenborden niet lezen. Voer sudo usermod -aG input $USER uit "
+                  "en log daarna opnieuw in."
+                : "Tolmo vindt geen toetsenbord. Een toetsenbord dat je aansluit, ziet Tolmo "
+                  "meteen.";
+        v.push_back({S::houdToets, mechanisme, advies});
+        v.push_back({S::wisselSneltoets, mechanisme, advies});
+    } else if (!evdevFout_.empty()) {
+        const std::string advies = "De toetsenborden zijn niet te lezen: " + evdevFout_ + ".";
+        v.push_back({S::houdToets, "", advies});
+        v.push_back({S::wisselSneltoets, "", advies});
+    } else if (kde()) {
         v.push_back({S::houdToets, "",
                      "KDE voert een sneltoets niet uit bij loslaten, dus een houdtoets kan hier "
                      "niet. Gebruik de wisselsneltoets."});
-        v.push_back({S::wisselSneltoets, "sneltoets van KDE (tolmo-app --wissel)",
+        v.push_back({S::wisselSneltoets, "sneltoets van KDE (tolmo-bediening --wissel)",
                      "Maak in Systeeminstellingen > Sneltoetsen een eigen sneltoets die "
-                     "tolmo-app --wissel uitvoert."});
+                     "tolmo-bediening --wissel uitvoert."});
     } else {
-        v.push_back({S::houdToets, "sneltoets van de compositor (tolmo-app --start/--stop)",
-                     "Zet de regels van tolmo-app --bindingen sway (of hyprland) in de "
-                     "configuratie van je compositor."});
-        v.push_back({S::wisselSneltoets, "sneltoets van de compositor (tolmo-app --wissel)",
-                     "Zet de regels van tolmo-app --bindingen sway (of hyprland) in de "
-                     "configuratie van je compositor."});
+        v.push_back({S::houdToets, "sneltoets van de compositor (tolmo-bediening --start/--stop)",
+                     "Zet de regels onder Sneltoetsen van je compositor (of van tolmo-app "
+                     "--bindingen sway|hyprland) in de configuratie van je compositor."});
+        v.push_back({S::wisselSneltoets, "sneltoets van de compositor (tolmo-bediening --wissel)",
+                     "Zet de regels onder Sneltoetsen van je compositor (of van tolmo-app "
+                     "--bindingen sway|hyprland) in de configuratie van je compositor."});
     }
     if (!klembord_.protocol().empty()) {
         v.push_back({S::klembord, std::string(klembord_.protocol()), ""});
@@ -33,7 +93,7 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
     }
     if (plakToetsMogelijk()) {
         v.push_back({S::plakken, "zwp_virtual_keyboard_v1", ""});
-    } else if (kde || !klembord_.kanPlakken()) {
+    } else if (kde() || !klembord_.kanPlakken()) {
         v.push_back({S::plakken, "",
                      "Deze compositor biedt geen virtueel toetsenbord. De tekst komt op het "
                      "klembord en je plakt hem zelf met Ctrl+V; plakken via het "
@@ -50,7 +110,10 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
                      "Deze compositor vertelt niet welke app vooraan staat, dus kiest Tolmo "
                      "geen stijl per app."});
     }
-    if (xwaylandIndicator_) {
+    if (laagIndicator_) {
+        v.push_back(
+            {S::indicator, "zwlr_layer_shell_v1 (bovenste laag, neemt nooit de focus)", ""});
+    } else if (xwaylandIndicator_) {
         v.push_back({S::indicator, "X11-venster via XWayland dat de focus weigert", ""});
     } else {
         v.push_back({S::indicator, "Wayland-venster van Qt",

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "Tolmo/linux/SessieAdapters.h"
+#include "Tolmo/linux/evdev/EvdevToetsBron.h"
 #include "Tolmo/linux/wayland/WaylandFocus.h"
+#include "Tolmo/linux/wayland/WaylandIndicator.h"
 #include "Tolmo/linux/wayland/WaylandKlembord.h"
 #include "Tolmo/linux/wayland/WaylandToetsBron.h"
 #include "Tolmo/linux/wayland/WaylandVerbinding.h"
@@ -15,35 +20,65 @@ namespace tolmo {
 class WaylandAdapters final : public SessieAdapters {
   public:
     // Connects to $WAYLAND_DISPLAY; throws std::runtime_error (Dutch) when it cannot.
-    // xwaylandIndicator: the indicator is an X11 window through XWayland.
-    explicit WaylandAdapters(bool xwaylandIndicator);
+    // xwaylandIndicator: the indicator is an X11 window through XWayland. toetsenborden: the
+    // user lets the app read the keyboards themselves (the input group), which gives the hold
+    // key, the toggle and Esc on every compositor; from this directory.
+    explicit WaylandAdapters(bool xwaylandIndicator,
+                             const std::optional<std::filesystem::path>& toetsenborden = {});
+    ~WaylandAdapters() override;
+    WaylandAdapters(const WaylandAdapters&) = delete;
+    WaylandAdapters& operator=(const WaylandAdapters&) = delete;
 
     // Whether the compositor lets us at the clipboard at all (GNOME does not): without that
     // the X11 set through XWayland reaches more.
     [[nodiscard]] bool klembordBeschikbaar() const { return !klembord_.protocol().empty(); }
 
-    [[nodiscard]] ToetsBron& toetsen() override { return toetsen_; }
-    [[nodiscard]] EscBron* esc() override { return nullptr; }
+    // The indicator on the compositor's overlay layer, which never takes the focus; null where
+    // the compositor offers no layer shell (the toolkit's window that refuses the focus then).
+    // The animation must outlive it.
+    [[nodiscard]] std::unique_ptr<WaylandIndicator> maakIndicator(GolfAnimatie& golf);
+
+    // Whether keys reach the app only through bindings in the compositor's configuration (a
+    // wlroots compositor); KDE has shortcuts of its own the user sets up in its settings.
+    // Reading the keyboards makes the bindings unneeded (they would start twice).
+    [[nodiscard]] bool compositorBindt() const { return !kde() && !houdToetsMogelijk(); }
+
+    [[nodiscard]] ToetsBron& toetsen() override {
+        return evdev_ ? static_cast<ToetsBron&>(*evdev_) : toetsen_;
+    }
+    [[nodiscard]] EscBron* esc() override { return evdev_.get(); }
     [[nodiscard]] KlembordPoort& klembord() override { return klembord_; }
     [[nodiscard]] const Focus& vensterFocus() const override { return focus_; }
-    // The hold key is the compositor's binding, which the controller never watches itself.
-    [[nodiscard]] bool houdToetsMogelijk() const override { return false; }
+    // Without the keyboards read, the hold key is the compositor's binding, which the
+    // controller never watches itself.
+    [[nodiscard]] bool houdToetsMogelijk() const override {
+        return evdev_ && !evdev_->apparaten().toetsenborden().empty();
+    }
     [[nodiscard]] bool plakToetsMogelijk() const override {
         return klembord_.kanPlakken() && focus_.beschikbaar();
     }
     [[nodiscard]] std::vector<Vermogen> vermogens() const override;
-    [[nodiscard]] int descriptor() const override { return verbinding_.descriptor(); }
-    void verwerk() override { verbinding_.verwerk(); }
+    // The connection's and, when read, the keyboards' descriptors behind one.
+    [[nodiscard]] int descriptor() const override { return samen_; }
+    void verwerk() override;
     // Wayland keeps nothing of a client that has gone, and no protocol hands a selection over;
     // a clipboard manager that copies every selection has it already.
     bool geefKlembordAf(std::chrono::milliseconds /*termijn*/) override { return false; }
 
   private:
+    // KWin announces its own window list; wlroots compositors the foreign-toplevel one.
+    [[nodiscard]] bool kde() const { return verbinding_.biedt("org_kde_plasma_window_management"); }
+
     WaylandVerbinding verbinding_;
     WaylandFocus focus_{verbinding_};
     WaylandKlembord klembord_{verbinding_, focus_};
     WaylandToetsBron toetsen_;
+    std::unique_ptr<EvdevToetsBron> evdev_;
+    // Why the keyboards the user asked for are not read (no such directory), for the log.
+    std::string evdevFout_;
     bool xwaylandIndicator_;
+    bool laagIndicator_ = false;
+    int samen_ = -1;
 };
 
 }  // namespace tolmo

@@ -6,8 +6,8 @@ namespace tolmo {
 
 // Keys on Wayland: a client sees keys only while one of its own windows has the keyboard focus,
 // so there is no tap, no monitor and no global combination. The compositor runs
-// `tolmo-app --start/--stop/--wissel` from bindings the user adds (WaylandBindingen), and those
-// commands reach the controller without this source.
+// `tolmo-bediening --start/--stop/--wissel` from bindings the user adds (WaylandBindingen), and
+// those commands reach the controller without this source.
 class WaylandToetsBron final : public ToetsBron {
   public:
     [[nodiscard]] std::unique_ptr<Tap> maakTap(
@@ -35,9 +35,9 @@ class WaylandToetsBron final : public ToetsBron {
         static const Teksten wayland{
             .tap = "Wayland (geen)",
             .tapGemaakt = "Wayland: geen toetsen buiten eigen vensters (",
-            .viaTap = "sneltoetsen van de compositor (tolmo-app --start/--stop)",
-            .viaMonitor = "sneltoetsen van de compositor (tolmo-app --start/--stop)",
-            .geen = "sneltoetsen van de compositor (tolmo-app --start/--stop)",
+            .viaTap = "sneltoetsen van de compositor (tolmo-bediening --start/--stop)",
+            .viaMonitor = "sneltoetsen van de compositor (tolmo-bediening --start/--stop)",
+            .geen = "sneltoetsen van de compositor (tolmo-bediening --start/--stop)",
             .nietActief =
                 "Houdtoets via Tolmo niet mogelijk onder Wayland: stel een sneltoets "
                 "in de compositor in (tolmo-app --bindingen sway|hyprland)",

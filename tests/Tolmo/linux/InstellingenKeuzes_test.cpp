@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "Tolmo/linux/InstellingenKeuzes.h"
 
 // After gtest: Xlib's macros.
@@ -84,6 +86,37 @@ TEST(InstellingenKeuzes, RoutesAndTheMenuTitle) {
               "Annuleren");
     EXPECT_EQ(InstellingenKeuzes::actieTitel(stand(DictaatRegelaar::Toestand::klaar), std::nullopt),
               "Start dicteren");
+}
+
+// Which compositor's lines the window offers, from what the session sets.
+TEST(InstellingenKeuzes, TheBindingsFollowTheCompositorTheSessionNames) {
+    using K = InstellingenKeuzes::BindingenKeuze;
+    struct Geval {
+        bool compositorBindt;
+        std::map<std::string, std::string> omgeving;
+        std::optional<K> keuze;
+    };
+    for (const Geval& g : {
+             // KDE, GNOME through XWayland and X11 have their own shortcuts: no lines.
+             Geval{false, {{"SWAYSOCK", "/run/sway-ipc.sock"}}, std::nullopt},
+             Geval{true, {{"SWAYSOCK", "/run/sway-ipc.sock"}}, K{Compositor::sway, true}},
+             Geval{true, {{"HYPRLAND_INSTANCE_SIGNATURE", "abc"}}, K{Compositor::hyprland, true}},
+             Geval{true, {{"XDG_CURRENT_DESKTOP", "Hyprland"}}, K{Compositor::hyprland, true}},
+             Geval{true, {{"XDG_CURRENT_DESKTOP", "wlroots:sway"}}, K{Compositor::sway, true}},
+             // An empty variable names nothing.
+             Geval{true,
+                   {{"SWAYSOCK", ""}, {"XDG_CURRENT_DESKTOP", "Hyprland"}},
+                   K{Compositor::hyprland, true}},
+             Geval{true, {{"XDG_CURRENT_DESKTOP", "river"}}, K{Compositor::sway, false}},
+             Geval{true, {}, K{Compositor::sway, false}},
+         }) {
+        const auto keuze =
+            InstellingenKeuzes::bindingen(g.compositorBindt, [&](std::string_view k) {
+                const auto w = g.omgeving.find(std::string(k));
+                return w == g.omgeving.end() ? std::nullopt : std::optional(w->second);
+            });
+        EXPECT_EQ(keuze, g.keuze) << (g.omgeving.empty() ? "" : g.omgeving.begin()->second);
+    }
 }
 
 }  // namespace

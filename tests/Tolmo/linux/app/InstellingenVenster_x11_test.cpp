@@ -9,6 +9,7 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
@@ -70,7 +71,7 @@ struct Opgezet {
         venster->voegToe(std::make_unique<WoordenlijstTab>(*f.regelaar), "Woordenlijst");
         venster->voegToe(std::make_unique<ToestemmingenTab>(
                              *f.regelaar, X11ToetsBron(x).teksten(), [this] { return vermogens; },
-                             [this] { return volgt; }),
+                             [this] { return volgt; }, bindingen),
                          "Toestemmingen");
         venster->voegToe(std::make_unique<LogboekTab>(*f.regelaar), "Logboek");
         venster->show();
@@ -97,6 +98,7 @@ struct Opgezet {
     bool inloggen = false;
     std::optional<AppStijl> vorigeApp;
     bool volgt = true;
+    std::optional<InstellingenKeuzes::BindingenKeuze> bindingen;
     // What the session's adapter set reports: one row without a mechanism, one with both.
     std::vector<Vermogen> vermogens{
         {Vermogen::Soort::houdToets, "", "De wisselsneltoets werkt wel."},
@@ -530,6 +532,26 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
           "Nee: AT-SPI antwoordt niet", "XInput2 (ruwe toetsen).", "(versie 1)."}) {
         EXPECT_THAT(teksten(tab), HasSubstr(t));
     }
+}
+
+// On a compositor that only binds keys itself, the tab shows its lines for the chosen keys, for
+// the compositor the user picks, and copies them.
+TEST(Tabbladen, ToestemmingenTonenDeRegelsVoorDeCompositor) {
+    Opgezet z([](Opgezet& voor) {
+        voor.bindingen = InstellingenKeuzes::BindingenKeuze{Compositor::hyprland, true};
+    });
+    auto& tab = z.tab<ToestemmingenTab>("Toestemmingen");
+    auto* regels = tab.findChild<QPlainTextEdit*>();
+    ASSERT_NE(regels, nullptr);
+    const auto tekst = [&] { return regels->toPlainText().toStdString(); };
+    EXPECT_THAT(tekst(), HasSubstr("bind = , Alt_R, exec, tolmo-bediening --start"));
+    tab.findChild<QComboBox*>()->setCurrentIndex(0);
+    EXPECT_THAT(tekst(), HasSubstr("bindsym --release Alt_R exec tolmo-bediening --stop"));
+    z.f.regelaar->zetHoudToets(HoudToets::rechterControl);
+    QApplication::processEvents();
+    EXPECT_THAT(tekst(), HasSubstr("bindsym --release Control_R exec tolmo-bediening --stop"));
+    QTest::mouseClick(metTekst<QPushButton>(tab, "Kopiëren"), Qt::LeftButton);
+    EXPECT_EQ(QApplication::clipboard()->text().toStdString(), tekst());
 }
 
 // Every tab, the ones the app adds included, with texts the user reads, and a picture of each

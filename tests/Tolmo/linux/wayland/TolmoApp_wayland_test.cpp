@@ -78,7 +78,7 @@ class TolmoAppWaylandTest : public ::testing::Test {
         ASSERT_EQ(r.status, 0) << r.fout;
     }
     void roep(const std::string& opdracht) {
-        ASSERT_EQ(nep::voerProcesUit(TOLMO_APP_PAD, {opdracht}, omgeving()).status, 0);
+        ASSERT_EQ(nep::voerProcesUit(TOLMO_BEDIENING_PAD, {opdracht}, omgeving()).status, 0);
     }
     // What the user's clipboard holds now, as another app pasting it would get it.
     static std::string plak(const std::string& mime) {
@@ -95,7 +95,7 @@ class TolmoAppWaylandTest : public ::testing::Test {
     }
 
     // With the lines `tolmo-app --bindingen sway` prints: the indicator's window rules too.
-    nep::SwayServer sway_{bindingen(Compositor::sway, MacInstellingen{}, TOLMO_APP_PAD)};
+    nep::SwayServer sway_{bindingen(Compositor::sway, MacInstellingen{}, TOLMO_BEDIENING_PAD)};
     nep::PulseDaemon pulse_;
     nep::LoopbackServer server_;
     fs::path config_;
@@ -132,7 +132,7 @@ TEST_F(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
         EXPECT_TRUE(plak("image/png") == png) << "the image did not come back whole";
     }
     std::sort(vertragingen.begin(), vertragingen.end());
-    std::cerr << "loslaten tot verzoek (mediaan, incl. tolmo-app --stop): " << vertragingen[1]
+    std::cerr << "loslaten tot verzoek (mediaan, incl. tolmo-bediening --stop): " << vertragingen[1]
               << " ms\n";
     nep::stopKind(beheerder);
     EXPECT_EQ(server_.aantalVerbindingen(), 1U);

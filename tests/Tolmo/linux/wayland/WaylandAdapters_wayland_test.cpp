@@ -13,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include "Tolmo/GolfView/GolfAnimatie.h"
 #include "Tolmo/linux/wayland/WaylandAdapters.h"
 #include "Tolmo/linux/wayland/WaylandBindingen.h"
 #include "nep/Kind.h"
@@ -137,6 +138,29 @@ TEST_F(WaylandTest, TheWindowInFrontIsTheActivatedToplevel) {
         const auto d = adapters_->vensterFocus().huidig();
         return d && Doel::beslis(eerst, d) == Doel::Beslissing::plak();
     }));
+}
+
+// The indicator on the overlay layer: frames keep coming only while sway shows it on its output,
+// none once hidden, and the terminal in front keeps the keyboard focus throughout.
+TEST_F(WaylandTest, TheLayerIndicatorShowsWithoutTakingTheFocus) {
+    nep::Foot foot(sway_.uit(), "foot", "terminal");
+    ASSERT_TRUE(foot.open_);
+    ASSERT_TRUE(wachtTot([] { return nep::SwayServer::focusAppId() == "foot"; }, 5s));
+    GolfAnimatie golf{GolfAnimatie::Thema::donkerThema()};
+    auto indicator = adapters_->maakIndicator(golf);
+    ASSERT_NE(indicator, nullptr);
+    const auto vermogens = adapters_->vermogens();
+    EXPECT_EQ(vermogens.back().mechanisme.rfind("zwlr_layer_shell_v1", 0), 0U);
+    for (int keer = 0; keer < 2; ++keer) {
+        indicator->toon();
+        EXPECT_TRUE(wachtMet([&] { return indicator->getekend() >= 10; }));
+        EXPECT_EQ(nep::SwayServer::focusAppId(), "foot");
+        indicator->verberg();
+        const auto getekend = indicator->getekend();
+        wachtMet([] { return false; }, 200ms);
+        EXPECT_EQ(indicator->getekend(), getekend) << "frames while hidden";
+    }
+    EXPECT_EQ(nep::SwayServer::focusAppId(), "foot");
 }
 
 // The lines `tolmo-app --bindingen sway` prints, in a real sway: each hold key starts on press
