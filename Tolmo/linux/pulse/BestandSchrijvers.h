@@ -8,6 +8,8 @@ namespace tolmo {
 // The writers of this platform: m4a through libavcodec, wav through libsndfile.
 class BestandSchrijvers final : public AudioSchrijver::Maker {
   public:
+    explicit BestandSchrijvers(M4aSchrijver::Tempo tempo = M4aSchrijver::Tempo::echtTijd)
+        : m4a_(tempo) {}
     std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad,
                                          AudioFormaat formaat) override;
 

@@ -62,6 +62,9 @@ struct M4aSchrijver::Staat {
     // Raised by the producer after new samples and by sluit; the encoder sleeps on it.
     std::atomic<std::uint32_t> signaal{0};
     std::atomic<bool> stoppen{false};
+    // Raised by the encoder as it frees room, for a producer that waits for it (wachtOpRuimte).
+    std::atomic<std::uint32_t> voortgang{0};
+    bool wachtOpRuimte = false;
     // The first error of the encoder thread (an AVERROR), or overloop by the producer.
     std::atomic<int> fout{0};
     std::thread codeerder;
@@ -173,6 +176,10 @@ struct M4aSchrijver::Staat {
             inFrame += static_cast<int>(n);
             van += n;
             verwerkt.store(van, std::memory_order_release);
+            if (wachtOpRuimte) {
+                voortgang.fetch_add(1, std::memory_order_release);
+                voortgang.notify_one();
+            }
             if (inFrame == grootte) {
                 if (const int r = codeer(false); r < 0) {
                     return r;
@@ -189,6 +196,9 @@ struct M4aSchrijver::Staat {
             if (fout.load(std::memory_order_relaxed) == 0) {
                 if (const int r = neemUitRing(); r < 0) {
                     fout.store(r, std::memory_order_relaxed);
+                    // A writer waiting for room would wait forever.
+                    voortgang.fetch_add(1, std::memory_order_release);
+                    voortgang.notify_one();
                 }
             }
             if (laatste) {
@@ -245,6 +255,7 @@ std::unique_ptr<AudioSchrijver> M4aSchrijver::Maker::open(const std::filesystem:
     static const bool stil = (av_log_set_level(AV_LOG_ERROR), true);
     (void)stil;
     auto s = std::make_unique<Staat>();
+    s->wachtOpRuimte = tempo_ == Tempo::bestand;
     const AVCodec* aac = avcodec_find_encoder(AV_CODEC_ID_AAC);
     s->codec = aac != nullptr ? avcodec_alloc_context3(aac) : nullptr;
     if (s->codec == nullptr) {
@@ -336,25 +347,35 @@ void M4aSchrijver::schrijf(std::span<const float> samples, std::error_code& fout
         fout = std::make_error_code(std::errc::bad_file_descriptor);
         return;
     }
-    if (const int r = s.fout.load(std::memory_order_relaxed); r != 0) {
-        fout = foutcode(r);
-        return;
-    }
-    const std::uint64_t van = s.ingevoerd.load(std::memory_order_relaxed);
-    const std::uint64_t vrij = s.ring.size() - (van - s.verwerkt.load(std::memory_order_acquire));
-    if (samples.size() > vrij) {
+    const auto vrij = [&s] {
+        return s.ring.size() - (s.ingevoerd.load(std::memory_order_relaxed) -
+                                s.verwerkt.load(std::memory_order_acquire));
+    };
+    if (!s.wachtOpRuimte && samples.size() > vrij()) {
         // The encoder is seconds behind: rather a recording marked incomplete than a gap in it.
         s.fout.store(AVERROR(ENOBUFS), std::memory_order_relaxed);
-        fout = std::make_error_code(std::errc::no_buffer_space);
-        return;
     }
-    const std::size_t plek = van % s.ring.size();
-    const std::size_t eerste = std::min(samples.size(), s.ring.size() - plek);
-    std::memcpy(s.ring.data() + plek, samples.data(), eerste * sizeof(float));
-    std::memcpy(s.ring.data(), samples.data() + eerste, (samples.size() - eerste) * sizeof(float));
-    s.ingevoerd.store(van + samples.size(), std::memory_order_release);
-    s.signaal.fetch_add(1, std::memory_order_release);
-    s.signaal.notify_one();
+    while (!samples.empty()) {
+        const std::uint32_t gezien = s.voortgang.load(std::memory_order_acquire);
+        if (const int r = s.fout.load(std::memory_order_relaxed); r != 0) {
+            fout = foutcode(r);
+            return;
+        }
+        const std::size_t n = std::min<std::size_t>(samples.size(), vrij());
+        if (n == 0) {
+            s.voortgang.wait(gezien, std::memory_order_acquire);
+            continue;
+        }
+        const std::uint64_t van = s.ingevoerd.load(std::memory_order_relaxed);
+        const std::size_t plek = van % s.ring.size();
+        const std::size_t eerste = std::min(n, s.ring.size() - plek);
+        std::memcpy(s.ring.data() + plek, samples.data(), eerste * sizeof(float));
+        std::memcpy(s.ring.data(), samples.data() + eerste, (n - eerste) * sizeof(float));
+        s.ingevoerd.store(van + n, std::memory_order_release);
+        s.signaal.fetch_add(1, std::memory_order_release);
+        s.signaal.notify_one();
+        samples = samples.subspan(n);
+    }
 }
 
 bool M4aSchrijver::sluit() noexcept {

@@ -31,12 +31,21 @@ namespace tolmo {
 // schrijf (so the recording is marked onvolledig) and by sluit; no sample is dropped silently.
 class M4aSchrijver final : public AudioSchrijver {
   public:
+    // How the samples come: at the pace of speech from a microphone, where a full ring is an
+    // error (the audio thread must never wait), or as fast as a file is read, where the
+    // writer waits for the encoder instead.
+    enum class Tempo { echtTijd, bestand };
+
     class Maker final : public AudioSchrijver::Maker {
       public:
+        explicit Maker(Tempo tempo = Tempo::echtTijd) : tempo_(tempo) {}
         // Throws OpnameFout::omzetten for a format other than m4a or when the encoder cannot
         // be set up, std::system_error when the file cannot be made or its header not written.
         std::unique_ptr<AudioSchrijver> open(const std::filesystem::path& pad,
                                              AudioFormaat formaat) override;
+
+      private:
+        Tempo tempo_;
     };
 
     // AAC frames (1024 samples, 64 ms at 16 kHz) per fragment.

@@ -82,6 +82,27 @@ TEST(M4aSchrijver, RecordingReadsBackWholeAndSmall) {
     }
 }
 
+// Twenty seconds handed over at once: from a file the writer waits for its encoder; from a
+// microphone it may not wait, and a ring that cannot take the samples marks the recording.
+TEST(M4aSchrijver, MoreThanTheRingHolds) {
+    nep::TijdelijkeMap map;
+    nep::NepBuffer twintig({16000, 1}, 20 * 16000, 0.5);
+    for (const auto tempo : {M4aSchrijver::Tempo::bestand, M4aSchrijver::Tempo::echtTijd}) {
+        const bool bestand = tempo == M4aSchrijver::Tempo::bestand;
+        SCOPED_TRACE(bestand ? "bestand" : "echtTijd");
+        auto schrijver = M4aSchrijver::Maker(tempo).open(map.pad() / "lang.m4a", AudioFormaat::m4a);
+        std::error_code fout;
+        schrijver->schrijf(twintig.data(), fout);
+        EXPECT_EQ(schrijver->sluit(), bestand);
+        EXPECT_EQ(fout,
+                  bestand ? std::error_code{} : std::make_error_code(std::errc::no_buffer_space));
+        std::string reden;
+        const auto a = nep::leesAudio(map.pad() / "lang.m4a", reden);
+        ASSERT_TRUE(a) << reden;
+        EXPECT_NEAR(a->duur(), bestand ? 20.0 + 2 * aacVertraging : 0.0, aacVertraging);
+    }
+}
+
 // The top-level boxes of an MPEG-4 file: type and end offset of each.
 std::vector<std::pair<std::string, std::uint64_t>> dozen(const std::string& b) {
     std::vector<std::pair<std::string, std::uint64_t>> d;
