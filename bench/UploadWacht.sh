@@ -14,7 +14,8 @@
 # encoding the file. The app encodes while the user speaks, so for the app the wait after the
 # key's release is about "wacht" minus "lokaal".
 # Usage: bench/UploadWacht.sh [build/default/cli/tolmo] [build/default/TolmoServer/tolmo-server]
-#        [rounds]
+#        [rounds]   (TOLMO_BENCH_DUREN="5" for a quick run; TOLMO_BENCH_STROOM=1 runs the relay
+#        column even when the tool does not stream, which then measures a plain relay upload)
 set -euo pipefail
 
 tolmo=$(realpath "${1:-build/default/cli/tolmo}")
@@ -38,7 +39,8 @@ espeak-ng -v nl -s 150 -w "$map/zin.wav" \
   "Dit is een proefdictaat voor de meting van de wachttijd. We sturen het bestand naar de \
 spraakdienst en kijken hoe lang het duurt voordat het hele verzoek daar is aangekomen."
 zinDuur=$(soxi -D "$map/zin.wav")
-for s in 5 30 120; do
+duren=${TOLMO_BENCH_DUREN:-5 30 120}
+for s in $duren; do
   herhaal=$(python3 -c "import math; print(math.ceil($s / $zinDuur))")
   sox "$map/zin.wav" -r 16000 -c 1 -b 16 "$map/d$s.wav" repeat "$herhaal" trim 0 "$s"
 done
@@ -93,7 +95,7 @@ python3 "$hier/NepAanbieder.py" "$gastheer" $nepPoort "$map/aankomst.log" & pids
 stroom=""
 if ! [ -x "$server" ]; then
   stroom="overgeslagen: geen tolmo-server op $server"
-elif ! "$tolmo" dicteer --help 2>&1 | grep -qi "stroom"; then
+elif [ "${TOLMO_BENCH_STROOM:-}" != 1 ] && ! "$tolmo" dicteer --help 2>&1 | grep -qi "stroom"; then
   stroom="overgeslagen: deze tolmo stroomt de opname nog niet naar de relay"
 else
   export XDG_STATE_HOME="$map/relaystaat" TOLMO_SERVER_CONFIG="" OPENAI_API_KEY=sk-bench
@@ -146,7 +148,7 @@ lokaal() {
 for lijn in "10000000 0.040" "2000000 0.080"; do
   read -r rate rtt <<<"$lijn"
   zetLijn "$rate" "$rtt"
-  for s in 5 30 120; do
+  for s in $duren; do
     for ronde in $(seq "$rondes"); do
       read -r tw bw < <(meet --motor openai --formaat wav "$map/d$s.wav")
       read -r tm bm < <(meet --motor openai --formaat m4a "$map/d$s.wav")
