@@ -18,9 +18,10 @@
 
 #include "Tolmo/AudioOpnemer/AudioOpnemer.h"
 #include "Tolmo/linux/freedesktop/Sleutelopslag.h"
+#include "Tolmo/linux/pulse/BestandSchrijvers.h"
 #include "Tolmo/linux/pulse/PulseAudioEngine.h"
 #include "Tolmo/linux/pulse/SoxrOmzetter.h"
-#include "Tolmo/linux/pulse/WavSchrijver.h"
+#include "TolmoKern/Audio/FormaatKeuze.h"
 #include "TolmoKern/Audio/OpnameFout.h"
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/TolmoKeten.h"
@@ -49,6 +50,7 @@ struct Keuzes {
     std::optional<Stijl> stijl;
     std::optional<std::string> app;
     std::optional<Opschoonniveau> niveau;
+    std::optional<AudioFormaat> formaat;
     bool zonderOpschonen = false;
     bool json = false;
 };
@@ -122,6 +124,9 @@ Keuzes leesKeuzes(const std::vector<std::string>& args) {
         } else if (optie == "--niveau") {
             k.niveau =
                 kies(optie, neemWaarde(opsomming(opschoonniveauWaarden)), opschoonniveauWaarden);
+        } else if (optie == "--formaat") {
+            k.formaat =
+                kies(optie, neemWaarde(opsomming(audioFormaatWaarden)), audioFormaatWaarden);
         } else if (optie == "--app") {
             k.app = neemWaarde("de bundle-id van een app, zoals com.apple.mail");
             if (k.app->empty()) {
@@ -270,11 +275,11 @@ struct TijdelijkBestand {
     }
 };
 
-void startOpname(AudioOpnemer& opnemer, bool ruisonderdrukking, const std::string& bron,
-                 const fs::path& map) {
+void startOpname(AudioOpnemer& opnemer, AudioFormaat formaat, bool ruisonderdrukking,
+                 const std::string& bron, const fs::path& map) {
     try {
         opnemer.startEngineMetRuisonderdrukking(ruisonderdrukking);
-        opnemer.start(AudioFormaat::wav);
+        opnemer.start(formaat);
     } catch (const OpnameFout& f) {
         if (f.soort() == OpnameFout::Soort::omzetten) {
             throw InvoerFout(bron + " kan niet worden omgezet naar 16 kHz mono.");
@@ -286,14 +291,15 @@ void startOpname(AudioOpnemer& opnemer, bool ruisonderdrukking, const std::strin
     }
 }
 
-// The file through the recorder's own conversion and measurement, into a 16 kHz mono WAV in
+// The file through the recorder's own conversion and measurement, into a 16 kHz mono file in
 // the temporary directory.
-Opname zetBestandOm(const fs::path& pad, const fs::path& map) {
+Opname zetBestandOm(const fs::path& pad, AudioFormaat formaat, const fs::path& map) {
     BestandEngine engine(pad);
     SoxrOmzetter::Maker omzetters;
-    WavSchrijver::Maker schrijvers;
+    // The file is read far faster than it plays: the writer waits for its encoder.
+    BestandSchrijvers schrijvers(M4aSchrijver::Tempo::bestand);
     AudioOpnemer opnemer(engine, omzetters, schrijvers, map);
-    startOpname(opnemer, false, "Het bestand " + pad.string(), map);
+    startOpname(opnemer, formaat, false, "Het bestand " + pad.string(), map);
     OpnameWacht wacht{opnemer};
     engine.speelAf();
     Opname opname = opnemer.rondAf();
@@ -304,7 +310,8 @@ Opname zetBestandOm(const fs::path& pad, const fs::path& map) {
 // Records the default input until Enter (or the end of standard input); nothing when the user
 // cancelled with Ctrl-C, in which case the file is already gone.
 std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking,
-                                      const TolmoInstellingen& instellingen, const fs::path& map) {
+                                      const TolmoInstellingen& instellingen, AudioFormaat formaat,
+                                      const fs::path& map) {
     std::unique_ptr<PulseAudioEngine> engine;
     try {
         engine = std::make_unique<PulseAudioEngine>("tolmo");
@@ -313,11 +320,11 @@ std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking
                          "). Controleer of PulseAudio of PipeWire draait.");
     }
     SoxrOmzetter::Maker omzetters;
-    WavSchrijver::Maker schrijvers;
+    BestandSchrijvers schrijvers;
     AudioOpnemer opnemer(*engine, omzetters, schrijvers, map);
     auto kanaal = std::make_shared<NiveauKanaal>();
     opnemer.zetNiveauKanaal(kanaal);
-    startOpname(opnemer, instellingen.ruisonderdrukking, "De microfoon", map);
+    startOpname(opnemer, formaat, instellingen.ruisonderdrukking, "De microfoon", map);
     OpnameWacht wacht{opnemer};
 
     o.fout << "Opname loopt. Druk op Enter om te stoppen of op Ctrl-C om te annuleren."
@@ -455,6 +462,9 @@ const char* DicteerOpdracht::hulp() {
            "  --app BUNDLEID         de stijl die een dictaat in die app krijgt (--stijl gaat "
            "voor)\n"
            "  --niveau NIVEAU        licht of strak opschonen\n"
+           "  --formaat FORMAAT      m4a (AAC, een achtste van de bytes; standaard bij elke "
+           "motor\n"
+           "                         behalve test) of wav (16-bit, geen codering)\n"
            "  --zonder-opschonen     geen opschoning door het taalmodel\n"
            "  --json                 het hele resultaat als één JSON-object, met alle tijden\n"
            "\n"
@@ -503,16 +513,17 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
                          ").");
     }
 
+    const AudioFormaat formaat = k.formaat.value_or(opnameFormaat(instellingen.motor));
     Onderbreking onderbreking;
     std::optional<Opname> opname;
     if (k.microfoon) {
-        opname = neemMicrofoonOp(omgeving, onderbreking, instellingen, map);
+        opname = neemMicrofoonOp(omgeving, onderbreking, instellingen, formaat, map);
         if (!opname) {
             omgeving.fout << "Opname geannuleerd. Er is niets verstuurd.\n";
             return onderbreking.afsluitstatus();
         }
     } else {
-        opname = zetBestandOm(*k.bestand, map);
+        opname = zetBestandOm(*k.bestand, formaat, map);
     }
     const TijdelijkBestand weg{opname->bestand};
     if (opname->onvolledig) {

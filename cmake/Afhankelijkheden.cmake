@@ -22,12 +22,16 @@ if(NOT APPLE)
   # macOS converts with AVAudioConverter and writes with AVAudioFile.
   pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
   pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+  # The Linux recorder encodes m4a (AAC in MPEG-4) with libavcodec and libavformat.
+  pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
 endif()
 if(TOLMO_SERVER)
   # The relay server: TLS to the providers, its SQLite store, audio durations from libavformat.
   find_package(OpenSSL REQUIRED COMPONENTS Crypto SSL)
   find_package(SQLite3 REQUIRED)
-  pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+  if(NOT TARGET PkgConfig::AVFORMAT)
+    pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+  endif()
 endif()
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)

@@ -11,6 +11,7 @@ pakketten=(
   libgtest-dev libgmock-dev libbenchmark-dev valgrind
   # libraries
   libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev libavformat-dev
+  libavcodec-dev libavutil-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libpq-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
   libatspi2.0-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
@@ -20,6 +21,8 @@ pakketten=(
   sway foot wtype wl-clipboard
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
+  # the upload benchmark's shaped link
+  iproute2
   # the Debian packages: dependencies from dpkg-shlibdeps, checks, and the clean test root
   dpkg-dev lintian debootstrap zstd
   # the Mac syntax check: arm64's C library headers (x86_64's come with build-essential)

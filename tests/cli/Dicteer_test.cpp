@@ -17,7 +17,7 @@
 #include "CliTest.h"
 #include "TolmoKern/Tekst/Tekst.h"
 #include "nep/LoopbackServer.h"
-#include "nep/WavLezer.h"
+#include "nep/M4aLezer.h"
 
 namespace tolmo {
 namespace {
@@ -27,11 +27,18 @@ using namespace std::chrono_literals;
 using nep::LoopbackServer;
 using Antwoord = LoopbackServer::Antwoord;
 
-// The audio file inside a multipart body, as the engines send it.
-std::string bestandsdeel(const LoopbackServer::Verzoek& v) {
+// The audio file inside a multipart body, as the engines send it; empty when the body holds no
+// part with this file name and type.
+std::string bestandsdeel(const LoopbackServer::Verzoek& v, const std::string& naam,
+                         const std::string& soort) {
     const std::string type = v.header("Content-Type").value_or("");
     const std::string grens = "\r\n--" + type.substr(type.find("boundary=") + 9);
-    const auto begin = v.body.find("\r\n\r\n", v.body.find("filename=\"dictaat.wav\"")) + 4;
+    const std::string kop = "filename=\"" + naam + "\"\r\nContent-Type: " + soort + "\r\n\r\n";
+    const auto plek = v.body.find(kop);
+    if (plek == std::string::npos) {
+        return {};
+    }
+    const auto begin = plek + kop.size();
     return v.body.substr(begin, v.body.find(grens, begin) - begin);
 }
 
@@ -86,7 +93,7 @@ TEST_F(DicteerTest, InputFormatsKeepTheirDurationAndLevel) {
     }
 }
 
-// The options choose the route and the style; every route gets the file as a 16 kHz mono WAV.
+// The options choose the route and the style; every route gets the file as 16 kHz mono AAC.
 TEST_F(DicteerTest, OptionsChooseRouteAndStyle) {
     LoopbackServer server;
     // Eight words or more would go to the cleaner; this stays a short dictation, which the rule
@@ -143,13 +150,16 @@ TEST_F(DicteerTest, OptionsChooseRouteAndStyle) {
         EXPECT_EQ(v.header("X-Tolmo-Aanbieder"), g.aanbiederHeader);
 
         std::string fout;
-        const auto wav = nep::leesWav(tijdelijk_.schrijf("ontvangen.wav", bestandsdeel(v)), fout);
-        ASSERT_TRUE(wav) << fout;
-        EXPECT_EQ(wav->sampleRate, 16000U);
-        EXPECT_EQ(wav->kanalen, 1);
-        EXPECT_NEAR(wav->duur(), 2.4, 0.01);
+        const auto m4a = nep::leesAudio(
+            tijdelijk_.schrijf("ontvangen.m4a", bestandsdeel(v, "dictaat.m4a", "audio/mp4")), fout);
+        ASSERT_TRUE(m4a) << fout;
+        EXPECT_EQ(m4a->codec, "aac");
+        EXPECT_EQ(m4a->sampleRate, 16000);
+        EXPECT_EQ(m4a->kanalen, 1);
+        // Longer only by the encoder's delay (one 64 ms frame) and the last frame's padding.
+        EXPECT_NEAR(m4a->containerDuur, 2.4 + 0.064, 0.065);
         // The downmix of two equal channels keeps the sine's level: RMS of amplitude 0.1.
-        EXPECT_NEAR(wav->rms(1000), 0.1 / std::sqrt(2.0), 0.005);
+        EXPECT_NEAR(m4a->rms(), 0.1 / std::sqrt(2.0), 0.01);
     }
 }
 
@@ -283,14 +293,15 @@ TEST_F(DicteerTest, EveryFailureHasItsMessageAndStatus) {
 TEST_F(DicteerTest, ProgressOnlyOnATerminalAndCtrlCAbortsTheWait) {
     LoopbackServer server;
     const Omgeving omg = omgeving({{"OPENAI_API_KEY", "sk-1"}, {"TOLMO_OPENAI_URL", server.url()}});
-    // Twenty minutes: 38,4 MB at 16 kHz mono, far more than the socket buffers hold, so an
-    // upload the server does not read yet stalls part of the way; then the answer waits too.
+    // Twenty minutes sent as WAV: 38,4 MB at 16 kHz mono, far more than the socket buffers hold, so
+    // an upload the server does not read yet stalls part of the way; then the answer waits too.
     const auto lang = sinus("lang.wav", 16000, 1, 1200);
     Antwoord traag = Antwoord::json(200, R"({"text":"eindelijk"})");
     traag.pauzeVoorBody = 1500ms;
     traag.vertraging = 1500ms;
     server.zetAntwoord(traag);
-    auto r = nep::LopendProces(TOLMO_CLI_PAD, {"dicteer", "--motor", "openai", lang.string()},
+    auto r = nep::LopendProces(TOLMO_CLI_PAD,
+                               {"dicteer", "--motor", "openai", "--formaat", "wav", lang.string()},
                                {omg, true})
                  .wacht();
     EXPECT_EQ(r.status, 0) << r.fout;

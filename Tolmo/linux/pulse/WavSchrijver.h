@@ -10,8 +10,8 @@ struct sf_private_tag;
 namespace tolmo {
 
 // Writes the recording as 16-bit PCM WAV through libsndfile, which rewrites the header's sizes
-// when the file is closed. Only `wav` can be produced here; `m4a` needs the desktop platform's
-// AAC encoder and is refused as a conversion error.
+// when the file is closed. Only `wav` is written here (M4aSchrijver writes `m4a`); any other
+// format is refused as a conversion error.
 class WavSchrijver final : public AudioSchrijver {
   public:
     class Maker final : public AudioSchrijver::Maker {
