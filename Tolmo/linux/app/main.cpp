@@ -63,7 +63,9 @@
 #include "Tolmo/linux/wayland/WaylandBindingen.h"
 #include "Tolmo/linux/x11/X11Adapters.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "TolmoKern/Keten/TolmoKeten.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/StroomUpload.h"
 
 namespace tolmo {
 namespace {
@@ -217,6 +219,17 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         // The route is the user's, so the consent names each one it may take.
         opties.toestemming = CloudToestemming::eigenRoute;
+        // Through the relay the recording goes while the user speaks; a chain that cannot be
+        // built now (no access code) says so at the release, as without an upload.
+        opties.upload = [this](const TolmoInstellingen& i, const std::filesystem::path& bestand,
+                               AudioFormaat formaat) -> std::unique_ptr<LopendeUpload> {
+            try {
+                return StroomUpload::begin(TolmoKeten::bouw(i, *kluis, nullptr).transcriptie,
+                                           bestand, formaat, i.woorden);
+            } catch (const std::exception&) {
+                return nullptr;
+            }
+        };
         DictaatRegelaar::Poorten poorten{lus,
                                          toestemmingen,
                                          sessie->toetsen(),
