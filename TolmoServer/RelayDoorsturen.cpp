@@ -110,14 +110,18 @@ class Spoolbestand {
         if (schijf < 0) {
             return false;
         }
-        off_t van = 0;
-        while (static_cast<std::uint64_t>(van) < grootte_) {
-            const ssize_t r = ::copy_file_range(fd_, &van, schijf, nullptr,
-                                                grootte_ - static_cast<std::uint64_t>(van), 0);
-            if (r <= 0) {
+        // Through a buffer: copy_file_range refuses to cross from memory to another file system.
+        std::vector<char> blok(64 * 1024);
+        for (std::uint64_t van = 0; van < grootte_;) {
+            const ssize_t r =
+                ::pread(fd_, blok.data(), std::min<std::uint64_t>(blok.size(), grootte_ - van),
+                        static_cast<off_t>(van));
+            if (r <= 0 || ::pwrite(schijf, blok.data(), static_cast<std::size_t>(r),
+                                   static_cast<off_t>(van)) != r) {
                 ::close(schijf);
                 return false;
             }
+            van += static_cast<std::uint64_t>(r);
         }
         geefTerug(fd_, true);
         fd_ = schijf;
