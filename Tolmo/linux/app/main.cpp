@@ -223,6 +223,10 @@ struct Samenstelling {
         // built now (no access code) says so at the release, as without an upload.
         opties.upload = [this](const TolmoInstellingen& i, const std::filesystem::path& bestand,
                                AudioFormaat formaat) -> std::unique_ptr<LopendeUpload> {
+            // Other routes need no keyring lookup at every recording start.
+            if (i.motor != Motor::tolmo || formaat != AudioFormaat::m4a) {
+                return nullptr;
+            }
             try {
                 return StroomUpload::begin(TolmoKeten::bouw(i, *kluis, nullptr).transcriptie,
                                            bestand, formaat, i.woorden);
