@@ -79,6 +79,11 @@ struct Telling {
     std::int64_t som = 0;
     std::int64_t eerste = AV_NOPTS_VALUE;
     std::int64_t einde = AV_NOPTS_VALUE;
+    // The last packet's start and the step before it: a packet without a duration of its own
+    // (a fragmented MPEG-4's AAC) lasts until the next one, and the last one as long as the one
+    // before it, so the span does not drop the final frame.
+    std::int64_t vorige = AV_NOPTS_VALUE;
+    std::int64_t stap = 0;
     bool gezien = false;
 };
 
@@ -241,6 +246,13 @@ std::optional<double> AudioDuur::seconden(int fd, std::uint64_t begin, std::uint
                 t.som += duur;
                 t.gezien = true;
                 if (pakket->pts != AV_NOPTS_VALUE) {
+                    if (t.vorige != AV_NOPTS_VALUE && pakket->pts > t.vorige) {
+                        t.stap = pakket->pts - t.vorige;
+                    }
+                    t.vorige = pakket->pts;
+                    if (duur == 0) {
+                        duur = t.stap;
+                    }
                     t.eerste =
                         t.eerste == AV_NOPTS_VALUE ? pakket->pts : std::min(t.eerste, pakket->pts);
                     t.einde = t.einde == AV_NOPTS_VALUE ? pakket->pts + duur

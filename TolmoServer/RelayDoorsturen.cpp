@@ -25,13 +25,15 @@ namespace {
 // A short one (a dictation of seconds) lives in an anonymous memory file instead: making and
 // dropping a file on a journalled file system cost more than all the rest of its request. The
 // loop keeps a few of those for the next request (only grootte() bytes of one are ever read).
+// An upload of unknown length (streamed while the user speaks) starts in memory and moves to
+// disk once it outgrows the bound.
 class Spoolbestand {
   public:
     static constexpr std::uint64_t maxInGeheugen = 256 * 1024;
     static constexpr std::size_t maxBewaard = 16;
 
-    Spoolbestand(const std::filesystem::path& map, bool kort, std::vector<int>& bewaard)
-        : bewaard_(bewaard) {
+    Spoolbestand(std::filesystem::path map, bool kort, std::vector<int>& bewaard)
+        : map_(std::move(map)), bewaard_(bewaard) {
         if (kort && !bewaard_.empty()) {
             fd_ = bewaard_.back();
             bewaard_.pop_back();
@@ -40,23 +42,10 @@ class Spoolbestand {
         }
         inGeheugen_ = fd_ >= 0;
         if (fd_ < 0) {
-            fd_ = ::open(map.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-        }
-        if (fd_ < 0) {
-            std::string sjabloon = (map / "tolmo-upload-XXXXXX").string();
-            fd_ = ::mkostemp(sjabloon.data(), O_CLOEXEC);
-            if (fd_ >= 0) {
-                ::unlink(sjabloon.c_str());
-            }
+            fd_ = opSchijf();
         }
     }
-    ~Spoolbestand() {
-        if (inGeheugen_ && bewaard_.size() < maxBewaard) {
-            bewaard_.push_back(fd_);
-        } else if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
+    ~Spoolbestand() { geefTerug(fd_, inGeheugen_); }
     Spoolbestand(const Spoolbestand&) = delete;
     Spoolbestand& operator=(const Spoolbestand&) = delete;
 
@@ -79,6 +68,9 @@ class Spoolbestand {
     }
 
     bool schrijf(const char* data, std::size_t n) {
+        if (inGeheugen_ && grootte_ + n > maxInGeheugen && !naarSchijf()) {
+            return false;
+        }
         while (n > 0) {
             const ssize_t r = ::pwrite(fd_, data, n, static_cast<off_t>(grootte_));
             if (r <= 0) {
@@ -92,6 +84,52 @@ class Spoolbestand {
     }
 
   private:
+    int opSchijf() const {
+        int fd = ::open(map_.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+        if (fd < 0) {
+            std::string sjabloon = (map_ / "tolmo-upload-XXXXXX").string();
+            fd = ::mkostemp(sjabloon.data(), O_CLOEXEC);
+            if (fd >= 0) {
+                ::unlink(sjabloon.c_str());
+            }
+        }
+        return fd;
+    }
+
+    void geefTerug(int fd, bool inGeheugen) {
+        if (inGeheugen && bewaard_.size() < maxBewaard) {
+            bewaard_.push_back(fd);
+        } else if (fd >= 0) {
+            ::close(fd);
+        }
+    }
+
+    // What is in memory so far goes to a file on disk, which takes the rest.
+    bool naarSchijf() {
+        const int schijf = opSchijf();
+        if (schijf < 0) {
+            return false;
+        }
+        // Through a buffer: copy_file_range refuses to cross from memory to another file system.
+        std::vector<char> blok(64 * 1024);
+        for (std::uint64_t van = 0; van < grootte_;) {
+            const ssize_t r =
+                ::pread(fd_, blok.data(), std::min<std::uint64_t>(blok.size(), grootte_ - van),
+                        static_cast<off_t>(van));
+            if (r <= 0 || ::pwrite(schijf, blok.data(), static_cast<std::size_t>(r),
+                                   static_cast<off_t>(van)) != r) {
+                ::close(schijf);
+                return false;
+            }
+            van += static_cast<std::uint64_t>(r);
+        }
+        geefTerug(fd_, true);
+        fd_ = schijf;
+        inGeheugen_ = false;
+        return true;
+    }
+
+    std::filesystem::path map_;
     int fd_ = -1;
     bool inGeheugen_ = false;
     std::uint64_t grootte_ = 0;
@@ -109,7 +147,7 @@ net::awaitable<Uitkomst> RelayServer::Binnen::stuurDoor(
     std::string chatBody;
     if (transcriptie) {
         const auto lengte = p.content_length();
-        spool.emplace(c.spoolMap, lengte && *lengte <= Spoolbestand::maxInGeheugen,
+        spool.emplace(c.spoolMap, !lengte || *lengte <= Spoolbestand::maxInGeheugen,
                       lus.spoolBestanden.fds);
         if (spool->fd() < 0) {
             log("Kan geen tijdelijk bestand maken in " + c.spoolMap.string() + ".");

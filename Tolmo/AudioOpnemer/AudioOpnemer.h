@@ -78,6 +78,11 @@ class AudioOpnemer {
 
     Opname rondAf();
     void annuleer();
+    // The file the running recording is written to; empty while none is.
+    [[nodiscard]] std::optional<std::filesystem::path> bestand() const {
+        const std::lock_guard slot(slot_);
+        return bestandURL_;
+    }
     FormaatBesluit herstartNaWijziging();
     // Why the last herstartNaWijziging ended in afrondenMetDeelopname, when it was an error
     // (starting the engine again, or making the converter); empty otherwise.

@@ -409,6 +409,9 @@ void DictaatRegelaar::start(Bron bron) {
     if (o_.verwarm) {
         o_.verwarm(dictaat_->instellingen);
     }
+    if (const auto bestand = opnemer_->bestand(); o_.upload && bestand) {
+        dictaat_->upload = o_.upload(dictaat_->instellingen, *bestand, o_.formaat);
+    }
 
     const char* ruis = "uit";
     if (dictaat_->instellingen.ruisonderdrukking &&
@@ -450,6 +453,9 @@ void DictaatRegelaar::stop() {
     }
     maximumTimer_.annuleer();
     const Opname opname = opnemer_->rondAf();
+    if (dictaat_->upload) {
+        dictaat_->upload->rondAf(opname);
+    }
     p_.engine.verwijderTap();
     p_.engine.stop();
     const std::error_code schrijfFout = opnemer_->laatsteSchrijfFout();
@@ -472,6 +478,9 @@ void DictaatRegelaar::stop() {
     std::shared_ptr<TolmoKeten> keten;
     try {
         keten = std::make_shared<TolmoKeten>(o_.ketenMaker(dictaat_->instellingen));
+        if (dictaat_->upload) {
+            keten->transcriptie = std::move(dictaat_->upload);
+        }
     } catch (const HerkenningsFout& f) {
         verwijder(opname.bestand);
         fout(f.melding());

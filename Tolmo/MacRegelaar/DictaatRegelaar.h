@@ -44,6 +44,7 @@
 #include "TolmoKern/Keten/TolmoKeten.h"
 #include "TolmoKern/Opschonen/Stijl.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/LopendeUpload.h"
 
 namespace tolmo {
 
@@ -130,6 +131,11 @@ class DictaatRegelaar {
         // Called once a recording runs, to open the connection its chain will use while the
         // user speaks. With the default chain maker: TolmoKeten::verwarm; otherwise none.
         std::function<void(const TolmoInstellingen&)> verwarm;
+        // Called once a recording runs: an upload of the file while it is written, or nullptr
+        // for a route that sends after the release. Empty: none.
+        std::function<std::unique_ptr<LopendeUpload>(const TolmoInstellingen&,
+                                                     const std::filesystem::path&, AudioFormaat)>
+            upload;
         // Wall-clock milliseconds since 1970 for the log and stored dates; empty: the system's.
         std::function<std::int64_t()> wandklok;
         AudioOpnemer::Tijd opnemerTijd = AudioOpnemer::Tijd::echt();
@@ -232,6 +238,8 @@ class DictaatRegelaar {
         Stijl stijl = Stijl::neutraal;
         TolmoInstellingen instellingen;
         StopBron stop;
+        // Goes with the dictation: dropped unfinished (a cancel), the server keeps nothing.
+        std::unique_ptr<LopendeUpload> upload;
     };
 
     // What the chain's task hands back to the main thread.

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,6 +24,8 @@ using Klok = std::chrono::steady_clock;
 // How long one wait for socket activity may last before the loop looks at the clock again. A
 // stop request does not wait for it: it wakes the wait at once.
 constexpr std::chrono::milliseconds maxWacht{100};
+// How often a paused growing body is asked again when nobody wakes the transfer.
+constexpr std::chrono::milliseconds pauzeWacht{20};
 
 // The process-wide share handle with one mutex per kind of shared data: DNS answers and TLS
 // sessions, which libcurl guards with these locks. Not connections: those are only safe with
@@ -194,6 +197,40 @@ struct Overdracht {
     }
 };
 
+// A growing body for libcurl's read callback: first the request's own bytes, then the pieces
+// of the growing part. Pauses the transfer while nothing new is there; the sending loop takes
+// the pause off when woken or after a short while.
+struct Aanvoer {
+    const std::string* vooraf = nullptr;
+    std::size_t voorafGestuurd = 0;
+    GroeiendeBody* groeiend = nullptr;
+    bool gepauzeerd = false;
+
+    static size_t lees(char* doel, size_t grootte, size_t aantal, void* gebruiker) {
+        auto* a = static_cast<Aanvoer*>(gebruiker);
+        const std::size_t ruimte = grootte * aantal;
+        if (a->voorafGestuurd < a->vooraf->size()) {
+            const std::size_t n = std::min(ruimte, a->vooraf->size() - a->voorafGestuurd);
+            std::memcpy(doel, a->vooraf->data() + a->voorafGestuurd, n);
+            a->voorafGestuurd += n;
+            return n;
+        }
+        const GroeiendeBody::Stuk stuk = a->groeiend->lees(doel, ruimte);
+        switch (stuk.soort) {
+            case GroeiendeBody::Stuk::Soort::data:
+                return stuk.lengte;
+            case GroeiendeBody::Stuk::Soort::einde:
+                return 0;
+            case GroeiendeBody::Stuk::Soort::fout:
+                return CURL_READFUNC_ABORT;
+            case GroeiendeBody::Stuk::Soort::wacht:
+                break;
+        }
+        a->gepauzeerd = true;
+        return CURL_READFUNC_PAUSE;
+    }
+};
+
 struct LijstWeg {
     void operator()(curl_slist* l) const { curl_slist_free_all(l); }
 };
@@ -297,6 +334,9 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
         // servers that never answer it; our requests are small enough to send right away.
         voegToe("Expect:");
     }
+    if (verzoek.groeiend) {
+        voegToe("Transfer-Encoding: chunked");
+    }
 
     // Handed back only when the transfer is over, however it ends; while a set is out, no
     // other request can touch its connections.
@@ -307,6 +347,9 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
     CURL* e = lening.v->easy;
     curl_easy_reset(e);
     Overdracht o;
+    Aanvoer aanvoer;
+    aanvoer.vooraf = &verzoek.body;
+    aanvoer.groeiend = verzoek.groeiend.get();
     o.stop = &stop;
     o.meld = &verzoek.voortgang;
     o.maximum = verzoek.maximaleAntwoordGrootte;
@@ -332,15 +375,34 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
         if (verzoek.methode != "POST") {
             curl_easy_setopt(e, CURLOPT_CUSTOMREQUEST, verzoek.methode.c_str());
         }
-        // Sent straight from the request's own buffer: POSTFIELDS does not copy.
-        curl_easy_setopt(e, CURLOPT_POSTFIELDS, verzoek.body.data());
-        curl_easy_setopt(e, CURLOPT_POSTFIELDSIZE_LARGE,
-                         static_cast<curl_off_t>(verzoek.body.size()));
+        if (verzoek.groeiend) {
+            // No length: libcurl sends the body chunked through the read callback.
+            curl_easy_setopt(e, CURLOPT_POST, 1L);
+            curl_easy_setopt(e, CURLOPT_READFUNCTION, &Aanvoer::lees);
+            curl_easy_setopt(e, CURLOPT_READDATA, &aanvoer);
+        } else {
+            // Sent straight from the request's own buffer: POSTFIELDS does not copy.
+            curl_easy_setopt(e, CURLOPT_POSTFIELDS, verzoek.body.data());
+            curl_easy_setopt(e, CURLOPT_POSTFIELDSIZE_LARGE,
+                             static_cast<curl_off_t>(verzoek.body.size()));
+        }
     }
 
     CURLM* m = lening.v->multi;
     const Toegevoegd toegevoegd(m, e);
     const StopTerugroep wekker(stop, [m] { curl_multi_wakeup(m); });
+    if (verzoek.groeiend) {
+        verzoek.groeiend->zetWekker([m] { curl_multi_wakeup(m); });
+    }
+    // The body's wake-up goes before the transfer's state does, however the call ends.
+    struct WekkerWeg {
+        GroeiendeBody* body;
+        ~WekkerWeg() {
+            if (body != nullptr) {
+                body->zetWekker({});
+            }
+        }
+    } wekkerWeg{verzoek.groeiend.get()};
     o.laatsteActiviteit = Klok::now();
     int lopend = 1;
     for (;;) {
@@ -359,7 +421,16 @@ HTTPAntwoord CurlTransport::verstuur(HTTPVerzoek verzoek, StopToken stop) {
         const auto rest =
             std::chrono::duration_cast<std::chrono::milliseconds>(verzoek.timeout - stil) +
             std::chrono::milliseconds(1);
-        curl_multi_poll(m, nullptr, 0, static_cast<int>(std::min(rest, maxWacht).count()), nullptr);
+        // A paused body is asked again soon even unwoken: its writer need not know about us.
+        const auto wacht =
+            aanvoer.gepauzeerd ? std::min(rest, pauzeWacht) : std::min(rest, maxWacht);
+        curl_multi_poll(m, nullptr, 0, static_cast<int>(wacht.count()), nullptr);
+        if (aanvoer.gepauzeerd) {
+            aanvoer.gepauzeerd = false;
+            // Waiting on the speaker is not a stalled server: the clock starts again.
+            o.laatsteActiviteit = Klok::now();
+            curl_easy_pause(e, CURLPAUSE_CONT);
+        }
     }
 
     CURLcode resultaat = CURLE_OK;

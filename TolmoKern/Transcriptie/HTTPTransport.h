@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,6 +13,25 @@
 namespace tolmo {
 
 using HTTPHeaders = std::vector<std::pair<std::string, std::string>>;
+
+// A request body that is still being written while it is sent: it goes out chunked, each piece
+// as soon as it is there, and the request ends when the body says it is complete. Read on the
+// transport's sending thread; `wek` may come from any thread.
+class GroeiendeBody {
+  public:
+    struct Stuk {
+        enum class Soort { data, wacht, einde, fout };
+        Soort soort = Soort::wacht;
+        std::size_t lengte = 0;  // bytes written to the buffer, for data
+    };
+    virtual ~GroeiendeBody() = default;
+    // Up to `ruimte` bytes never handed out before; wacht when none are there yet (the
+    // transport asks again after `wek` or a short while), einde when the body is complete,
+    // fout when it never will be (the request is then broken off, not ended).
+    virtual Stuk lees(char* doel, std::size_t ruimte) = 0;
+    // Called when lees may have something new; replaces the previous one.
+    virtual void zetWekker(std::function<void()> wek) = 0;
+};
 
 struct HTTPVerzoek {
     std::string methode = "POST";
@@ -28,6 +48,8 @@ struct HTTPVerzoek {
     // A reply body beyond this is not read on: a server that sends without end costs the
     // request, never all our memory. Transcripts and cleanups are a few kilobytes.
     std::size_t maximaleAntwoordGrootte = 16 * 1024 * 1024;
+    // Optional: the body comes from here as it grows, chunked, after the bytes of `body`.
+    std::shared_ptr<GroeiendeBody> groeiend;
 };
 
 struct HTTPAntwoord {

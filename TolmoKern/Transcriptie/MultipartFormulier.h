@@ -28,6 +28,14 @@ class MultipartFormulier {
     [[nodiscard]] bool leesBestandIn(std::string_view naam, std::string_view bestandsnaam,
                                      std::string_view type, const std::filesystem::path& pad);
 
+    // The head of a file part whose bytes the caller sends itself (a file still being written);
+    // naBestand() follows those bytes.
+    void voegBestandsKopToe(std::string_view naam, std::string_view bestandsnaam,
+                            std::string_view type) {
+        kopVanBestand(naam, bestandsnaam, type);
+    }
+    [[nodiscard]] std::string naBestand() const { return "\r\n" + slotregel(); }
+
     // The parts so far, without the closing line.
     [[nodiscard]] const std::string& buffer() const { return buffer_; }
     // The finished body: the buffer plus the closing line. The buffer is left as it was.

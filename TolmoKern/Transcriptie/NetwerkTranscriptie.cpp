@@ -19,15 +19,48 @@ NetwerkTranscriptie::NetwerkTranscriptie(Aanbieder aanbieder, std::string sleute
       eindpunt_(std::move(eindpunt)),
       timeout_(timeout) {}
 
+namespace {
+
+struct Bestandsnaam {
+    const char* naam;
+    const char* type;
+};
+
+Bestandsnaam bestandsnaam(AudioFormaat formaat) {
+    return formaat == AudioFormaat::wav ? Bestandsnaam{"dictaat.wav", "audio/wav"}
+                                        : Bestandsnaam{"dictaat.m4a", "audio/mp4"};
+}
+
+}  // namespace
+
+HTTPVerzoek NetwerkTranscriptie::kaal(const MultipartFormulier& formulier) const {
+    HTTPVerzoek verzoek;
+    verzoek.methode = "POST";
+    verzoek.url = eindpunt_;
+    verzoek.timeout = timeout_;
+    verzoek.headers = {{"Authorization", "Bearer " + sleutel_},
+                       {"Content-Type", formulier.contentType()}};
+    return verzoek;
+}
+
+NetwerkTranscriptie::Omhulsel NetwerkTranscriptie::omhulsel(
+    AudioFormaat formaat, const std::vector<std::string>& woorden) const {
+    MultipartFormulier formulier;
+    voegVeldenToe(formulier, woorden);
+    const Bestandsnaam b = bestandsnaam(formaat);
+    formulier.voegBestandsKopToe("file", b.naam, b.type);
+    Omhulsel uit{kaal(formulier), formulier.naBestand()};
+    uit.verzoek.body = formulier.buffer();
+    return uit;
+}
+
 std::string NetwerkTranscriptie::transcribeer(const Opname& opname,
                                               const std::vector<std::string>& woorden,
                                               StopToken stop) {
-    const Motor motor = alsMotor(aanbieder_);
     const auto geenAudio = [] { return HerkenningsFout::van(HerkenningsFout::Soort::geenAudio); };
     if (opname.meting.duur() < minimaleDuur || opname.bestand.empty()) {
         throw geenAudio();
     }
-    const bool wav = opname.formaat == AudioFormaat::wav;
 
     // Memory runs out on a recording too big to hold, or on a reply too big to read; either
     // way the caller gets a recognition error it can show, never a bare std::bad_alloc.
@@ -35,26 +68,26 @@ std::string NetwerkTranscriptie::transcribeer(const Opname& opname,
     try {
         MultipartFormulier formulier;
         voegVeldenToe(formulier, woorden);
-        if (!formulier.leesBestandIn("file", wav ? "dictaat.wav" : "dictaat.m4a",
-                                     wav ? "audio/wav" : "audio/mp4", opname.bestand)) {
+        const Bestandsnaam b = bestandsnaam(opname.formaat);
+        if (!formulier.leesBestandIn("file", b.naam, b.type, opname.bestand)) {
             throw geenAudio();
         }
-        verzoek.methode = "POST";
-        verzoek.url = eindpunt_;
-        verzoek.timeout = timeout_;
-        verzoek.headers = {{"Authorization", "Bearer " + sleutel_},
-                           {"Content-Type", formulier.contentType()}};
+        verzoek = kaal(formulier);
         verzoek.body = std::move(formulier).body();
     } catch (const std::bad_alloc&) {
         throw HerkenningsFout::van(HerkenningsFout::Soort::dictaatTeLang);
     } catch (const std::length_error&) {
         throw HerkenningsFout::van(HerkenningsFout::Soort::dictaatTeLang);
     }
+    return ontvang([&] { return transport_->verstuur(std::move(verzoek), stop); });
+}
 
+std::string NetwerkTranscriptie::ontvang(const std::function<HTTPAntwoord()>& verstuur) const {
+    const Motor motor = alsMotor(aanbieder_);
     try {
         HTTPAntwoord antwoord;
         try {
-            antwoord = transport_->verstuur(std::move(verzoek), stop);
+            antwoord = verstuur();
         } catch (const TransportFout& fout) {
             throw HerkenningsFout::uitTransportFout(fout, motor);
         }

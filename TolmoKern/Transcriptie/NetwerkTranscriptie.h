@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,19 @@ class NetwerkTranscriptie : public TranscriptieMotor {
     std::string transcribeer(const Opname& opname, const std::vector<std::string>& woorden,
                              StopToken stop) final;
 
+    // The request for a recording still being written: its body holds the form up to the
+    // file's own bytes; `naBestand` is what follows them.
+    struct Omhulsel {
+        HTTPVerzoek verzoek;
+        std::string naBestand;
+    };
+    [[nodiscard]] Omhulsel omhulsel(AudioFormaat formaat,
+                                    const std::vector<std::string>& woorden) const;
+    // The transcript in the reply `verstuur` gets (it sends through transport()), or the
+    // HerkenningsFout that reply or its failure means.
+    std::string ontvang(const std::function<HTTPAntwoord()>& verstuur) const;
+    [[nodiscard]] const std::shared_ptr<HTTPTransport>& transport() const { return transport_; }
+
   protected:
     NetwerkTranscriptie(Aanbieder aanbieder, std::string sleutel,
                         std::shared_ptr<HTTPTransport> transport, std::string eindpunt,
@@ -40,6 +54,8 @@ class NetwerkTranscriptie : public TranscriptieMotor {
                                const std::vector<std::string>& woorden) const = 0;
 
   private:
+    [[nodiscard]] HTTPVerzoek kaal(const MultipartFormulier& formulier) const;
+
     Aanbieder aanbieder_;
     std::string sleutel_;
     std::shared_ptr<HTTPTransport> transport_;

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
@@ -29,6 +31,8 @@ extern "C" {
 #include "RelayHulp.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
+#include "TolmoKern/Transcriptie/OpenAITranscriptie.h"
+#include "TolmoKern/Transcriptie/StroomUpload.h"
 #include "TolmoKern/Transcriptie/TolmoServerTransport.h"
 #include "nep/LoopbackServer.h"
 #include "nep/TijdelijkeOpname.h"
@@ -80,22 +84,28 @@ std::string m4aMetIndexAchteraan(int seconden) {
     return bytes;
 }
 
-// `seconden` of a tone, encoded by libavcodec's `encoder` into libavformat's `muxer`.
-std::string gecodeerd(const char* muxer, const char* encoder, double seconden) {
+// `seconden` of a tone, encoded by libavcodec's `encoder` into libavformat's `muxer` with these
+// muxer options.
+std::string gecodeerd(const char* muxer, const char* encoder, double seconden, int tempo = 48000,
+                      const char* opties = "") {
     AVFormatContext* oc = nullptr;
     avformat_alloc_output_context2(&oc, nullptr, muxer, nullptr);
     const AVCodec* codec = avcodec_find_encoder_by_name(encoder);
     AVCodecContext* cc = avcodec_alloc_context3(codec);
-    cc->sample_rate = 48000;
-    cc->sample_fmt = AV_SAMPLE_FMT_S16;
+    cc->sample_rate = tempo;
+    cc->sample_fmt = codec->sample_fmts ? codec->sample_fmts[0] : AV_SAMPLE_FMT_S16;
     av_channel_layout_default(&cc->ch_layout, 1);
     cc->time_base = {1, cc->sample_rate};
+    cc->bit_rate = std::string_view(encoder) == "aac" ? 32000 : 0;
     EXPECT_EQ(avcodec_open2(cc, codec, nullptr), 0);
     AVStream* st = avformat_new_stream(oc, nullptr);
     avcodec_parameters_from_context(st->codecpar, cc);
     st->time_base = cc->time_base;
     avio_open_dyn_buf(&oc->pb);
-    EXPECT_EQ(avformat_write_header(oc, nullptr), 0);
+    AVDictionary* d = nullptr;
+    av_dict_parse_string(&d, opties, "=", ":", 0);
+    EXPECT_EQ(avformat_write_header(oc, &d), 0);
+    av_dict_free(&d);
     AVFrame* f = av_frame_alloc();
     AVPacket* p = av_packet_alloc();
     const auto codeer = [&](AVFrame* frame) {
@@ -112,8 +122,13 @@ std::string gecodeerd(const char* muxer, const char* encoder, double seconden) {
         av_channel_layout_copy(&f->ch_layout, &cc->ch_layout);
         av_frame_get_buffer(f, 0);
         for (int i = 0; i < f->nb_samples; ++i) {
-            reinterpret_cast<std::int16_t*>(f->data[0])[i] =
-                static_cast<std::int16_t>(8000 * std::sin((klaar + i) * 0.05));
+            const double w = 0.25 * std::sin((klaar + i) * 0.05);
+            if (f->format == AV_SAMPLE_FMT_FLTP) {
+                reinterpret_cast<float*>(f->data[0])[i] = static_cast<float>(w);
+            } else {
+                reinterpret_cast<std::int16_t*>(f->data[0])[i] =
+                    static_cast<std::int16_t>(32000 * w);
+            }
         }
         f->pts = klaar;
         codeer(f);
@@ -582,6 +597,129 @@ TEST_F(RelayStroomTest, ChatKomtInStukken) {
     EXPECT_TRUE(opTijd);
     EXPECT_NE(gelezen.find("data: twee"), std::string::npos) << gelezen;
     EXPECT_FALSE(server_->wachtOpFout("/v1/chat/completions", 300ms));
+}
+
+}  // namespace
+}  // namespace tolmo
+
+namespace tolmo {
+namespace {
+
+// How many audio packets libavformat reads from a file; -1 when it cannot open it.
+int pakketten(const fs::path& pad) {
+    AVFormatContext* fc = nullptr;
+    if (avformat_open_input(&fc, pad.c_str(), nullptr, nullptr) != 0) {
+        return -1;
+    }
+    int n = 0;
+    AVPacket* p = av_packet_alloc();
+    while (av_read_frame(fc, p) >= 0) {
+        ++n;
+        av_packet_unref(p);
+    }
+    av_packet_free(&p);
+    avformat_close_input(&fc);
+    return n;
+}
+
+// The relay's count of forwarded audio, from /metrics.
+double audioSeconden(std::uint16_t poort) {
+    const std::string m = relay::haal(poort, "/metrics");
+    const auto i = m.find("\ntolmo_audio_seconden_totaal ");
+    return i == std::string::npos ? -1 : std::stod(m.substr(i + 29));
+}
+
+// A recording sent while it is written (a fragmented m4a appended to in pieces, as the
+// recorder does): held by the relay until the body ends, then forwarded once with every
+// frame; broken off halfway, nothing is forwarded or counted; when the relay goes away halfway
+// (killed and started again), the finished recording goes again whole and the dictation
+// completes.
+TEST_F(RelayTest, UploadTerwijlErWordtGesproken) {
+    enum class Wat { af, annuleer, relayWeg };
+    struct Geval {
+        const char* naam;
+        Wat wat;
+        double seconden;
+    };
+    // 59 s outgrow the relay's memory for an upload: it moves to a file on the way.
+    const std::vector<Geval> gevallen{{"af", Wat::af, 30},
+                                      {"lang", Wat::af, 59},
+                                      {"annuleer", Wat::annuleer, 6},
+                                      {"weg", Wat::relayWeg, 6}};
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(g.naam);
+        const std::string m4a =
+            gecodeerd("mp4", "aac", g.seconden, 16000,
+                      "movflags=empty_moov+default_base_moof:frag_duration=250000");
+        const fs::path bestand = map_ / (std::string(g.naam) + ".m4a");
+        std::ofstream uit(bestand, std::ios::binary);
+        const auto schrijf = [&](std::size_t van, std::size_t tot) {
+            for (std::size_t i = van; i < tot; i += 4096) {
+                uit.write(m4a.data() + i,
+                          static_cast<std::streamsize>(std::min(tot, i + 4096) - i));
+                uit.flush();
+                std::this_thread::sleep_for(20ms);
+            }
+        };
+        const std::string code = maakCode(g.naam, 60);
+        const auto motor = [&] {
+            return std::make_unique<OpenAITranscriptie>(
+                code,
+                std::make_shared<TolmoServerTransport>(CurlTransport::gedeeld(), Aanbieder::openAI),
+                url_ + "/v1/audio/transcriptions");
+        };
+        const std::size_t voor = nep_.aantalVerzoeken();
+        auto upload = StroomUpload::begin(motor(), bestand, AudioFormaat::m4a, {});
+        ASSERT_TRUE(upload);
+        schrijf(0, m4a.size() / 2);
+        if (g.wat == Wat::annuleer) {
+            upload.reset();
+            relay::metricsMet(poort_, "\ntolmo_verbindingen 1\n");
+            EXPECT_EQ(nep_.aantalVerzoeken(), voor);
+            EXPECT_EQ(relay::gebruikt(omgeving_, g.naam), 0);
+            continue;
+        }
+        if (g.wat == Wat::relayWeg) {
+            server_->stuurSignaal(SIGKILL);
+            server_->wacht();
+            server_ = relay::startServer(omgeving_);
+        }
+        schrijf(m4a.size() / 2, m4a.size());
+        uit.close();
+        EXPECT_EQ(nep_.aantalVerzoeken(), voor);
+        const Opname opname = nep::opnameVan(bestand, g.seconden, AudioFormaat::m4a);
+        const double audioVoor = audioSeconden(poort_);
+        const auto los = std::chrono::steady_clock::now();
+        upload->rondAf(opname);
+        EXPECT_EQ(upload->transcribeer(opname, {}, StopToken{}), zin);
+        ASSERT_EQ(nep_.aantalVerzoeken(), voor + 1);
+        const auto ontvangen = nep_.verzoeken().back();
+        const std::string_view body = ontvangen.body;
+        const auto begin = body.find("audio/mp4\r\n\r\n") + 13;
+        const fs::path doorgestuurd = tijdelijk_.schrijf(
+            "aanbieder.m4a", std::string(body.substr(begin, body.rfind("\r\n--") - begin)));
+        // Every frame arrived: the provider got each AAC frame (1024 samples) that was written,
+        // and the relay counted them all.
+        const int frames = pakketten(bestand);
+        EXPECT_EQ(frames, static_cast<int>(std::ceil(g.seconden * 16000 / 1024)) + 1);
+        EXPECT_EQ(pakketten(doorgestuurd), frames);
+        EXPECT_NEAR(audioSeconden(poort_) - audioVoor, frames * 1024 / 16000.0, 1e-6);
+        EXPECT_EQ(relay::gebruikt(omgeving_, g.naam),
+                  static_cast<std::int64_t>(std::ceil(frames * 1024 / 16000.0)));
+        if (g.seconden != 30) {
+            continue;
+        }
+        // What the user waits for after letting go, against sending the recording whole then.
+        const auto gestroomd = ontvangen.laatsteByte - los;
+        const auto losHeel = std::chrono::steady_clock::now();
+        EXPECT_EQ(motor()->transcribeer(opname, {}, StopToken{}), zin);
+        const auto heel = nep_.verzoeken().back().laatsteByte - losHeel;
+        std::cout << "Loslaten tot volledig verzoek bij de aanbieder, " << g.seconden
+                  << " s opname van " << m4a.size() << " bytes: gestroomd "
+                  << std::chrono::duration<double, std::milli>(gestroomd).count()
+                  << " ms, heel na loslaten "
+                  << std::chrono::duration<double, std::milli>(heel).count() << " ms\n";
+    }
 }
 
 }  // namespace

@@ -64,7 +64,9 @@
 #include "Tolmo/linux/wayland/WaylandBindingen.h"
 #include "Tolmo/linux/x11/X11Adapters.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
+#include "TolmoKern/Keten/TolmoKeten.h"
 #include "TolmoKern/Transcriptie/CurlTransport.h"
+#include "TolmoKern/Transcriptie/StroomUpload.h"
 
 namespace tolmo {
 namespace {
@@ -251,6 +253,21 @@ struct Samenstelling {
             laag = w->maakIndicator(golf);
         }
         OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag) : indicator;
+        // Through the relay the recording goes while the user speaks; a chain that cannot be
+        // built now (no access code) says so at the release, as without an upload.
+        opties.upload = [this](const TolmoInstellingen& i, const std::filesystem::path& bestand,
+                               AudioFormaat formaat) -> std::unique_ptr<LopendeUpload> {
+            // Other routes need no keyring lookup at every recording start.
+            if (i.motor != Motor::tolmo || formaat != AudioFormaat::m4a) {
+                return nullptr;
+            }
+            try {
+                return StroomUpload::begin(TolmoKeten::bouw(i, *kluis, nullptr).transcriptie,
+                                           bestand, formaat, i.woorden);
+            } catch (const std::exception&) {
+                return nullptr;
+            }
+        };
         DictaatRegelaar::Poorten poorten{lus,
                                          toestemmingen,
                                          sessie->toetsen(),

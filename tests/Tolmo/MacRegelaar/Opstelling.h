@@ -80,6 +80,7 @@ struct Opstelling {
     SleutelWaardeOpslag* andereStandaard = nullptr;
     bool altijdViaServer = true;
     std::vector<std::string> startRegels;
+    decltype(DictaatRegelaar::Opties::upload) upload;
     // The settings the chain of the last dictation was built with.
     std::optional<TolmoInstellingen> ketenInstellingen;
 
@@ -102,6 +103,7 @@ struct Opstelling {
         o.ketenMaker = [this](const TolmoInstellingen& i) { return keten(i); };
         o.altijdViaServer = altijdViaServer;
         o.startRegels = startRegels;
+        o.upload = upload;
         regelaar = std::make_unique<DictaatRegelaar>(
             DictaatRegelaar::Poorten{lus, toestemmingen, toetsen, engine, omzetters, schrijvers,
                                      klembord, focus, vraag, indicator, meldingen, logOpslag,
