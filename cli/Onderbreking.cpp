@@ -14,14 +14,21 @@ namespace {
 int pijp[2] = {-1, -1};
 volatile std::sig_atomic_t ontvangen = 0;
 
+// Wakes the waiting loop; safe in a signal handler. The pipe is non-blocking: when it is full a
+// wake-up is already pending, so a failed write loses nothing. (A cast to void does not silence
+// the hardened headers' unused-result warning.)
+void wekPijp(char b) {
+    if (::write(pijp[1], &b, 1) < 0) {
+        return;
+    }
+}
+
 extern "C" void vang(int sig) {
     const int bewaard = errno;
     if (ontvangen == 0) {
         ontvangen = sig;
     }
-    const char b = 's';
-    // Non-blocking: when the pipe is full a wake-up is already pending.
-    (void)::write(pijp[1], &b, 1);
+    wekPijp('s');
     errno = bewaard;
 }
 
@@ -63,8 +70,7 @@ int Onderbreking::signaal() const {
 }
 
 void Onderbreking::wek() {
-    const char b = 'w';
-    (void)::write(pijp[1], &b, 1);
+    wekPijp('w');
 }
 
 void Onderbreking::leegPijp() {
