@@ -46,7 +46,7 @@ PlakToets Aflevering::toets() const {
 }
 
 void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
-                      std::function<void()> klaar) {
+                      Klaar klaar) {
     // The target is judged twice: now, against a switch while the chain worked, and again by
     // the paster just before it pastes (it may wait for an earlier paste's restore).
     // A password field never gets a paste, at the start or now: the text waits on the clipboard
@@ -72,20 +72,20 @@ void Aflevering::plak(const std::string& tekst, const std::optional<Doel>& plakD
     if (wachtwoord) {
         // Never logged or kept anywhere but on the clipboard, marked for clipboard managers.
         plakker_.bewaarGeheim(tekst, herstel, [this, klaar = std::move(klaar)](Plakker::Uitkomst) {
-            log_("Wachtwoordveld: niet geplakt, tekst op het klembord gezet");
+            const std::string regel = "Wachtwoordveld: niet geplakt, tekst op het klembord gezet";
+            log_(regel);
             toon_(
                 {"Wachtwoordveld: de tekst staat op het klembord en is niet "
                  "geplakt. Plak zelf met " +
                      toets().teken + " als je dat wilt.",
                  false, std::nullopt});
-            klaar();
+            klaar(regel);
         });
         return;
     }
     plakker_.plak(tekst, herstel, std::move(doelKlopt),
                   [this, herstel, geweigerd, klaar = std::move(klaar)](Plakker::Uitkomst u) {
-                      meldUitkomst(u, herstel, geweigerd);
-                      klaar();
+                      klaar(meldUitkomst(u, herstel, geweigerd));
                   });
 }
 
@@ -98,35 +98,41 @@ void Aflevering::rondAfNu() {
     }
 }
 
-void Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
-                              std::optional<Doel::Reden> geweigerd) {
+std::string Aflevering::meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
+                                     std::optional<Doel::Reden> geweigerd) {
+    std::string regel;
+    std::optional<Melding> melding;
     switch (uitkomst) {
         case Plakker::Uitkomst::verstuurd:
-            log_(toets().log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
-                                        : " verstuurd, tekst blijft op het klembord"));
+            regel = toets().log + (herstel ? " verstuurd, vorig klembord wordt teruggezet"
+                                           : " verstuurd, tekst blijft op het klembord");
             break;
         case Plakker::Uitkomst::opKlembord:
-            log_("Geen Toegankelijkheid: tekst op het klembord gezet");
-            toon_(
+            regel = "Geen Toegankelijkheid: tekst op het klembord gezet";
+            melding = Melding(
                 {"Plak met " + toets().teken + ". Sta Toegankelijkheid toe, dan plakt Tolmo zelf.",
                  false, "Tekst staat op het klembord"});
             break;
         case Plakker::Uitkomst::doelGewijzigd:
             if (geweigerd) {
-                log_("Niet geplakt (" + redenTekst(*geweigerd) +
-                     " dan bij de start): tekst op het klembord gezet");
-                toon_({"Je wisselde van app of veld tijdens het verwerken. Plak met " +
-                           toets().teken + " waar je wilt.",
-                       false, "Tekst staat op je klembord"});
+                regel = "Niet geplakt (" + redenTekst(*geweigerd) +
+                        " dan bij de start): tekst op het klembord gezet";
+                melding = Melding({"Je wisselde van app of veld tijdens het verwerken. Plak met " +
+                                       toets().teken + " waar je wilt.",
+                                   false, "Tekst staat op je klembord"});
             } else {
-                log_(
-                    "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord "
-                    "gezet");
-                toon_({"Tekst staat op je klembord. Plak met " + toets().teken + ".", false,
-                       std::nullopt});
+                regel =
+                    "Niet geplakt (doel veranderd vlak voor plakken): tekst op het klembord gezet";
+                melding = Melding({"Tekst staat op je klembord. Plak met " + toets().teken + ".",
+                                   false, std::nullopt});
             }
             break;
     }
+    log_(regel);
+    if (melding) {
+        toon_(std::move(*melding));
+    }
+    return regel;
 }
 
 }  // namespace tolmo

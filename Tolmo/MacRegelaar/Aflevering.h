@@ -34,15 +34,18 @@ class Aflevering {
     Aflevering(Plakker& plakker, const Focus& focus, const Toestemmingen& toestemmingen, Log log,
                Toon toon, PlakToets plakToets);
 
-    // klaar runs once the outcome is known and reported, possibly before plak returns.
+    // klaar runs once the outcome is known and reported, possibly before plak returns, with the
+    // log line that reported it.
+    using Klaar = std::function<void(const std::string& uitkomst)>;
     void plak(const std::string& tekst, const std::optional<Doel>& plakDoel, bool herstel,
-              std::function<void()> klaar);
+              Klaar klaar);
     // Quitting: pastes still waiting leave their text on the clipboard, and the user is told.
     void rondAfNu();
 
   private:
-    void meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
-                      std::optional<Doel::Reden> geweigerd);
+    // Answers the log line it wrote.
+    std::string meldUitkomst(Plakker::Uitkomst uitkomst, bool herstel,
+                             std::optional<Doel::Reden> geweigerd);
     // The chord sent to the frontmost app, or the one the user pastes with there.
     [[nodiscard]] PlakToets toets() const;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <system_error>
 #include <utility>
 
@@ -137,6 +138,7 @@ DictaatRegelaar::DictaatRegelaar(Poorten poorten, Opties opties)
       anker_(std::make_shared<DictaatRegelaar*>(this)),
       inst_(p_.groep, p_.standaard, o_.altijdViaServer),
       log_(p_.logOpslag, o_.logBron, o_.wandklok),
+      diagnose_(p_.groep),
       plakker_(p_.klembord, p_.lus, p_.toestemmingen),
       aflevering_(
           plakker_, p_.focus, p_.toestemmingen, [this](const std::string& t) { log(t); },
@@ -220,6 +222,7 @@ DictaatRegelaar::Toestemmingsstand DictaatRegelaar::leesToestemmingen() const {
 
 void DictaatRegelaar::opstarten() {
     log_.laad();
+    diagnose_.laad();
     inst_.laad();
     cloudToestemming_ = CloudToestemming::laad(p_.groep);
     toestemmingen_ = leesToestemmingen();
@@ -420,6 +423,17 @@ void DictaatRegelaar::start(Bron bron) {
     }
     log("Dictaat gestart (" + std::string(tekst(bron)) + ", stijl " +
         std::string(stijlWaarden.naam(dictaat_->stijl)) + ", ruisonderdrukking " + ruis + ")");
+    {
+        auto& dg = dictaat_->diagnose;
+        const auto& i = dictaat_->instellingen;
+        dg.begin = o_.wandklok();
+        dg.bron = tekst(bron);
+        dg.stijl = stijlWaarden.naam(dictaat_->stijl);
+        dg.ruisonderdrukking = ruis;
+        const bool relay = o_.altijdViaServer || i.motor == Motor::tolmo;
+        dg.motor = relay ? aanbiederWaarden.naam(i.serverAanbieder) : motorWaarden.naam(i.motor);
+        dg.route = relay ? "relayserver" : "rechtstreeks";
+    }
 
     maximumTimer_ =
         p_.lus.eenmalig(maximumOpnameDuur,
@@ -466,6 +480,7 @@ void DictaatRegelaar::stop() {
         verwijder(opname.bestand);
         log("Schrijven audio mislukt, dictaat gaat niet door: " + systeemFout(schrijfFout));
         toonMelding({opnemenMislukt, true, std::nullopt});
+        diagnoseer("fout", log_.regels().back().tekst);
         sluitAf();
         return;
     }
@@ -473,6 +488,8 @@ void DictaatRegelaar::stop() {
     const auto bytes = std::filesystem::file_size(opname.bestand, ec);
     log("Opname " + Tekst::getalNL("%.1f", opname.meting.duur()) + " s, " +
         std::to_string(ec ? 0 : bytes / 1024) + " kB");
+    dictaat_->diagnose.maten["audioBytes"] = ec ? 0 : static_cast<std::int64_t>(bytes);
+    dictaat_->diagnose.maten["audioMs"] = std::llround(opname.meting.duur() * 1000);
     zetToestand(Toestand::verwerken);
 
     std::shared_ptr<TolmoKeten> keten;
@@ -524,6 +541,7 @@ void DictaatRegelaar::annuleer() {
         // delivers is dropped, and nothing of it is shown.
         dictaat_->stop.vraagStop();
         log("Verwerking geannuleerd");
+        diagnoseer("geannuleerd", "tijdens het verwerken");
         sluitAf();
     }
 }
@@ -535,6 +553,7 @@ void DictaatRegelaar::annuleerOpname(bool korteTikOfCombinatie) {
     }
     maximumTimer_.annuleer();
     p_.indicator.verberg();
+    diagnoseer("geannuleerd", korteTikOfCombinatie ? "korte tik of toetscombinatie" : "opname");
     dictaat_.reset();
     zetToestand(Toestand::klaar);
     log(korteTikOfCombinatie ? "Opname geannuleerd (korte tik of toetscombinatie)"
@@ -584,6 +603,7 @@ void DictaatRegelaar::audioGewijzigd(std::uint64_t nummer) {
     opnemer_->annuleer();
     opnemer_.reset();
     toonMelding({onbruikbaar ? geenInvoerMelding : opnemenMislukt, true, std::nullopt});
+    diagnoseer("fout", log_.regels().back().tekst);
     sluitAf();
 }
 
@@ -595,6 +615,7 @@ void DictaatRegelaar::ketenKlaar(std::uint64_t nummer, KetenUitkomst u) {
         return;  // cancelled meanwhile
     }
     if (u.geannuleerd) {
+        diagnoseer("geannuleerd", "tijdens het verwerken");
         sluitAf();
     } else if (u.fout) {
         fout(u.fout->melding());
@@ -609,6 +630,7 @@ void DictaatRegelaar::fout(const std::string& melding) {
     const double na = p_.lus.uptime() - dictaat_->begin;
     log("Fout: " + melding + " (na " + Tekst::getalNL("%.2f", na) + " s)");
     toonMelding({melding, true, std::nullopt});
+    diagnoseer("fout", melding);
     sluitAf();
 }
 
@@ -619,6 +641,14 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
         log("Opschonen overgeslagen: " + *r.opschoonProbleem);
     }
     log(r.tijden.tekst());
+    auto& stappen = d.diagnose.stappen;
+    stappen.emplace_back("opname", r.tijden.opname);
+    for (const auto& [naam, tijd] : {std::pair{"transcriptie", r.tijden.transcriptie},
+                                     std::pair{"opschonen", r.tijden.opschonen}}) {
+        if (tijd) {
+            stappen.emplace_back(naam, *tijd);
+        }
+    }
     std::vector<std::string> voorstellen;
     if (geheimVeld(d.plakDoel)) {
         // A password goes to the clipboard only: its length stays out of the log, and it is
@@ -627,6 +657,8 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
     } else {
         log("Resultaat klaar: " + std::to_string(Tekst::aantalTekens(r.ruw)) + " tekens ruw, " +
             std::to_string(Tekst::aantalTekens(r.tekst)) + " tekens klaar");
+        d.diagnose.maten["tekensRuw"] = static_cast<std::int64_t>(Tekst::aantalTekens(r.ruw));
+        d.diagnose.maten["tekensKlaar"] = static_cast<std::int64_t>(Tekst::aantalTekens(r.tekst));
         laatsteDictaat_ = LaatsteDictaat{r.ruw, r.tekst};
         meld(Wijziging::laatsteDictaat);
         voorstellen = WoordSuggesties::voorstellen(r.ruw, r.tekst, d.instellingen.woorden);
@@ -634,7 +666,11 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
     plakt_ = true;
     // Nothing of d is used after this call: the paster may answer at once (no accessibility).
     aflevering_.plak(r.tekst, d.plakDoel, inst_.klembordHerstellen(),
-                     [this, n = d.nummer, voorstellen = std::move(voorstellen)]() mutable {
+                     [this, n = d.nummer,
+                      voorstellen = std::move(voorstellen)](const std::string& uitkomst) mutable {
+                         if (dictaat_ && dictaat_->nummer == n) {
+                             diagnoseer("afgeleverd", uitkomst);
+                         }
                          geplakt(n, std::move(voorstellen));
                      });
 }
@@ -648,6 +684,17 @@ void DictaatRegelaar::geplakt(std::uint64_t nummer, std::vector<std::string> voo
     if (dictaat_ && dictaat_->nummer == nummer) {
         sluitAf();
     }
+}
+
+void DictaatRegelaar::diagnoseer(std::string uitkomst, std::string reden) {
+    if (!dictaat_) {
+        return;
+    }
+    auto& dg = dictaat_->diagnose;
+    dg.stappen.emplace_back("totaal", p_.lus.uptime() - dictaat_->begin);
+    dg.uitkomst = std::move(uitkomst);
+    dg.reden = std::move(reden);
+    diagnose_.bewaar(std::move(dg));
 }
 
 void DictaatRegelaar::sluitAf() {

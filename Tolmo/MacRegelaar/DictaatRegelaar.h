@@ -18,6 +18,7 @@
 #include "Tolmo/AudioOpnemer/Omzetter.h"
 #include "Tolmo/MacRegelaar/Aflevering.h"
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
+#include "Tolmo/MacRegelaar/DictaatDiagnose.h"
 #include "Tolmo/MacRegelaar/InstellingenBeheer.h"
 #include "Tolmo/MacRegelaar/Logboek.h"
 #include "Tolmo/Plakker/KlembordPoort.h"
@@ -209,6 +210,7 @@ class DictaatRegelaar {
     [[nodiscard]] Stijl dictaatStijl() const { return dictaatStijl_; }
     [[nodiscard]] const std::optional<Melding>& melding() const { return melding_; }
     [[nodiscard]] const Logboek& logboek() const { return log_; }
+    [[nodiscard]] const DictaatDiagnose& diagnose() const { return diagnose_; }
     [[nodiscard]] const std::optional<LaatsteDictaat>& laatsteDictaat() const {
         return laatsteDictaat_;
     }
@@ -238,6 +240,7 @@ class DictaatRegelaar {
         Stijl stijl = Stijl::neutraal;
         TolmoInstellingen instellingen;
         StopBron stop;
+        DictaatDiagnose::Dictaat diagnose;
         // Goes with the dictation: dropped unfinished (a cancel), the server keeps nothing.
         std::unique_ptr<LopendeUpload> upload;
     };
@@ -274,6 +277,8 @@ class DictaatRegelaar {
     void resultaat(KetenResultaat r);
     void geplakt(std::uint64_t nummer, std::vector<std::string> voorstellen);
     void fout(const std::string& melding);
+    // Stores the running dictation's record with how it ended.
+    void diagnoseer(std::string uitkomst, std::string reden);
     // Back to idle: no timer, no indicator, no dictation.
     void sluitAf();
 
@@ -282,6 +287,7 @@ class DictaatRegelaar {
     std::shared_ptr<DictaatRegelaar*> anker_;
     InstellingenBeheer inst_;
     Logboek log_;
+    DictaatDiagnose diagnose_;
     Plakker plakker_;
     Aflevering aflevering_;
     std::unique_ptr<SneltoetsMonitor> monitor_;

@@ -48,18 +48,24 @@ class PriveSleutelbos {
         return "unix:path=" + (thuis_ / "bus").string();
     }
 
-    // The keyring on that bus, unlocked with a password from standard input, as at login.
-    // libsecret talks over the process's session bus: it must be this one.
-    bool startSleutelbos() {
+    // The keyring on that bus, unlocked with a password from standard input, as at login;
+    // without `ontgrendel` a fresh one has no login collection, as in a session whose keyring
+    // was not unlocked at login. libsecret talks over the process's session bus: it must be
+    // this one.
+    bool startSleutelbos(bool ontgrendel = true) {
         omgeving_["DBUS_SESSION_BUS_ADDRESS"] = startBus();
         busAdres_.emplace("DBUS_SESSION_BUS_ADDRESS", omgeving_["DBUS_SESSION_BUS_ADDRESS"]);
         auto env = omgeving_;
         env["HOME"] = thuis_.string();
         sleutelbos_.emplace(
             "/usr/bin/gnome-keyring-daemon",
-            std::vector<std::string>{"--foreground", "--unlock", "--components=secrets"},
+            ontgrendel
+                ? std::vector<std::string>{"--foreground", "--unlock", "--components=secrets"}
+                : std::vector<std::string>{"--foreground", "--components=secrets"},
             LopendProces::Opties{env, false});
-        sleutelbos_->schrijf("wachtwoord-van-de-test");
+        if (ontgrendel) {
+            sleutelbos_->schrijf("wachtwoord-van-de-test");
+        }
         sleutelbos_->sluitInvoer();
         for (int i = 0; i < 100; ++i, ::usleep(50000)) {
             if (dynamic_cast<SleutelbosKluis*>(open().get()) != nullptr) {

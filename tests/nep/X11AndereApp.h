@@ -301,6 +301,9 @@ class X11AndereApp {
     }
 
     void dien(const XSelectionRequestEvent& v) {
+        if (x_.atoomNaam(v.target) == "TARGETS") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(targetsVertragingMs.load()));
+        }
         XSelectionEvent a{SelectionNotify, 0,        False, d_,    v.requestor,
                           v.selection,     v.target, None,  v.time};
         if (v.selection == x_.atoom("CLIPBOARD_MANAGER")) {
@@ -405,6 +408,12 @@ class X11AndereApp {
     std::vector<std::function<void()>> taken_;
     std::vector<std::pair<XKeyEvent, KeySym>> toetsen_;
     std::atomic<bool> stop_{false};
+
+  public:
+    // An owner slow to say what it holds, as a busy app is.
+    std::atomic<int> targetsVertragingMs{0};
+
+  private:
     std::thread draad_;
 };
 

@@ -28,9 +28,16 @@ LogboekTab::LogboekTab(DictaatRegelaar& regelaar, QWidget* ouder)
     onder->addWidget(uitleg, 1);
     auto* kopieer = new QPushButton("Kopiëren", this);
     onder->addWidget(kopieer);
+    // One record per recent dictation (timings, route, sizes, outcome; never the text), for a
+    // support question the log alone does not answer.
+    auto* diagnose = new QPushButton("Diagnose kopiëren", this);
+    onder->addWidget(diagnose);
     indeling->addLayout(onder);
     QObject::connect(kopieer, &QPushButton::clicked, this,
                      [this] { QApplication::clipboard()->setText(tekst_->toPlainText()); });
+    QObject::connect(diagnose, &QPushButton::clicked, this, [this] {
+        QApplication::clipboard()->setText(QString::fromStdString(r_.diagnose().tekst()));
+    });
     voegNieuweToe();
 }
 

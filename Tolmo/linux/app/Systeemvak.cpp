@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QPixmap>
+#include <QPushButton>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -112,6 +113,30 @@ void Systeemvak::toon(const Melding& melding) {
 void Systeemvak::toonStand() {
     const MenuStand stand = h_.stand();
     toon({"Tolmo draait al. " + stand.status, false, std::nullopt});
+}
+
+void Systeemvak::meldZonderSysteemvak() {
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        return;
+    }
+    const std::string tekst =
+        "Tolmo draait. Dit bureaublad heeft geen systeemvak, dus je ziet Tolmo pas als je "
+        "dicteert: houd de houdtoets ingedrukt en spreek. De instellingen open je door tolmo-app "
+        "nog een keer te starten.";
+    std::cerr << "Tolmo: " << tekst << std::endl;
+    zonderVak_ =
+        std::make_unique<QMessageBox>(QMessageBox::Information, QStringLiteral("Tolmo draait"),
+                                      QString::fromStdString(tekst), QMessageBox::Ok);
+    QPushButton* open =
+        zonderVak_->addButton(QStringLiteral("Instellingen openen"), QMessageBox::ActionRole);
+    QObject::connect(open, &QPushButton::clicked, zonderVak_.get(),
+                     [this] { h_.toonInstellingen({}); });
+    // Without an escape button a message box refuses to close, and Qt 6 quits only once every
+    // window has closed: quitting would hang on it.
+    zonderVak_->setEscapeButton(zonderVak_->button(QMessageBox::Ok));
+    zonderVak_->setAttribute(Qt::WA_ShowWithoutActivating);
+    zonderVak_->setModal(false);
+    zonderVak_->show();
 }
 
 void Systeemvak::wis() {

@@ -2,8 +2,10 @@
 
 #include <QActionGroup>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSystemTrayIcon>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "Tolmo/MacVertaling/MenuStand.h"
@@ -43,6 +45,10 @@ class Systeemvak final : public Meldingen {
     void ververs();
     // A notice with the current state.
     void toonStand();
+    // At start, where the desktop has no tray (a bare window manager): nothing would show that
+    // Tolmo runs until the first dictation, so a small window says so and how to reach the
+    // settings. It does not take the keyboard from the app the user is typing in.
+    void meldZonderSysteemvak();
 
     [[nodiscard]] QMenu& menu() { return menu_; }
 
@@ -58,6 +64,7 @@ class Systeemvak final : public Meldingen {
     QAction* serverRoute_;
     QAction* opschonen_;
     MenuStand::Actie huidigeActie_ = MenuStand::Actie::start;
+    std::unique_ptr<QMessageBox> zonderVak_;
 };
 
 }  // namespace tolmo

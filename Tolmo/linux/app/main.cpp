@@ -330,6 +330,7 @@ struct Samenstelling {
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
+        vak->meldZonderSysteemvak();
     }
 
     // A command from `tolmo-app --start` and the like, or from a second launch. The controller

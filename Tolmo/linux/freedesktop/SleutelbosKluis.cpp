@@ -241,7 +241,76 @@ std::optional<std::string> SleutelbosKluis::uitSleutelbos(Soort soort) const {
     return lengte > 0 ? std::optional<std::string>(std::string(tekst, lengte)) : std::nullopt;
 }
 
+std::string SleutelbosKluis::plek() const {
+    if (uitgeweken_ && oud_) {
+        return oud_->plek() + ", omdat " + *uitgeweken_;
+    }
+    return "de sleutelbos";
+}
+
+std::optional<std::string> SleutelbosKluis::geenStandaardVerzameling(bool vraag,
+                                                                     const std::string& wat) const {
+    GError* f = nullptr;
+    auto r = s_->wacht(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer d) {
+            secret_collection_for_alias(s_->dienst.get(), SECRET_COLLECTION_DEFAULT,
+                                        SECRET_COLLECTION_NONE, c, cb, d);
+        },
+        s_->geduld);
+    GEigen<SecretCollection> verzameling(secret_collection_for_alias_finish(r.get(), &f));
+    if (f != nullptr) {
+        throw s_->fout(wat, f);
+    }
+    if (verzameling && secret_collection_get_locked(verzameling.get()) == FALSE) {
+        return std::nullopt;
+    }
+    if (!vraag) {
+        return verzameling ? "de standaardverzameling van de sleutelbos op slot zit"
+                           : "de sleutelbos geen standaardverzameling heeft";
+    }
+    if (!verzameling) {
+        // The keyring asks for the new collection's password itself, as it does at first login.
+        r = s_->wacht(
+            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer d) {
+                secret_collection_create(s_->dienst.get(), "Login", SECRET_COLLECTION_DEFAULT,
+                                         SECRET_COLLECTION_CREATE_NONE, c, cb, d);
+            },
+            s_->geduld);
+        verzameling.reset(secret_collection_create_finish(r.get(), &f));
+        if (!verzameling) {
+            const GEigen<GError> weg(f);
+            return "de sleutelbos geen standaardverzameling heeft en er geen kon maken";
+        }
+        return std::nullopt;
+    }
+    GList lijst{verzameling.get(), nullptr, nullptr};
+    r = s_->wacht([&](GCancellable* c, GAsyncReadyCallback cb,
+                      gpointer d) { secret_service_unlock(s_->dienst.get(), &lijst, c, cb, d); },
+                  s_->geduld);
+    const gint ontgrendeld = secret_service_unlock_finish(s_->dienst.get(), r.get(), nullptr, &f);
+    const GEigen<GError> weg(f);
+    if (ontgrendeld < 1) {
+        return "de standaardverzameling van de sleutelbos op slot bleef";
+    }
+    return std::nullopt;
+}
+
 void SleutelbosKluis::zet(Soort soort, const std::string& waarde) {
+    uitgeweken_.reset();
+    const std::string wat =
+        "De sleutel voor " + std::string(naam(soort)) + " kon niet in de sleutelbos worden bewaard";
+    if (auto reden = geenStandaardVerzameling(true, wat)) {
+        if (!oud_) {
+            throw std::runtime_error(wat + ", omdat " + *reden + ".");
+        }
+        oud_->zet(soort, waarde);
+        uitgeweken_ = std::move(reden);
+        return;
+    }
+    bewaarInSleutelbos(soort, waarde);
+}
+
+void SleutelbosKluis::bewaarInSleutelbos(Soort soort, const std::string& waarde) {
     const auto attr = attributen(soort);
     const GEigen<SecretValue> geheim(
         secret_value_new(waarde.data(), static_cast<gssize>(waarde.size()), "text/plain"));
@@ -294,8 +363,12 @@ int SleutelbosKluis::neemBestandOver() {
             // A key the keyring already holds was stored later than the file's copy.
             if (uitSleutelbos(soort)) {
                 oud_->wis(soort);
+            } else if (geenStandaardVerzameling(false, "De sleutelbos is niet te lezen")) {
+                // No prompt at every start: the key stays in the file until the keyring has a
+                // place for it.
+                continue;
             } else {
-                zet(soort, g->waarde);
+                bewaarInSleutelbos(soort, g->waarde);
             }
             ++verhuisd;
         } catch (const std::exception&) {

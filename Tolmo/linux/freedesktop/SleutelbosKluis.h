@@ -23,6 +23,11 @@ namespace tolmo {
 // environment). Every call runs on a main context of its own, so it neither depends on nor
 // disturbs the caller's main loop, and it blocks the caller: a call that waits for the keyring's
 // unlock prompt is cancelled after `geduld`.
+//
+// New keys go to the keyring's default collection. A session whose keyring was not unlocked at
+// login may have none, or a locked one: zet then asks the keyring to create or unlock it, which
+// shows the keyring's own password prompt. When that fails or the user dismisses it, the key goes
+// to the file (when the vault has one) and plek says so and why.
 class SleutelbosKluis final : public Sleutelbeheer {
   public:
     // Thrown when there is no Secret Service on the bus (nor one the bus would start).
@@ -46,7 +51,7 @@ class SleutelbosKluis final : public Sleutelbeheer {
     [[nodiscard]] std::optional<Gevonden> zoek(Soort soort) const override;
     void zet(Soort soort, const std::string& waarde) override;
     bool wis(Soort soort) override;
-    [[nodiscard]] std::string plek() const override { return "de sleutelbos"; }
+    [[nodiscard]] std::string plek() const override;
 
     // Moves every key of the old file into the keyring. A key that cannot be moved stays in the
     // file (and is still found); answers how many moved.
@@ -55,12 +60,20 @@ class SleutelbosKluis final : public Sleutelbeheer {
   private:
     // What the keyring itself holds, without the environment or the file.
     [[nodiscard]] std::optional<std::string> uitSleutelbos(Soort soort) const;
+    // Whether the default collection is there and unlocked. With `vraag`, a missing one is
+    // created and a locked one unlocked through the keyring's prompt; answers why not, if not.
+    // Throws std::runtime_error starting with `wat` when the keyring does not answer.
+    [[nodiscard]] std::optional<std::string> geenStandaardVerzameling(bool vraag,
+                                                                      const std::string& wat) const;
+    void bewaarInSleutelbos(Soort soort, const std::string& waarde);
 
     struct Staat;
     std::unique_ptr<Staat> s_;
     BestandsKluis::Omgeving omgeving_;
     // The old file, read without the environment: only what it holds itself.
     std::optional<BestandsKluis> oud_;
+    // Why the last key went to the file instead of the keyring.
+    std::optional<std::string> uitgeweken_;
 };
 
 }  // namespace tolmo

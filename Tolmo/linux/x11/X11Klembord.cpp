@@ -25,6 +25,10 @@ constexpr std::string_view metaDoelen[] = {
     "PROCESS",         "TASK",         "OWNER_OS",
 };
 
+// The one pair of a snapshot that stands for a copy still being made on its own thread; a
+// newline starts no target's name.
+constexpr std::string_view wachtSleutel = "\nTOLMO_MOMENTOPNAME";
+
 std::string sleutel(const std::string& doel, const std::string& type, int formaat) {
     if (type == doel && formaat == 8) {
         return doel;
@@ -148,6 +152,7 @@ X11Klembord::X11Klembord(X11Verbinding& verbinding, std::vector<X11PlakToetsen::
     ontvang_ = verbinding.atoom("TOLMO_KLEMBORD");
     tijd_ = verbinding.atoom("TOLMO_TIJD");
     beheerder_ = verbinding.atoom("CLIPBOARD_MANAGER");
+    klaarAtoom_ = verbinding.atoom("TOLMO_MOMENTOPNAME");
     // A ChangeProperty request has 24 bytes of its own.
     maxDeel_ = static_cast<std::size_t>(XMaxRequestSize(display_)) * 4 - 24;
     if (verbinding.xfixes()) {
@@ -161,6 +166,7 @@ X11Klembord::X11Klembord(X11Verbinding& verbinding, std::vector<X11PlakToetsen::
 }
 
 X11Klembord::~X11Klembord() {
+    wachtOpMomentopname(true);
     verbinding_.vergeet(luisterId_);
     // The server gives up our ownership with the window.
     XDestroyWindow(display_, venster_);
@@ -229,7 +235,7 @@ void X11Klembord::bijwerken() const {
 
 std::int64_t X11Klembord::wijzigingsTeller() const {
     bijwerken();
-    return teller_;
+    return teller_ + voorspeld_;
 }
 
 // --- Owning ---
@@ -318,11 +324,24 @@ std::optional<std::string> X11Klembord::primairTekst() const {
         return primairEigen_ && !primairDictaat_ ? std::optional(*primairEigen_->front().bytes)
                                                  : std::nullopt;
     }
-    auto tekst = haal(utf8_, Klok::now() + momentopnameTermijn / 4, primair_);
+    auto tekst =
+        haal(verbinding_, venster_, utf8_, Klok::now() + momentopnameTermijn / 4, primair_);
     return tekst && tekst->formaat == 8 ? std::optional(std::move(tekst->bytes)) : std::nullopt;
 }
 
 std::int64_t X11Klembord::schrijf(const std::string& tekst) {
+    if (!lopend_) {
+        return schrijfNu(tekst);
+    }
+    ++voorspeld_;
+    naMomentopname([this, tekst] {
+        --voorspeld_;
+        schrijfNu(tekst);
+    });
+    return teller_ + voorspeld_;
+}
+
+std::int64_t X11Klembord::schrijfNu(const std::string& tekst) {
     auto doelen = tekstDoelen(tekst);
     doelen.push_back({hint_, hint_, 8, std::make_shared<const std::string>("secret")});
     if (doelProfiel().selectie == X11PlakToetsen::Selectie::primair) {
@@ -336,6 +355,14 @@ std::int64_t X11Klembord::schrijf(const std::string& tekst) {
 }
 
 void X11Klembord::zetTekst(const std::string& tekst) {
+    if (lopend_) {
+        ++voorspeld_;
+        naMomentopname([this, tekst] {
+            --voorspeld_;
+            zetTekst(tekst);
+        });
+        return;
+    }
     if (doelProfiel().selectie == X11PlakToetsen::Selectie::primair) {
         neemPrimair(tekstDoelen(tekst), false);
         primairVoor_.reset();
@@ -344,8 +371,20 @@ void X11Klembord::zetTekst(const std::string& tekst) {
 }
 
 void X11Klembord::herstel(const Momentopname& momentopname) {
+    naMomentopname([this, momentopname] { herstelNu(momentopname); });
+}
+
+void X11Klembord::herstelNu(const Momentopname& gegeven) {
+    const Momentopname* momentopname = &gegeven;
+    if (gegeven.size() == 1 && gegeven[0].size() == 1 && gegeven[0][0].first == wachtSleutel) {
+        // A copy made on its own thread: only the newest can still be asked for.
+        if (!gemaakt_ || std::to_string(gemaakt_->first) != gegeven[0][0].second) {
+            return;
+        }
+        momentopname = &gemaakt_->second;
+    }
     std::vector<Doel> doelen;
-    for (const auto& item : momentopname) {
+    for (const auto& item : *momentopname) {
         for (const auto& [naam, bytes] : item) {
             const Sleutel s = leesSleutel(naam);
             const Atom doel = verbinding_.atoom(s.doel.c_str());
@@ -376,15 +415,19 @@ void X11Klembord::herstel(const Momentopname& momentopname) {
 
 // --- Reading another owner ---
 
-std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel, Klok::time_point einde,
-                                                           Atom selectie) const {
-    XDeleteProperty(display_, venster_, ontvang_);
-    XConvertSelection(display_, selectie, doel, ontvang_, venster_, CurrentTime);
+std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(X11Verbinding& verbinding,
+                                                           Window venster, Atom doel,
+                                                           Klok::time_point einde, Atom selectie) {
+    Display* display = verbinding.display();
+    const Atom ontvang = verbinding.atoom("TOLMO_KLEMBORD");
+    const Atom incr = verbinding.atoom("INCR");
+    XDeleteProperty(display, venster, ontvang);
+    XConvertSelection(display, selectie, doel, ontvang, venster, CurrentTime);
     XEvent e;
     const bool beantwoord = wachtOp(
-        display_, e,
+        display, e,
         [&](const XEvent& g) {
-            return g.type == SelectionNotify && g.xselection.requestor == venster_ &&
+            return g.type == SelectionNotify && g.xselection.requestor == venster &&
                    g.xselection.selection == selectie && g.xselection.target == doel;
         },
         einde);
@@ -392,23 +435,23 @@ std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel, Klok::time
         return std::nullopt;
     }
     // Reading with delete is what asks an INCR owner for its first part.
-    auto antwoord = verbinding_.leesEigenschap(venster_, ontvang_, true);
-    if (!antwoord || antwoord->type != incr_) {
+    auto antwoord = verbinding.leesEigenschap(venster, ontvang, true);
+    if (!antwoord || antwoord->type != incr) {
         return antwoord;
     }
     X11Verbinding::Eigenschap heel;
     for (;;) {
         const bool nieuw = wachtOp(
-            display_, e,
-            [this](const XEvent& g) {
-                return g.type == PropertyNotify && g.xproperty.window == venster_ &&
-                       g.xproperty.atom == ontvang_ && g.xproperty.state == PropertyNewValue;
+            display, e,
+            [&](const XEvent& g) {
+                return g.type == PropertyNotify && g.xproperty.window == venster &&
+                       g.xproperty.atom == ontvang && g.xproperty.state == PropertyNewValue;
             },
             einde);
         if (!nieuw) {
             return std::nullopt;
         }
-        auto deel = verbinding_.leesEigenschap(venster_, ontvang_, true);
+        auto deel = verbinding.leesEigenschap(venster, ontvang, true);
         if (!deel) {
             // The report of a value already read (the INCR marker itself).
             continue;
@@ -424,15 +467,18 @@ std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(Atom doel, Klok::time
 }
 
 KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
+    // A second copy before the first was used (not how the paster works): the first must be
+    // done before the clipboard can be looked at again.
+    wachtOpMomentopname(false);
     const Window eigenaar = XGetSelectionOwner(display_, klembord_);
     if (eigenaar == None) {
         return {};
     }
-    std::vector<std::pair<std::string, std::string>> item;
     if (eigenaar == venster_) {
         if (!eigen_) {
             return {};
         }
+        std::vector<std::pair<std::string, std::string>> item;
         for (const Doel& d : *eigen_) {
             item.emplace_back(
                 sleutel(verbinding_.atoomNaam(d.doel), verbinding_.atoomNaam(d.type), d.formaat),
@@ -440,12 +486,46 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
         }
         return {item};
     }
-    // Answers to a snapshot that gave up earlier would be taken for this one's.
-    XEvent oud;
-    while (XCheckTypedWindowEvent(display_, venster_, SelectionNotify, &oud) != 0) {
-    }
+    auto lopend = std::make_unique<Lopend>();
+    lopend->id = ++volgendeId_;
+    lopend->draad = std::thread([naam = std::string(DisplayString(display_)), melder = venster_,
+                                 l = lopend.get()] {
+        Momentopname uitkomst;
+        std::optional<X11Verbinding> eigen;
+        try {
+            eigen.emplace(naam.c_str());
+            XSetWindowAttributes kenmerken{};
+            kenmerken.event_mask = PropertyChangeMask;
+            const Window venster = XCreateWindow(eigen->display(), eigen->wortel(), -10, -10, 1, 1,
+                                                 0, 0, InputOnly, nullptr, CWEventMask, &kenmerken);
+            uitkomst = haalMomentopname(*eigen, venster, eigen->atoom("CLIPBOARD"));
+            XDestroyWindow(eigen->display(), venster);
+        } catch (const std::exception&) {
+            // No second connection: nothing could be copied; the paste still goes ahead.
+        }
+        {
+            const std::lock_guard slot(l->slot);
+            l->uitkomst = std::move(uitkomst);
+            l->klaar = true;
+        }
+        // Wakes the main loop: the change is reported on our main window's connection.
+        if (eigen) {
+            const unsigned char niets = 0;
+            XChangeProperty(eigen->display(), melder, eigen->atoom("TOLMO_MOMENTOPNAME"), XA_STRING,
+                            8, PropModeAppend, &niets, 0);
+            XSync(eigen->display(), False);
+        }
+    });
+    const auto id = lopend->id;
+    lopend_ = std::move(lopend);
+    return {{{std::string(wachtSleutel), std::to_string(id)}}};
+}
+
+KlembordPoort::Momentopname X11Klembord::haalMomentopname(X11Verbinding& verbinding, Window venster,
+                                                          Atom selectie) {
+    Display* display = verbinding.display();
     const auto einde = Klok::now() + momentopnameTermijn;
-    const auto lijst = haal(targets_, einde, klembord_);
+    const auto lijst = haal(verbinding, venster, verbinding.atoom("TARGETS"), einde, selectie);
     if (!lijst || lijst->formaat != 32 || lijst->aantal == 0) {
         return {};
     }
@@ -459,7 +539,7 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
     std::vector<std::string> namen(doelen.size());
     {
         std::vector<char*> ruw(doelen.size(), nullptr);
-        XGetAtomNames(display_, doelen.data(), static_cast<int>(doelen.size()), ruw.data());
+        XGetAtomNames(display, doelen.data(), static_cast<int>(doelen.size()), ruw.data());
         for (std::size_t i = 0; i < ruw.size(); ++i) {
             if (ruw[i] != nullptr) {
                 namen[i] = ruw[i];
@@ -467,6 +547,7 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
             }
         }
     }
+    std::vector<std::pair<std::string, std::string>> item;
     std::vector<Atom> gehad;
     for (std::size_t i = 0; i < doelen.size() && Klok::now() < einde; ++i) {
         const std::string& naam = namen[i];
@@ -477,8 +558,8 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
             continue;
         }
         gehad.push_back(doelen[i]);
-        if (auto e = haal(doelen[i], einde, klembord_)) {
-            const std::string type = e->type == doelen[i] ? naam : verbinding_.atoomNaam(e->type);
+        if (auto e = haal(verbinding, venster, doelen[i], einde, selectie)) {
+            const std::string type = e->type == doelen[i] ? naam : verbinding.atoomNaam(e->type);
             item.emplace_back(sleutel(naam, type, e->formaat), std::move(e->bytes));
         }
     }
@@ -486,6 +567,49 @@ KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
         return {};
     }
     return {item};
+}
+
+void X11Klembord::naMomentopname(std::function<void()> stap) {
+    if (lopend_ || !wachtrij_.empty()) {
+        wachtrij_.push_back(std::move(stap));
+    } else {
+        stap();
+    }
+}
+
+void X11Klembord::momentopnameKlaar() const {
+    if (!lopend_) {
+        return;
+    }
+    {
+        const std::lock_guard slot(lopend_->slot);
+        if (!lopend_->klaar) {
+            return;
+        }
+    }
+    if (lopend_->draad.joinable()) {
+        lopend_->draad.join();
+    }
+    gemaakt_.emplace(lopend_->id, std::move(lopend_->uitkomst));
+    lopend_.reset();
+    while (!wachtrij_.empty() && !lopend_) {
+        auto stap = std::move(wachtrij_.front());
+        wachtrij_.pop_front();
+        stap();
+    }
+}
+
+void X11Klembord::wachtOpMomentopname(bool vergeet) const {
+    if (!lopend_) {
+        return;
+    }
+    lopend_->draad.join();
+    if (vergeet) {
+        lopend_.reset();
+        wachtrij_.clear();
+        return;
+    }
+    momentopnameKlaar();
 }
 
 }  // namespace tolmo

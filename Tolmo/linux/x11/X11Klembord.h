@@ -6,11 +6,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "Tolmo/Plakker/KlembordPoort.h"
@@ -23,6 +26,13 @@ namespace tolmo {
 // The X11 CLIPBOARD selection, owned through a hidden window of our own, and the paste keystroke
 // through XTest. Main thread only: requests from other clients are answered from the handler this
 // adds to the connection, so the main loop must keep calling X11Verbinding::verwerk.
+//
+// Another app's clipboard is copied on a thread with a display connection of its own, so an owner
+// that is slow to answer (up to momentopnameTermijn) never holds up the main loop. The snapshot
+// handed out meanwhile stands for that copy; what would change the clipboard or paste
+// (schrijf, zetTekst, herstel, stuurPlakToets) waits until the copy is done and then runs in
+// the order it was asked, so the owner still has its data while it is copied and the paste
+// reads what was written. The change count already counts the writes still waiting.
 //
 // X11 has one item per clipboard: a snapshot holds one item whose pairs are (target, bytes), the
 // key naming the reply's type and format as well when they differ from the target's own name in
@@ -71,6 +81,8 @@ class X11Klembord final : public KlembordPoort {
     void zetOpGelezen(std::function<void()> opGelezen) override;
 
     [[nodiscard]] bool bezitKlembord() const { return eigen_.has_value(); }
+    // Whether another app's clipboard is still being copied.
+    [[nodiscard]] bool momentopnameLoopt() const { return lopend_ != nullptr; }
 
     // Before the app quits: X11 keeps no copy of a selection whose owner has gone, so what we
     // own is handed to a running clipboard manager (SAVE_TARGETS on CLIPBOARD_MANAGER), which
@@ -108,6 +120,14 @@ class X11Klembord final : public KlembordPoort {
         int formaat = 8;
         std::shared_ptr<const std::string> bytes;
     };
+    // A copy of another owner's clipboard on its own thread and connection.
+    struct Lopend {
+        std::uint64_t id = 0;
+        std::mutex slot;
+        bool klaar = false;
+        Momentopname uitkomst;
+        std::thread draad;
+    };
     // A reply too large for one request, sent in parts as the requestor deletes each one.
     struct Overdracht {
         Window aanvrager = None;
@@ -128,8 +148,20 @@ class X11Klembord final : public KlembordPoort {
     [[nodiscard]] X11PlakToetsen::Profiel doelProfiel() const;
     [[nodiscard]] std::optional<std::string> primairTekst() const;
     [[nodiscard]] std::vector<Doel> tekstDoelen(const std::string& tekst) const;
-    [[nodiscard]] std::optional<X11Verbinding::Eigenschap> haal(
-        Atom doel, std::chrono::steady_clock::time_point einde, Atom selectie) const;
+    // Reads a target of another owner's selection into `venster`'s property, INCR included;
+    // blocks until einde at most.
+    static std::optional<X11Verbinding::Eigenschap> haal(
+        X11Verbinding& verbinding, Window venster, Atom doel,
+        std::chrono::steady_clock::time_point einde, Atom selectie);
+    static Momentopname haalMomentopname(X11Verbinding& verbinding, Window venster, Atom selectie);
+    // Runs stap now, or after the running copy in the order asked.
+    void naMomentopname(std::function<void()> stap);
+    // The copy is done: keeps it and runs what waited for it.
+    void momentopnameKlaar() const;
+    // Blocks until the running copy is done; wat waited runs unless `vergeet`.
+    void wachtOpMomentopname(bool vergeet) const;
+    std::int64_t schrijfNu(const std::string& tekst);
+    void herstelNu(const Momentopname& momentopname);
     void dienVerzoek(const XSelectionRequestEvent& verzoek);
     bool dien(const std::vector<Doel>& doelen, Window aanvrager, Atom doel, Atom eigenschap);
     bool dienMultiple(const std::vector<Doel>& doelen, Window aanvrager, Atom eigenschap);
@@ -170,6 +202,16 @@ class X11Klembord final : public KlembordPoort {
     Maker plakMaker_;
     std::vector<Overdracht> overdrachten_;
     bool doorBeheerderBewaard_ = false;
+
+    mutable std::unique_ptr<Lopend> lopend_;
+    mutable std::deque<std::function<void()>> wachtrij_;
+    // The newest finished copy, by id: the only one a restore can still ask for.
+    mutable std::optional<std::pair<std::uint64_t, Momentopname>> gemaakt_;
+    mutable std::uint64_t volgendeId_ = 0;
+    // Owner changes of our own still waiting in wachtrij_.
+    std::int64_t voorspeld_ = 0;
+    bool afsluiten_ = false;
+    Atom klaarAtoom_ = None;
 
     // The count moves on every owner change; reading it first takes in the changes the server
     // has reported, hence mutable.

@@ -60,6 +60,9 @@ bool X11Klembord::verwerk(XEvent& e) {
             }
             return e.xselection.requestor == venster_;
         case PropertyNotify:
+            if (e.xproperty.window == venster_ && e.xproperty.atom == klaarAtoom_) {
+                momentopnameKlaar();
+            }
             return e.xproperty.window == venster_ || stuurVolgendDeel(e.xproperty);
         default:
             return false;
@@ -233,6 +236,14 @@ void X11Klembord::wachtOpLosgelatenModifiers() const {
 }
 
 void X11Klembord::stuurPlakToets() {
+    if (lopend_) {
+        naMomentopname([this] {
+            if (!afsluiten_) {
+                stuurPlakToets();
+            }
+        });
+        return;
+    }
     if (!verbinding_.xtest()) {
         return;
     }
@@ -283,6 +294,10 @@ void X11Klembord::stuurPlakToets() {
 }
 
 bool X11Klembord::geefAanBeheerder(std::chrono::milliseconds termijn) {
+    // Quitting while another app's clipboard is still being copied: what waited runs as it would
+    // have, except a paste keystroke, which would land after the restore.
+    afsluiten_ = true;
+    wachtOpMomentopname(false);
     if (!eigen_ || XGetSelectionOwner(display_, beheerder_) == None) {
         return false;
     }

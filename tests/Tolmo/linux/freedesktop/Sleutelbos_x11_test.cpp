@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Soort = Sleutelbeheer::Soort;
+using ::testing::HasSubstr;
 
 class Sleutelbos : public ::testing::Test, public nep::PriveSleutelbos {
   protected:
@@ -106,6 +107,41 @@ TEST_F(Sleutelbos, WithoutASecretServiceTheFileAnswersAtOnce) {
         const auto kluis = open();
         EXPECT_LT(std::chrono::steady_clock::now() - begin, 300ms);
         EXPECT_EQ(kluis->plek(), (configMap_ / "sleutels.json").string());
+    }
+}
+
+// A keyring without a usable default collection: the keyring is asked (its prompt finds no one
+// to show it to here), then the key goes to the file and the user is told why. The file is not
+// moved into such a keyring at the next start.
+TEST_F(Sleutelbos, WithoutAnUnlockedDefaultCollectionTheKeyGoesToTheFile) {
+    const std::pair<bool, std::string> gevallen[] = {
+        {false, "de sleutelbos geen standaardverzameling heeft en er geen kon maken"},
+        {true, "de standaardverzameling van de sleutelbos op slot bleef"},
+    };
+    for (const auto& [metLogin, reden] : gevallen) {
+        SCOPED_TRACE(reden);
+        ASSERT_TRUE(startSleutelbos(metLogin)) << "gnome-keyring-daemon kwam niet op de bus";
+        if (metLogin) {
+            const auto slot = nep::voerProcesUit(
+                "/usr/bin/gdbus",
+                {"call", "--session", "--dest", "org.freedesktop.secrets", "--object-path",
+                 "/org/freedesktop/secrets", "--method", "org.freedesktop.Secret.Service.Lock",
+                 "['/org/freedesktop/secrets/collection/login']"},
+                omgeving_);
+            ASSERT_THAT(slot.uit, HasSubstr("collection/login")) << slot.fout;
+        }
+        const auto r = tolmo({"sleutel", "zet", "mistral"}, "mistral-naar-bestand-42\n");
+        EXPECT_EQ(r.uit, "De sleutel voor mistral is bewaard in " +
+                             (configMap_ / "sleutels.json").string() + ", omdat " + reden + ".\n")
+            << r.fout;
+        EXPECT_EQ(open()->zoek(Soort::mistral)->bron, "bestand");
+        EXPECT_EQ(bestandenMet("mistral-naar-bestand-42"),
+                  std::vector<fs::path>{configMap_ / "sleutels.json"});
+        sleutelbos_.reset();
+        busAdres_.reset();
+        bus_.reset();
+        fs::remove_all(thuis_ / ".local");
+        fs::remove_all(configMap_);
     }
 }
 
