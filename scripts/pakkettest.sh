@@ -132,9 +132,11 @@ controleer "de toegangscode staat nog in de database" 'alsdienst tolmo-server co
 controleer "tolmo --versie" '[ "$(inroot tolmo --versie)" = "tolmo $versie" ]'
 controleer "tolmo dicteer --motor test" 'inroot tolmo dicteer /tmp/voorbeeld.wav --motor test | grep -q .'
 controleer "tolmo-app --help zonder beeldscherm" 'inroot tolmo-app --help | grep -q "Gebruik: tolmo-app"'
+controleer "tolmo-bediening --hulp" 'inroot tolmo-bediening --hulp | grep -q "Gebruik: tolmo-bediening"'
+controleer "tolmo-bediening zonder draaiende app faalt" '! inroot tolmo-bediening --stop 2>/dev/null'
 for f in usr/share/applications/tolmo-app.desktop usr/share/icons/hicolor/scalable/apps/tolmo-app.svg \
   usr/share/metainfo/app.tolmo.Tolmo.metainfo.xml usr/share/man/man1/tolmo-app.1.gz \
-  usr/share/man/man1/tolmo.1.gz usr/share/man/man8/tolmo-server.8.gz; do
+  usr/share/man/man1/tolmo.1.gz usr/share/man/man1/tolmo-bediening.1.gz usr/share/man/man8/tolmo-server.8.gz; do
   controleer "/$f" '[ -s "$root/$f" ]'
 done
 controleer "de configuratie is een conffile" \

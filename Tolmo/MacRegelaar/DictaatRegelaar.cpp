@@ -363,6 +363,7 @@ void DictaatRegelaar::start(Bron bron) {
     d.nummer = ++dictaatTeller_;
     d.bron = bron;
     d.instellingen = inst_.instellingen();
+    d.formaat = d.instellingen.motor == Motor::test ? AudioFormaat::wav : o_.formaat;
     d.plakDoel = p_.focus.huidig();
     // The user's rows first, then what the platform knows of its common apps.
     StijlBepaling bepaling{d.instellingen.standaardStijl, d.instellingen.stijlPerApp};
@@ -382,7 +383,7 @@ void DictaatRegelaar::start(Bron bron) {
         return;
     }
     try {
-        opnemer_->start(o_.formaat);
+        opnemer_->start(d.formaat);
     } catch (const OpnameFout& f) {
         startMislukt("Opname starten mislukt: " + f.melding(),
                      f.soort() == OpnameFout::Soort::geenInvoer);
@@ -413,7 +414,7 @@ void DictaatRegelaar::start(Bron bron) {
         o_.verwarm(dictaat_->instellingen);
     }
     if (const auto bestand = opnemer_->bestand(); o_.upload && bestand) {
-        dictaat_->upload = o_.upload(dictaat_->instellingen, *bestand, o_.formaat);
+        dictaat_->upload = o_.upload(dictaat_->instellingen, *bestand, dictaat_->formaat);
     }
 
     const char* ruis = "uit";

@@ -121,6 +121,8 @@ class DictaatRegelaar {
         std::string versie;
         // Where recordings are written, and where leftovers are looked for at launch.
         std::filesystem::path opnameMap = std::filesystem::temp_directory_path();
+        // What recordings for the network engines are written in. The test engine reads only
+        // the recording's measurement and always gets WAV, which costs no encoder.
         AudioFormaat formaat = AudioFormaat::wav;
         std::string logBron = "mac";
         // How the start line names the app: "<appNaam> gestart (<versie>)".
@@ -239,6 +241,7 @@ class DictaatRegelaar {
         std::optional<Doel> plakDoel;
         Stijl stijl = Stijl::neutraal;
         TolmoInstellingen instellingen;
+        AudioFormaat formaat = AudioFormaat::wav;
         StopBron stop;
         DictaatDiagnose::Dictaat diagnose;
         // Goes with the dictation: dropped unfinished (a cancel), the server keeps nothing.

@@ -81,6 +81,7 @@ struct Opstelling {
     bool altijdViaServer = true;
     std::vector<std::string> startRegels;
     decltype(DictaatRegelaar::Opties::upload) upload;
+    AudioFormaat formaat = AudioFormaat::wav;
     // The settings the chain of the last dictation was built with.
     std::optional<TolmoInstellingen> ketenInstellingen;
 
@@ -104,6 +105,7 @@ struct Opstelling {
         o.altijdViaServer = altijdViaServer;
         o.startRegels = startRegels;
         o.upload = upload;
+        o.formaat = formaat;
         regelaar = std::make_unique<DictaatRegelaar>(
             DictaatRegelaar::Poorten{lus, toestemmingen, toetsen, engine, omzetters, schrijvers,
                                      klembord, focus, vraag, indicator, meldingen, logOpslag,

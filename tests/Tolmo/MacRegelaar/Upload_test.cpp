@@ -71,5 +71,42 @@ TEST(DictaatRegelaar, DeUploadLooptMetDeOpnameMee) {
     }
 }
 
+// The shell's format goes to every engine that uploads, to the writer and to the upload alike;
+// the test engine gets WAV.
+TEST(DictaatRegelaar, HetFormaatVolgtDeMotor) {
+    struct Geval {
+        Motor motor;
+        AudioFormaat platform;
+        AudioFormaat verwacht;
+    };
+    const std::vector<Geval> gevallen{
+        {Motor::openAI, AudioFormaat::m4a, AudioFormaat::m4a},
+        {Motor::tolmo, AudioFormaat::m4a, AudioFormaat::m4a},
+        {Motor::test, AudioFormaat::m4a, AudioFormaat::wav},
+        {Motor::mistral, AudioFormaat::wav, AudioFormaat::wav},
+    };
+    for (const auto& g : gevallen) {
+        SCOPED_TRACE(std::string(audioFormaatWaarden.naam(g.verwacht)) + " voor " +
+                     std::string(motorWaarden.naam(g.motor)));
+        Opstelling o;
+        o.altijdViaServer = false;
+        o.formaat = g.platform;
+        TolmoInstellingen opgeslagen;
+        opgeslagen.motor = g.motor;
+        o.groep.zet("instellingen", opgeslagen.naarJson().dump());
+        std::optional<AudioFormaat> naarUpload;
+        o.upload = [&](const TolmoInstellingen&, const std::filesystem::path&,
+                       AudioFormaat f) -> std::unique_ptr<LopendeUpload> {
+            naarUpload = f;
+            return nullptr;
+        };
+        o.maak();
+        o.neemOp(1.0);
+        EXPECT_EQ(o.schrijvers.paden.back().extension(), "." + std::string(extensie(g.verwacht)));
+        EXPECT_EQ(naarUpload, g.verwacht);
+        o.regelaar->annuleer();
+    }
+}
+
 }  // namespace
 }  // namespace tolmo::test
