@@ -9,6 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -30,6 +31,7 @@
 #include "TolmoKern/Transcriptie/CurlTransport.h"
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/NetwerkTranscriptie.h"
+#include "TolmoKern/Transcriptie/StroomUpload.h"
 #include "cli/BestandEngine.h"
 #include "cli/CliOpslag.h"
 #include "cli/Onderbreking.h"
@@ -275,8 +277,11 @@ struct TijdelijkBestand {
     }
 };
 
+// Told the recording's file as soon as it exists, so that an upload can follow it.
+using NaStart = std::function<void(const fs::path&)>;
+
 void startOpname(AudioOpnemer& opnemer, AudioFormaat formaat, bool ruisonderdrukking,
-                 const std::string& bron, const fs::path& map) {
+                 const std::string& bron, const fs::path& map, const NaStart& naStart) {
     try {
         opnemer.startEngineMetRuisonderdrukking(ruisonderdrukking);
         opnemer.start(formaat);
@@ -289,17 +294,21 @@ void startOpname(AudioOpnemer& opnemer, AudioFormaat formaat, bool ruisonderdruk
         throw InvoerFout("Er kon geen tijdelijk opnamebestand worden gemaakt in " + map.string() +
                          " (" + e.what() + ").");
     }
+    if (const auto bestand = opnemer.bestand()) {
+        naStart(*bestand);
+    }
 }
 
 // The file through the recorder's own conversion and measurement, into a 16 kHz mono file in
 // the temporary directory.
-Opname zetBestandOm(const fs::path& pad, AudioFormaat formaat, const fs::path& map) {
+Opname zetBestandOm(const fs::path& pad, AudioFormaat formaat, const fs::path& map,
+                    const NaStart& naStart) {
     BestandEngine engine(pad);
     SoxrOmzetter::Maker omzetters;
     // The file is read far faster than it plays: the writer waits for its encoder.
     BestandSchrijvers schrijvers(M4aSchrijver::Tempo::bestand);
     AudioOpnemer opnemer(engine, omzetters, schrijvers, map);
-    startOpname(opnemer, formaat, false, "Het bestand " + pad.string(), map);
+    startOpname(opnemer, formaat, false, "Het bestand " + pad.string(), map, naStart);
     OpnameWacht wacht{opnemer};
     engine.speelAf();
     Opname opname = opnemer.rondAf();
@@ -311,7 +320,7 @@ Opname zetBestandOm(const fs::path& pad, AudioFormaat formaat, const fs::path& m
 // cancelled with Ctrl-C, in which case the file is already gone.
 std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking,
                                       const TolmoInstellingen& instellingen, AudioFormaat formaat,
-                                      const fs::path& map) {
+                                      const fs::path& map, const NaStart& naStart) {
     std::unique_ptr<PulseAudioEngine> engine;
     try {
         engine = std::make_unique<PulseAudioEngine>("tolmo");
@@ -324,7 +333,7 @@ std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking
     AudioOpnemer opnemer(*engine, omzetters, schrijvers, map);
     auto kanaal = std::make_shared<NiveauKanaal>();
     opnemer.zetNiveauKanaal(kanaal);
-    startOpname(opnemer, formaat, instellingen.ruisonderdrukking, "De microfoon", map);
+    startOpname(opnemer, formaat, instellingen.ruisonderdrukking, "De microfoon", map, naStart);
     OpnameWacht wacht{opnemer};
 
     o.fout << "Opname loopt. Druk op Enter om te stoppen of op Ctrl-C om te annuleren."
@@ -464,7 +473,10 @@ const char* DicteerOpdracht::hulp() {
            "  --niveau NIVEAU        licht of strak opschonen\n"
            "  --formaat FORMAAT      m4a (AAC, een achtste van de bytes; standaard bij elke "
            "motor\n"
-           "                         behalve test) of wav (16-bit, geen codering)\n"
+           "                         behalve test) of wav (16-bit, geen codering); via de "
+           "Tolmo-server\n"
+           "                         stroomt m4a al tijdens het opnemen of omzetten naar de "
+           "server\n"
            "  --zonder-opschonen     geen opschoning door het taalmodel\n"
            "  --json                 het hele resultaat als één JSON-object, met alle tijden\n"
            "\n"
@@ -514,16 +526,27 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
     }
 
     const AudioFormaat formaat = k.formaat.value_or(opnameFormaat(instellingen.motor));
+    // Through the relay an m4a recording goes out while it is made or converted, so that at its
+    // end only the tail is left to send. Dropped unfinished (Ctrl-C, a bad file), the relay
+    // keeps nothing of it.
+    std::unique_ptr<LopendeUpload> upload;
+    const NaStart naStart = [&](const fs::path& bestand) {
+        if (instellingen.motor == Motor::tolmo && formaat == AudioFormaat::m4a) {
+            upload =
+                StroomUpload::begin(TolmoKeten::bouw(instellingen, kluis, transport).transcriptie,
+                                    bestand, formaat, instellingen.woorden);
+        }
+    };
     Onderbreking onderbreking;
     std::optional<Opname> opname;
     if (k.microfoon) {
-        opname = neemMicrofoonOp(omgeving, onderbreking, instellingen, formaat, map);
+        opname = neemMicrofoonOp(omgeving, onderbreking, instellingen, formaat, map, naStart);
         if (!opname) {
             omgeving.fout << "Opname geannuleerd. Er is niets verstuurd.\n";
             return onderbreking.afsluitstatus();
         }
     } else {
-        opname = zetBestandOm(*k.bestand, formaat, map);
+        opname = zetBestandOm(*k.bestand, formaat, map, naStart);
     }
     const TijdelijkBestand weg{opname->bestand};
     if (opname->onvolledig) {
@@ -535,6 +558,10 @@ int DicteerOpdracht::voerUit(const std::vector<std::string>& args, CliOmgeving& 
     }
     if (k.bestand) {
         controleerBestand(*opname, *k.bestand);
+    }
+    if (upload) {
+        upload->rondAf(*opname);
+        keten->transcriptie = std::move(upload);
     }
 
     // The chain runs on a worker so that this thread can draw progress and turn Ctrl-C into a
