@@ -35,6 +35,8 @@ if(TOLMO_SERVER)
 endif()
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
+  # Noise suppression on the captured audio, done in the process on every sound server.
+  pkg_check_modules(SPEEXDSP REQUIRED IMPORTED_TARGET speexdsp)
   pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
   find_package(X11 REQUIRED)
 endif()

@@ -12,7 +12,7 @@ pakketten=(
   # libraries
   libicu-dev nlohmann-json3-dev libcurl4-openssl-dev libboost1.81-dev libssl-dev libavformat-dev
   libavcodec-dev libavutil-dev
-  libsoxr-dev libsndfile1-dev libpulse-dev libsqlite3-dev libpq-dev libglib2.0-dev
+  libsoxr-dev libsndfile1-dev libpulse-dev libspeexdsp-dev libsqlite3-dev libpq-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
   libatspi2.0-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
   # real parts the tests run against

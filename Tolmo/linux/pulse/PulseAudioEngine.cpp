@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Tolmo/linux/pulse/PulseEigenschappen.h"
+#include "Tolmo/linux/pulse/SpeexRuisonderdrukker.h"
 
 namespace tolmo {
 
@@ -77,6 +78,11 @@ struct PulseAudioEngine::Staat {
     std::vector<float> verzamel;  // one block, interleaved
     std::size_t gevuld = 0;
     std::array<const float*, PA_CHANNELS_MAX> kanalen{};
+
+    // Noise suppression as asked; made fresh with every stream, so one recording's noise
+    // estimate and last frame never reach the next, and for the stream's own format.
+    bool stemverwerking = false;
+    std::unique_ptr<SpeexRuisonderdrukker> ruis;
 
     std::function<void()> opWijziging;
 
@@ -234,6 +240,7 @@ struct PulseAudioEngine::Staat {
         pa_stream_unref(stroom);
         stroom = nullptr;
         gevuld = 0;
+        ruis.reset();
     }
 
     void maakStroom() {
@@ -244,6 +251,14 @@ struct PulseAudioEngine::Staat {
         if (gevolgdeBron.empty() || !tapFormaat.isGeldig() ||
             tapFormaat.kanalen > PA_CHANNELS_MAX) {
             throw std::system_error(PA_ERR_NOENTITY, categorie(), "geen standaardbron");
+        }
+        if (stemverwerking) {
+            try {
+                ruis = std::make_unique<SpeexRuisonderdrukker>(
+                    static_cast<std::uint32_t>(tapFormaat.sampleRate), tapFormaat.kanalen);
+            } catch (const std::exception&) {
+                throw std::system_error(PA_ERR_NOTSUPPORTED, categorie(), "ruisonderdrukking");
+            }
         }
 
         pa_sample_spec monsters{};
@@ -325,6 +340,9 @@ struct PulseAudioEngine::Staat {
                     gevuld += k;
                     i += k;
                     if (gevuld == verzamel.size()) {
+                        if (ruis) {
+                            ruis->verwerk(verzamel.data(), frames);
+                        }
                         blok(AudioBlok{tapFormaat, frames, kanalen.data(), tapFormaat.kanalen});
                         gevuld = 0;
                     }
@@ -417,10 +435,14 @@ AudioEngine::Transport PulseAudioEngine::standaardInvoerTransport() {
     return s_->transport;
 }
 
+bool PulseAudioEngine::stemverwerking() {
+    const Slot slot(s_->lus);
+    return s_->stemverwerking;
+}
+
 void PulseAudioEngine::zetStemverwerking(bool aan) {
-    if (aan) {
-        throw std::system_error(PA_ERR_NOTSUPPORTED, categorie(), "stemverwerking");
-    }
+    const Slot slot(s_->lus);
+    s_->stemverwerking = aan;
 }
 
 void PulseAudioEngine::reset() {

@@ -14,7 +14,8 @@ namespace tolmo {
 // the source disappearing, its format changing or the stream being moved or failing counts as a
 // configuration change.
 //
-// There is no voice processing here: asking for it fails, and the recorder carries on without.
+// Voice processing is noise suppression done here, on the captured blocks before the tap sees
+// them (SpeexRuisonderdrukker); it takes effect at the next start or tap installation.
 class PulseAudioEngine final : public AudioEngine {
   public:
     // Connects to the server (PULSE_SERVER, or the user's default); throws std::system_error
@@ -26,7 +27,7 @@ class PulseAudioEngine final : public AudioEngine {
 
     [[nodiscard]] InvoerFormaat invoerFormaat() override;
     [[nodiscard]] InvoerFormaat uitvoerFormaat() override;
-    [[nodiscard]] bool stemverwerking() override { return false; }
+    [[nodiscard]] bool stemverwerking() override;
     void zetStemverwerking(bool aan) override;
     void zetDemping(const Demping& /*demping*/) override {}
     void reset() override;
