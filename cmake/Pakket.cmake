@@ -79,11 +79,11 @@ set(CPACK_DEBIAN_APP_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_APP_DESCRIPTION "dicteren met één toets, in elke app
 Houd een toets ingedrukt, spreek in elke mix van talen en laat los: de
 opgeschoonde tekst staat in de app en het veld waar je was, en je klembord
-krijgt zijn oude inhoud terug. tolmo-app staat in het systeemvak van een
-X11-bureaublad (onder Wayland via XWayland); tolmo-bediening is het commando
-dat sneltoetsen van een Wayland-compositor uitvoeren; het commando tolmo dicteert
-bestanden en zet sleutels en instellingen. De herkenning loopt via je eigen
-sleutel bij OpenAI of Mistral, of via een Tolmo-server.")
+krijgt zijn oude inhoud terug. tolmo-app draait onder X11 en Wayland;
+tolmo-bediening is het commando dat sneltoetsen van een Wayland-compositor
+uitvoeren; het commando tolmo dicteert bestanden en zet sleutels en
+instellingen. De herkenning loopt via je eigen sleutel bij OpenAI of Mistral,
+of via een Tolmo-server.")
 # The app loads these at run time instead of linking them: Qt's X11 platform plugin and its SVG
 # icon engine, the sound server it records from, the accessibility bus and the keyring; TLS to the
 # speech services checks their certificates against Debian's store.
