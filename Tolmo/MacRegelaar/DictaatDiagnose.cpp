@@ -54,6 +54,34 @@ DictaatDiagnose::Dictaat uitJson(const nlohmann::json& j) {
 
 }  // namespace
 
+DictaatDiagnose::Dictaat DictaatDiagnose::Dictaat::begonnen(std::int64_t begin,
+                                                            std::string_view bron,
+                                                            std::string_view stijl,
+                                                            const TolmoInstellingen& instellingen,
+                                                            bool altijdViaServer,
+                                                            std::string_view ruisonderdrukking) {
+    Dictaat d;
+    d.begin = begin;
+    d.bron = bron;
+    d.stijl = stijl;
+    d.ruisonderdrukking = ruisonderdrukking;
+    const bool relay = altijdViaServer || instellingen.motor == Motor::tolmo;
+    d.motor = relay ? aanbiederWaarden.naam(instellingen.serverAanbieder)
+                    : motorWaarden.naam(instellingen.motor);
+    d.route = relay ? "relayserver" : "rechtstreeks";
+    return d;
+}
+
+void DictaatDiagnose::Dictaat::voegTijdenToe(const Tijden& tijden) {
+    stappen.emplace_back("opname", tijden.opname);
+    for (const auto& [naam, tijd] : {std::pair{"transcriptie", tijden.transcriptie},
+                                     std::pair{"opschonen", tijden.opschonen}}) {
+        if (tijd) {
+            stappen.emplace_back(naam, *tijd);
+        }
+    }
+}
+
 void DictaatDiagnose::laad() {
     dictaten_.clear();
     const auto waarde = opslag_.lees(std::string(sleutel));
@@ -79,22 +107,21 @@ void DictaatDiagnose::bewaar(Dictaat dictaat) {
     while (dictaten_.size() > maximum) {
         dictaten_.pop_front();
     }
+    opslag_.zet(std::string(sleutel), alsJson(-1));
+}
+
+std::string DictaatDiagnose::tekst() const {
+    return alsJson(2);
+}
+
+std::string DictaatDiagnose::alsJson(int inspringen) const {
     nlohmann::json alle = nlohmann::json::array();
     for (const auto& d : dictaten_) {
         alle.push_back(naarJson(d));
     }
     // Replacement characters rather than an exception for a reason that is not UTF-8 (a system
     // error in another locale): the record matters more than one odd byte.
-    opslag_.zet(std::string(sleutel),
-                alle.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
-}
-
-std::string DictaatDiagnose::tekst() const {
-    nlohmann::json alle = nlohmann::json::array();
-    for (const auto& d : dictaten_) {
-        alle.push_back(naarJson(d));
-    }
-    return alle.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+    return alle.dump(inspringen, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace tolmo

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "TolmoKern/Instellingen/SleutelWaardeOpslag.h"
+#include "TolmoKern/Instellingen/TolmoInstellingen.h"
+#include "TolmoKern/Keten/Tijden.h"
 
 namespace tolmo {
 
@@ -39,6 +41,14 @@ class DictaatDiagnose {
         std::string uitkomst;
         std::string reden;
 
+        // A record's start: what started the dictation, its style, and where its audio goes
+        // (through the relay the provider behind it is the engine).
+        static Dictaat begonnen(std::int64_t begin, std::string_view bron, std::string_view stijl,
+                                const TolmoInstellingen& instellingen, bool altijdViaServer,
+                                std::string_view ruisonderdrukking);
+        // The chain's stages that ran, with their seconds.
+        void voegTijdenToe(const Tijden& tijden);
+
         bool operator==(const Dictaat&) const = default;
     };
 
@@ -53,6 +63,8 @@ class DictaatDiagnose {
     [[nodiscard]] std::string tekst() const;
 
   private:
+    [[nodiscard]] std::string alsJson(int inspringen) const;
+
     SleutelWaardeOpslag& opslag_;
     std::deque<Dictaat> dictaten_;
 };

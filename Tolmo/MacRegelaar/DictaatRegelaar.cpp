@@ -424,17 +424,9 @@ void DictaatRegelaar::start(Bron bron) {
     }
     log("Dictaat gestart (" + std::string(tekst(bron)) + ", stijl " +
         std::string(stijlWaarden.naam(dictaat_->stijl)) + ", ruisonderdrukking " + ruis + ")");
-    {
-        auto& dg = dictaat_->diagnose;
-        const auto& i = dictaat_->instellingen;
-        dg.begin = o_.wandklok();
-        dg.bron = tekst(bron);
-        dg.stijl = stijlWaarden.naam(dictaat_->stijl);
-        dg.ruisonderdrukking = ruis;
-        const bool relay = o_.altijdViaServer || i.motor == Motor::tolmo;
-        dg.motor = relay ? aanbiederWaarden.naam(i.serverAanbieder) : motorWaarden.naam(i.motor);
-        dg.route = relay ? "relayserver" : "rechtstreeks";
-    }
+    dictaat_->diagnose = DictaatDiagnose::Dictaat::begonnen(
+        o_.wandklok(), tekst(bron), stijlWaarden.naam(dictaat_->stijl), dictaat_->instellingen,
+        o_.altijdViaServer, ruis);
 
     maximumTimer_ =
         p_.lus.eenmalig(maximumOpnameDuur,
@@ -642,14 +634,7 @@ void DictaatRegelaar::resultaat(KetenResultaat r) {
         log("Opschonen overgeslagen: " + *r.opschoonProbleem);
     }
     log(r.tijden.tekst());
-    auto& stappen = d.diagnose.stappen;
-    stappen.emplace_back("opname", r.tijden.opname);
-    for (const auto& [naam, tijd] : {std::pair{"transcriptie", r.tijden.transcriptie},
-                                     std::pair{"opschonen", r.tijden.opschonen}}) {
-        if (tijd) {
-            stappen.emplace_back(naam, *tijd);
-        }
-    }
+    d.diagnose.voegTijdenToe(r.tijden);
     std::vector<std::string> voorstellen;
     if (geheimVeld(d.plakDoel)) {
         // A password goes to the clipboard only: its length stays out of the log, and it is
