@@ -1,29 +1,17 @@
 #include "cli/DicteerOpdracht.h"
 
-#include <poll.h>
-#include <termios.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <atomic>
 #include <chrono>
-#include <cstring>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
-#include "Tolmo/AudioOpnemer/AudioOpnemer.h"
 #include "Tolmo/linux/freedesktop/Sleutelopslag.h"
-#include "Tolmo/linux/pulse/BestandSchrijvers.h"
-#include "Tolmo/linux/pulse/PulseAudioEngine.h"
-#include "Tolmo/linux/pulse/SoxrOmzetter.h"
 #include "TolmoKern/Audio/FormaatKeuze.h"
-#include "TolmoKern/Audio/OpnameFout.h"
 #include "TolmoKern/Keten/Geannuleerd.h"
 #include "TolmoKern/Keten/TolmoKeten.h"
 #include "TolmoKern/Opschonen/StijlBepaling.h"
@@ -32,16 +20,16 @@
 #include "TolmoKern/Transcriptie/HerkenningsFout.h"
 #include "TolmoKern/Transcriptie/NetwerkTranscriptie.h"
 #include "TolmoKern/Transcriptie/StroomUpload.h"
-#include "cli/BestandEngine.h"
 #include "cli/CliOpslag.h"
+#include "cli/DicteerOpname.h"
 #include "cli/Onderbreking.h"
+#include "cli/Statusregel.h"
 #include "cli/VoortgangTransport.h"
 
 namespace tolmo::cli {
 namespace {
 
 namespace fs = std::filesystem;
-using Klok = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 struct Keuzes {
@@ -162,110 +150,6 @@ TolmoInstellingen laadInstellingen(CliOmgeving& o) {
     return CliOpslag(o).gedeeld().laad();
 }
 
-// One line on a terminal, rewritten in place; on anything else it stays silent, so logs and
-// pipes get no carriage returns or escape codes.
-class Statusregel {
-  public:
-    Statusregel(std::ostream& uit, bool actief) : uit_(uit), actief_(actief) {}
-    ~Statusregel() { wis(); }
-    Statusregel(const Statusregel&) = delete;
-    Statusregel& operator=(const Statusregel&) = delete;
-
-    void toon(const std::string& regel) {
-        if (actief_) {
-            uit_ << "\r" << regel << "\033[K" << std::flush;
-            getekend_ = true;
-        }
-    }
-    void wis() {
-        if (getekend_) {
-            uit_ << "\r\033[K" << std::flush;
-            getekend_ = false;
-        }
-    }
-
-  private:
-    std::ostream& uit_;
-    bool actief_;
-    bool getekend_ = false;
-};
-
-double secondenSinds(Klok::time_point t) {
-    return std::chrono::duration<double>(Klok::now() - t).count();
-}
-
-std::string grootte(std::int64_t bytes) {
-    if (bytes < 1'000'000) {
-        return Tekst::getalNL("%.0f", static_cast<double>(bytes) / 1000.0) + " kB";
-    }
-    return Tekst::getalNL("%.1f", static_cast<double>(bytes) / 1'000'000.0) + " MB";
-}
-
-char draaier(Klok::time_point begin) {
-    static constexpr char tekens[] = {'|', '/', '-', '\\'};
-    const auto stap = static_cast<std::size_t>(secondenSinds(begin) * 8);
-    return tekens[stap % 4];
-}
-
-std::string voortgangsregel(const VoortgangTransport::Stand& s, Klok::time_point begin) {
-    if (!s.bezig) {
-        return std::string(1, draaier(begin)) + " Verwerken…";
-    }
-    if (!s.opschonen && s.totaal > 0 && s.verstuurd < s.totaal) {
-        const auto procent = s.verstuurd * 100 / s.totaal;
-        return "Versturen: " + grootte(s.verstuurd) + " van " + grootte(s.totaal) + " (" +
-               std::to_string(procent) + "%)";
-    }
-    const std::string wat = s.opschonen ? "Opschonen" : "Wachten op de spraakdienst";
-    return std::string(1, draaier(begin)) + " " + wat + "… " +
-           std::to_string(static_cast<long long>(secondenSinds(begin))) + " s";
-}
-
-std::string meterregel(float niveau, Klok::time_point begin) {
-    constexpr int breedte = 24;
-    const int vol = static_cast<int>(niveau * breedte + 0.5F);
-    std::string balk;
-    for (int i = 0; i < breedte; ++i) {
-        balk += i < vol ? '#' : '-';
-    }
-    return "Opname " + Tekst::getalNL("%.1f", secondenSinds(begin)) + " s [" + balk + "]";
-}
-
-// While the meter runs on a terminal, the Enter that stops it must not echo a new line and push
-// the meter up a line; the terminal gets its settings back however the recording ends.
-class ZonderEcho {
-  public:
-    ZonderEcho() {
-        if (::isatty(STDIN_FILENO) == 1 && ::tcgetattr(STDIN_FILENO, &oud_) == 0) {
-            termios nieuw = oud_;
-            nieuw.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-            actief_ = ::tcsetattr(STDIN_FILENO, TCSANOW, &nieuw) == 0;
-        }
-    }
-    ~ZonderEcho() {
-        if (actief_) {
-            ::tcsetattr(STDIN_FILENO, TCSANOW, &oud_);
-        }
-    }
-    ZonderEcho(const ZonderEcho&) = delete;
-    ZonderEcho& operator=(const ZonderEcho&) = delete;
-
-  private:
-    termios oud_{};
-    bool actief_ = false;
-};
-
-// Cancels the recording (and so deletes its file) unless it was finished properly.
-struct OpnameWacht {
-    AudioOpnemer& opnemer;
-    bool klaar = false;
-    ~OpnameWacht() {
-        if (!klaar) {
-            opnemer.annuleer();
-        }
-    }
-};
-
 // Deletes the temporary recording whatever happens after it was made.
 struct TijdelijkBestand {
     fs::path pad;
@@ -276,104 +160,6 @@ struct TijdelijkBestand {
         }
     }
 };
-
-// Told the recording's file as soon as it exists, so that an upload can follow it.
-using NaStart = std::function<void(const fs::path&)>;
-
-void startOpname(AudioOpnemer& opnemer, AudioFormaat formaat, bool ruisonderdrukking,
-                 const std::string& bron, const fs::path& map, const NaStart& naStart) {
-    try {
-        opnemer.startEngineMetRuisonderdrukking(ruisonderdrukking);
-        opnemer.start(formaat);
-    } catch (const OpnameFout& f) {
-        if (f.soort() == OpnameFout::Soort::omzetten) {
-            throw InvoerFout(bron + " kan niet worden omgezet naar 16 kHz mono.");
-        }
-        throw InvoerFout(f.melding());
-    } catch (const std::exception& e) {
-        throw InvoerFout("Er kon geen tijdelijk opnamebestand worden gemaakt in " + map.string() +
-                         " (" + e.what() + ").");
-    }
-    if (const auto bestand = opnemer.bestand()) {
-        naStart(*bestand);
-    }
-}
-
-// The file through the recorder's own conversion and measurement, into a 16 kHz mono file in
-// the temporary directory.
-Opname zetBestandOm(const fs::path& pad, AudioFormaat formaat, const fs::path& map,
-                    const NaStart& naStart) {
-    BestandEngine engine(pad);
-    SoxrOmzetter::Maker omzetters;
-    // The file is read far faster than it plays: the writer waits for its encoder.
-    BestandSchrijvers schrijvers(M4aSchrijver::Tempo::bestand);
-    AudioOpnemer opnemer(engine, omzetters, schrijvers, map);
-    startOpname(opnemer, formaat, false, "Het bestand " + pad.string(), map, naStart);
-    OpnameWacht wacht{opnemer};
-    engine.speelAf();
-    Opname opname = opnemer.rondAf();
-    wacht.klaar = true;
-    return opname;
-}
-
-// Records the default input until Enter (or the end of standard input); nothing when the user
-// cancelled with Ctrl-C, in which case the file is already gone.
-std::optional<Opname> neemMicrofoonOp(CliOmgeving& o, Onderbreking& onderbreking,
-                                      const TolmoInstellingen& instellingen, AudioFormaat formaat,
-                                      const fs::path& map, const NaStart& naStart) {
-    std::unique_ptr<PulseAudioEngine> engine;
-    try {
-        engine = std::make_unique<PulseAudioEngine>("tolmo");
-    } catch (const std::exception& e) {
-        throw InvoerFout("Er is geen verbinding met de geluidsserver (" + std::string(e.what()) +
-                         "). Controleer of PulseAudio of PipeWire draait.");
-    }
-    SoxrOmzetter::Maker omzetters;
-    BestandSchrijvers schrijvers;
-    AudioOpnemer opnemer(*engine, omzetters, schrijvers, map);
-    auto kanaal = std::make_shared<NiveauKanaal>();
-    opnemer.zetNiveauKanaal(kanaal);
-    startOpname(opnemer, formaat, instellingen.ruisonderdrukking, "De microfoon", map, naStart);
-    OpnameWacht wacht{opnemer};
-
-    o.fout << "Opname loopt. Druk op Enter om te stoppen of op Ctrl-C om te annuleren."
-           << std::endl;
-    const ZonderEcho zonderEcho;
-    Statusregel regel(o.fout, o.foutIsTerminal);
-    const auto begin = Klok::now();
-    pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {onderbreking.fd(), POLLIN, 0}};
-    for (;;) {
-        regel.toon(meterregel(kanaal->lees().niveau, begin));
-        const int n = ::poll(fds, 2, 50);
-        if (onderbreking.signaal() != 0) {
-            regel.wis();
-            return std::nullopt;  // the guard cancels and deletes
-        }
-        if (n <= 0 || fds[0].revents == 0) {
-            continue;
-        }
-        if ((fds[0].revents & POLLNVAL) != 0) {
-            // No standard input at all: only Ctrl-C can end this.
-            fds[0].fd = -1;
-            continue;
-        }
-        char buf[256];
-        const ssize_t r = ::read(STDIN_FILENO, buf, sizeof buf);
-        if (r < 0 && (errno == EINTR || errno == EAGAIN)) {
-            continue;
-        }
-        // Enter, or an input that has ended and so can never bring one.
-        if (r <= 0 || std::memchr(buf, '\n', static_cast<std::size_t>(r)) != nullptr) {
-            break;
-        }
-    }
-    regel.wis();
-    Opname opname = opnemer.rondAf();
-    wacht.klaar = true;
-    engine->stop();
-    engine->verwijderTap();
-    return opname;
-}
 
 // A file that cannot be a dictation gets a message about the file, not about a recording.
 void controleerBestand(const Opname& opname, const fs::path& pad) {
