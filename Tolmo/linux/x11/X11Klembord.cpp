@@ -1,57 +1,17 @@
 #include "Tolmo/linux/x11/X11Klembord.h"
+#include "Tolmo/linux/x11/X11KlembordHulp.h"
 
 #include <X11/Xatom.h>
 #include <X11/extensions/XRes.h>
-#include <poll.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
-#include <thread>
 
 namespace tolmo {
 namespace {
 
-using Klok = std::chrono::steady_clock;
+using namespace x11klembord;
 using namespace std::chrono_literals;
-
-// Targets that describe the selection or act on it rather than hold its contents. DELETE and
-// the INSERT_ ones have side effects on the owner; asking for them would be a fault.
-constexpr std::string_view metaDoelen[] = {
-    "TARGETS",         "MULTIPLE",     "TIMESTAMP",
-    "DELETE",          "SAVE_TARGETS", "INSERT_SELECTION",
-    "INSERT_PROPERTY", "LENGTH",       "LIST_LENGTH",
-    "CLIENT_WINDOW",   "HOST_NAME",    "USER",
-    "PROCESS",         "TASK",         "OWNER_OS",
-};
-
-// The one pair of a snapshot that stands for a copy still being made on its own thread; a
-// newline starts no target's name.
-constexpr std::string_view wachtSleutel = "\nTOLMO_MOMENTOPNAME";
-
-std::string sleutel(const std::string& doel, const std::string& type, int formaat) {
-    if (type == doel && formaat == 8) {
-        return doel;
-    }
-    return doel + '\n' + type + '\n' + std::to_string(formaat);
-}
-
-struct Sleutel {
-    std::string doel;
-    std::string type;
-    int formaat = 8;
-};
-
-Sleutel leesSleutel(const std::string& s) {
-    const std::size_t a = s.find('\n');
-    const std::size_t b = a == std::string::npos ? a : s.find('\n', a + 1);
-    if (b == std::string::npos) {
-        return {s, s, 8};
-    }
-    const int formaat = std::atoi(s.c_str() + b + 1);
-    return {s.substr(0, a), s.substr(a + 1, b - a - 1),
-            formaat == 16 || formaat == 32 ? formaat : 8};
-}
 
 // STRING is Latin-1; what Latin-1 has no letter for becomes '?'.
 std::string naarLatijn1(const std::string& utf8) {
@@ -72,27 +32,6 @@ std::string naarLatijn1(const std::string& utf8) {
         i += lengte;
     }
     return uit;
-}
-
-// Waits for the first event the predicate accepts, leaving every other event queued for
-// verwerk; false when the time is up.
-template <typename P>
-bool wachtOp(Display* display, XEvent& uit, P predicaat, Klok::time_point einde) {
-    const auto controle = [](Display*, XEvent* e, XPointer arg) -> Bool {
-        return (*reinterpret_cast<P*>(arg))(*e) ? True : False;
-    };
-    XFlush(display);
-    for (;;) {
-        if (XCheckIfEvent(display, &uit, controle, reinterpret_cast<XPointer>(&predicaat)) != 0) {
-            return true;
-        }
-        const auto over = std::chrono::ceil<std::chrono::milliseconds>(einde - Klok::now()).count();
-        if (over <= 0) {
-            return false;
-        }
-        pollfd p{ConnectionNumber(display), POLLIN, 0};
-        ::poll(&p, 1, static_cast<int>(over));
-    }
 }
 
 }  // namespace
@@ -411,205 +350,6 @@ void X11Klembord::herstelNu(const Momentopname& gegeven) {
         primairDictaat_ = false;
         primairVoor_.reset();
     }
-}
-
-// --- Reading another owner ---
-
-std::optional<X11Verbinding::Eigenschap> X11Klembord::haal(X11Verbinding& verbinding,
-                                                           Window venster, Atom doel,
-                                                           Klok::time_point einde, Atom selectie) {
-    Display* display = verbinding.display();
-    const Atom ontvang = verbinding.atoom("TOLMO_KLEMBORD");
-    const Atom incr = verbinding.atoom("INCR");
-    XDeleteProperty(display, venster, ontvang);
-    XConvertSelection(display, selectie, doel, ontvang, venster, CurrentTime);
-    XEvent e;
-    const bool beantwoord = wachtOp(
-        display, e,
-        [&](const XEvent& g) {
-            return g.type == SelectionNotify && g.xselection.requestor == venster &&
-                   g.xselection.selection == selectie && g.xselection.target == doel;
-        },
-        einde);
-    if (!beantwoord || e.xselection.property == None) {
-        return std::nullopt;
-    }
-    // Reading with delete is what asks an INCR owner for its first part.
-    auto antwoord = verbinding.leesEigenschap(venster, ontvang, true);
-    if (!antwoord || antwoord->type != incr) {
-        return antwoord;
-    }
-    X11Verbinding::Eigenschap heel;
-    for (;;) {
-        const bool nieuw = wachtOp(
-            display, e,
-            [&](const XEvent& g) {
-                return g.type == PropertyNotify && g.xproperty.window == venster &&
-                       g.xproperty.atom == ontvang && g.xproperty.state == PropertyNewValue;
-            },
-            einde);
-        if (!nieuw) {
-            return std::nullopt;
-        }
-        auto deel = verbinding.leesEigenschap(venster, ontvang, true);
-        if (!deel) {
-            // The report of a value already read (the INCR marker itself).
-            continue;
-        }
-        if (deel->aantal == 0) {
-            return heel;
-        }
-        heel.type = deel->type;
-        heel.formaat = deel->formaat;
-        heel.bytes += deel->bytes;
-        heel.aantal += deel->aantal;
-    }
-}
-
-KlembordPoort::Momentopname X11Klembord::maakMomentopname() const {
-    // A second copy before the first was used (not how the paster works): the first must be
-    // done before the clipboard can be looked at again.
-    wachtOpMomentopname(false);
-    const Window eigenaar = XGetSelectionOwner(display_, klembord_);
-    if (eigenaar == None) {
-        return {};
-    }
-    if (eigenaar == venster_) {
-        if (!eigen_) {
-            return {};
-        }
-        std::vector<std::pair<std::string, std::string>> item;
-        for (const Doel& d : *eigen_) {
-            item.emplace_back(
-                sleutel(verbinding_.atoomNaam(d.doel), verbinding_.atoomNaam(d.type), d.formaat),
-                *d.bytes);
-        }
-        return {item};
-    }
-    auto lopend = std::make_unique<Lopend>();
-    lopend->id = ++volgendeId_;
-    lopend->draad = std::thread([naam = std::string(DisplayString(display_)), melder = venster_,
-                                 l = lopend.get()] {
-        Momentopname uitkomst;
-        std::optional<X11Verbinding> eigen;
-        try {
-            eigen.emplace(naam.c_str());
-            XSetWindowAttributes kenmerken{};
-            kenmerken.event_mask = PropertyChangeMask;
-            const Window venster = XCreateWindow(eigen->display(), eigen->wortel(), -10, -10, 1, 1,
-                                                 0, 0, InputOnly, nullptr, CWEventMask, &kenmerken);
-            uitkomst = haalMomentopname(*eigen, venster, eigen->atoom("CLIPBOARD"));
-            XDestroyWindow(eigen->display(), venster);
-        } catch (const std::exception&) {
-            // No second connection: nothing could be copied; the paste still goes ahead.
-        }
-        {
-            const std::lock_guard slot(l->slot);
-            l->uitkomst = std::move(uitkomst);
-            l->klaar = true;
-        }
-        // Wakes the main loop: the change is reported on our main window's connection.
-        if (eigen) {
-            const unsigned char niets = 0;
-            XChangeProperty(eigen->display(), melder, eigen->atoom("TOLMO_MOMENTOPNAME"), XA_STRING,
-                            8, PropModeAppend, &niets, 0);
-            XSync(eigen->display(), False);
-        }
-    });
-    const auto id = lopend->id;
-    lopend_ = std::move(lopend);
-    return {{{std::string(wachtSleutel), std::to_string(id)}}};
-}
-
-KlembordPoort::Momentopname X11Klembord::haalMomentopname(X11Verbinding& verbinding, Window venster,
-                                                          Atom selectie) {
-    Display* display = verbinding.display();
-    const auto einde = Klok::now() + momentopnameTermijn;
-    const auto lijst = haal(verbinding, venster, verbinding.atoom("TARGETS"), einde, selectie);
-    if (!lijst || lijst->formaat != 32 || lijst->aantal == 0) {
-        return {};
-    }
-    std::vector<Atom> doelen(lijst->aantal);
-    for (std::size_t i = 0; i < doelen.size(); ++i) {
-        long a = 0;
-        std::memcpy(&a, lijst->bytes.data() + i * sizeof(long), sizeof a);
-        doelen[i] = static_cast<Atom>(a);
-    }
-    // One round trip for every name; an atom the server does not know keeps an empty name.
-    std::vector<std::string> namen(doelen.size());
-    {
-        std::vector<char*> ruw(doelen.size(), nullptr);
-        XGetAtomNames(display, doelen.data(), static_cast<int>(doelen.size()), ruw.data());
-        for (std::size_t i = 0; i < ruw.size(); ++i) {
-            if (ruw[i] != nullptr) {
-                namen[i] = ruw[i];
-                XFree(ruw[i]);
-            }
-        }
-    }
-    std::vector<std::pair<std::string, std::string>> item;
-    std::vector<Atom> gehad;
-    for (std::size_t i = 0; i < doelen.size() && Klok::now() < einde; ++i) {
-        const std::string& naam = namen[i];
-        const bool meta =
-            std::find(std::begin(metaDoelen), std::end(metaDoelen), naam) != std::end(metaDoelen);
-        if (naam.empty() || meta ||
-            std::find(gehad.begin(), gehad.end(), doelen[i]) != gehad.end()) {
-            continue;
-        }
-        gehad.push_back(doelen[i]);
-        if (auto e = haal(verbinding, venster, doelen[i], einde, selectie)) {
-            const std::string type = e->type == doelen[i] ? naam : verbinding.atoomNaam(e->type);
-            item.emplace_back(sleutel(naam, type, e->formaat), std::move(e->bytes));
-        }
-    }
-    if (item.empty()) {
-        return {};
-    }
-    return {item};
-}
-
-void X11Klembord::naMomentopname(std::function<void()> stap) {
-    if (lopend_ || !wachtrij_.empty()) {
-        wachtrij_.push_back(std::move(stap));
-    } else {
-        stap();
-    }
-}
-
-void X11Klembord::momentopnameKlaar() const {
-    if (!lopend_) {
-        return;
-    }
-    {
-        const std::lock_guard slot(lopend_->slot);
-        if (!lopend_->klaar) {
-            return;
-        }
-    }
-    if (lopend_->draad.joinable()) {
-        lopend_->draad.join();
-    }
-    gemaakt_.emplace(lopend_->id, std::move(lopend_->uitkomst));
-    lopend_.reset();
-    while (!wachtrij_.empty() && !lopend_) {
-        auto stap = std::move(wachtrij_.front());
-        wachtrij_.pop_front();
-        stap();
-    }
-}
-
-void X11Klembord::wachtOpMomentopname(bool vergeet) const {
-    if (!lopend_) {
-        return;
-    }
-    lopend_->draad.join();
-    if (vergeet) {
-        lopend_.reset();
-        wachtrij_.clear();
-        return;
-    }
-    momentopnameKlaar();
 }
 
 }  // namespace tolmo
