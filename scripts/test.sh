@@ -3,13 +3,17 @@
 # under AddressSanitizer and UndefinedBehaviorSanitizer, a build with clang-16 and libc++ (the
 # Mac's kind of standard library) with the tests that need no daemon, the Mac app's
 # Objective-C++ type-checked for both architectures, the Debian packages in a clean Debian 12
-# root, and a short run of every fuzzer.
+# root, and a short run of every fuzzer. The Wayland tests run under Debian 12's sway and, from a
+# Debian 13 root, under sway 1.10 and KWin 6.3.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/installeer.sh
 # The real programs the desktop app's tests paste into; their tests fail instead of skipping.
 scripts/echte-apps.sh
 export TOLMO_ECHTE_APPS=verplicht
+# Newer compositors than Debian 12 has, from a Debian 13 root the Wayland tests start them in.
+TOLMO_DEBIAN13_ROOT=$(scripts/debian13-root.sh | tail -1)
+export TOLMO_DEBIAN13_ROOT
 # Paths relative to the checkout, so that another clone of the same tree hits ccache as well.
 export CCACHE_BASEDIR="$PWD"
 # Five build trees (ci, asan, libcxx, fuzz and the main job's) outgrow ccache's 5 GB.

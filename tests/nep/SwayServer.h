@@ -13,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Debian13.h"
 #include "Kind.h"
 #include "LopendProces.h"
 
@@ -22,18 +23,19 @@ namespace tolmo::nep {
 // refuses to run as root, so as root (CI) it runs as `nobody` with a runtime directory of its
 // own; our clients connect as root through the socket's full path. WAYLAND_DISPLAY and SWAYSOCK
 // are set for this process and DISPLAY is removed, so clients started afterwards reach this
-// compositor and no X server.
+// compositor and no X server. With a root (Debian 13's), the sway of that root runs inside it.
 class SwayServer {
   public:
     // configuratie: lines added to the compositor's configuration (bindings).
-    explicit SwayServer(const std::string& configuratie = "") {
+    explicit SwayServer(const std::string& configuratie = "",
+                        const std::optional<std::filesystem::path>& root = std::nullopt) {
         auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-sway-XXXXXX").string();
         if (::mkdtemp(sjabloon.data()) == nullptr) {
             fout_ = "geen tijdelijke map";
             return;
         }
         map_ = sjabloon;
-        const bool root = ::geteuid() == 0;
+        const bool alsRoot = ::geteuid() == 0;
         // The compositor's user must reach its configuration and whatever a binding writes.
         ::chmod(map_.c_str(), 0755);
         std::filesystem::create_directory(uit());
@@ -41,23 +43,34 @@ class SwayServer {
         const auto run = map_ / "run";
         std::filesystem::create_directory(run);
         ::chmod(run.c_str(), 0700);
-        if (root && ::chown(run.c_str(), 65534, 65534) != 0) {
+        if (alsRoot && ::chown(run.c_str(), 65534, 65534) != 0) {
             fout_ = "runtime-map niet over te dragen";
             return;
         }
         std::ofstream(map_ / "config") << "xwayland disable\n"
                                        << "output HEADLESS-1 resolution 1280x800\n"
                                        << configuratie;
-        std::vector<std::string> args;
+        const std::vector<std::string> sway{"env",
+                                            "-u",
+                                            "WAYLAND_DISPLAY",
+                                            "-u",
+                                            "SWAYSOCK",
+                                            "-u",
+                                            "DISPLAY",
+                                            "XDG_RUNTIME_DIR=" + run.string(),
+                                            "HOME=" + map_.string(),
+                                            "WLR_BACKENDS=headless",
+                                            "WLR_LIBINPUT_NO_DEVICES=1",
+                                            "WLR_RENDERER=pixman",
+                                            "sway",
+                                            "-c",
+                                            (map_ / "config").string()};
+        std::vector<std::string> args = sway;
         if (root) {
-            args = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-        }
-        for (const std::string& a : std::vector<std::string>{
-                 "env", "-u", "WAYLAND_DISPLAY", "-u", "SWAYSOCK", "-u", "DISPLAY",
-                 "XDG_RUNTIME_DIR=" + run.string(), "HOME=" + map_.string(),
-                 "WLR_BACKENDS=headless", "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman",
-                 "sway", "-c", (map_ / "config").string()}) {
-            args.push_back(a);
+            args = inRoot(*root, "65534:65534", sway);
+        } else if (alsRoot) {
+            args.insert(args.begin(),
+                        {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
         }
         pid_ = startKind(args);
         // The IPC socket comes last, once the compositor takes requests.

@@ -33,9 +33,12 @@ using nep::wachtTot;
 
 constexpr const char* dictaat = "Hallo vanuit Tolmo";
 
-class TolmoAppWaylandTest : public ::testing::Test {
+class TolmoAppWaylandTest : public ::testing::TestWithParam<nep::SwayUitgave> {
   protected:
     void SetUp() override {
+        if (!GetParam().overslaan().empty()) {
+            GTEST_SKIP() << GetParam().overslaan();
+        }
         ASSERT_TRUE(sway_.fout().empty()) << sway_.fout();
         ASSERT_TRUE(pulse_.fout().empty()) << pulse_.fout();
         config_ = pulse_.map() / "config";
@@ -95,7 +98,8 @@ class TolmoAppWaylandTest : public ::testing::Test {
     }
 
     // With the lines `tolmo-app --bindingen sway` prints: the indicator's window rules too.
-    nep::SwayServer sway_{bindingen(Compositor::sway, MacInstellingen{}, TOLMO_BEDIENING_PAD)};
+    nep::SwayServer sway_{bindingen(Compositor::sway, MacInstellingen{}, TOLMO_BEDIENING_PAD),
+                          GetParam().root()};
     nep::PulseDaemon pulse_;
     nep::LoopbackServer server_;
     fs::path config_;
@@ -105,7 +109,7 @@ class TolmoAppWaylandTest : public ::testing::Test {
     std::atomic<std::chrono::steady_clock::time_point> aangekomen_{};
 };
 
-TEST_F(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
+TEST_P(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
     const std::string png(300000, '\x89');
     nep::AndereWaylandApp gebruiker(
         {{{"text/plain;charset=utf-8", "mijn eigen klembord"}, {"image/png", png}}});
@@ -138,7 +142,7 @@ TEST_F(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
     EXPECT_EQ(server_.aantalVerbindingen(), 1U);
 }
 
-TEST_F(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
+TEST_P(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     nep::Foot een(sway_.uit(), "foot", "een");
     nep::Foot twee(sway_.uit(), "foot", "twee");
     nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
@@ -151,6 +155,9 @@ TEST_F(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     EXPECT_EQ(nep::inhoud(een.bestand) + nep::inhoud(twee.bestand), "");
     EXPECT_EQ(plak("text/plain;charset=utf-8"), dictaat);
 }
+
+INSTANTIATE_TEST_SUITE_P(Sway, TolmoAppWaylandTest, ::testing::ValuesIn(nep::swayUitgaven),
+                         [](const auto& i) { return i.param.naam; });
 
 }  // namespace
 }  // namespace tolmo
