@@ -14,7 +14,7 @@ pakketten=(
   libavcodec-dev libavutil-dev
   libsoxr-dev libsndfile1-dev libpulse-dev libspeexdsp-dev libsqlite3-dev libpq-dev libglib2.0-dev
   libx11-dev libxtst-dev libxi-dev libxfixes-dev libxres-dev libpng-dev qt6-base-dev
-  libatspi2.0-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
+  libatspi2.0-dev libdbus-1-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb openbox curl flac postgresql
   dbus at-spi2-core gnome-keyring xclip

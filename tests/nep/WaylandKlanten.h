@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -24,13 +25,23 @@ inline std::string inhoud(const std::filesystem::path& pad) {
 }
 
 // A foot window whose shell writes every byte it receives, unechoed and unbuffered, to a file.
+// Under sway it is open once sway gives it the focus. With a root, the root's foot runs (KWin:
+// Debian 12's foot divides by the virtual output's size of 0 mm and dies); it is open once its
+// shell runs.
 struct Foot {
-    Foot(const std::filesystem::path& map, std::string appId, const std::string& titel)
+    Foot(const std::filesystem::path& map, std::string appId, const std::string& titel,
+         const std::optional<std::filesystem::path>& root = std::nullopt)
         : bestand(map / (titel + ".uit")), appId_(std::move(appId)) {
-        pid_ = startKind({"foot", "-a", appId_, "-T", titel, "-e", "sh", "-c",
-                          "stty -icanon -echo; exec cat > '" + bestand.string() + "'"});
+        const std::vector<std::string> foot{
+            "foot", "-a",  appId_,
+            "-T",   titel, "-e",
+            "sh",   "-c",  "stty -icanon -echo; exec cat > '" + bestand.string() + "'"};
+        pid_ = startKind(root ? inRoot(*root, "0:0", foot) : foot);
         open_ = wachtTot(
-            [&] { return std::filesystem::exists(bestand) && SwayServer::focusAppId() == appId_; },
+            [&] {
+                return std::filesystem::exists(bestand) &&
+                       (root || SwayServer::focusAppId() == appId_);
+            },
             std::chrono::seconds(10));
     }
     ~Foot() { stopKind(pid_); }

@@ -25,3 +25,6 @@ endfunction()
 
 file(GLOB TOLMO_WAYLAND_XML CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/protocollen/*.xml)
 tolmo_wayland_protocollen(TolmoApp ${TOLMO_WAYLAND_XML})
+# KWinFocus: a private connection to the session bus whose descriptor the app's loop watches.
+pkg_check_modules(DBUS REQUIRED IMPORTED_TARGET dbus-1)
+target_link_libraries(TolmoApp PRIVATE PkgConfig::DBUS)

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <system_error>
 
 namespace tolmo {
@@ -18,11 +19,22 @@ WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
             evdevFout_ = e.what();
         }
     }
+    if (kde()) {
+        const char* run = std::getenv("XDG_RUNTIME_DIR");
+        auto kwin = std::make_unique<KWinFocus>(
+            run != nullptr ? std::filesystem::path(run) : std::filesystem::temp_directory_path());
+        if (kwin->beschikbaar()) {
+            kwin_ = std::move(kwin);
+        } else {
+            kwinFout_ = kwin->fout();
+        }
+    }
     samen_ = ::epoll_create1(EPOLL_CLOEXEC);
     if (samen_ < 0) {
         throw std::system_error(errno, std::generic_category(), "epoll");
     }
-    for (const int fd : {verbinding_.descriptor(), evdev_ ? evdev_->descriptor() : -1}) {
+    for (const int fd : {verbinding_.descriptor(), evdev_ ? evdev_->descriptor() : -1,
+                         kwin_ ? kwin_->descriptor() : -1}) {
         epoll_event e{};
         e.events = EPOLLIN;
         e.data.fd = fd;
@@ -46,6 +58,9 @@ void WaylandAdapters::verwerk() {
     verbinding_.verwerk();
     if (evdev_) {
         evdev_->verwerk();
+    }
+    if (kwin_) {
+        kwin_->verwerk();
     }
 }
 
@@ -105,6 +120,12 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
     }
     if (focus_.beschikbaar()) {
         v.push_back({S::focus, "zwlr_foreign_toplevel_manager_v1 (app-id en titel)", ""});
+    } else if (kwin_) {
+        v.push_back({S::focus, "KWin-script over de sessiebus (app-id en titel)", ""});
+    } else if (kde()) {
+        v.push_back({S::focus, "",
+                     "KWin vertelt niet welke app vooraan staat (" + kwinFout_ +
+                         "), dus kiest Tolmo geen stijl per app."});
     } else {
         v.push_back({S::focus, "",
                      "Deze compositor vertelt niet welke app vooraan staat, dus kiest Tolmo "

@@ -5,6 +5,7 @@
 
 #include "Tolmo/linux/SessieAdapters.h"
 #include "Tolmo/linux/evdev/EvdevToetsBron.h"
+#include "Tolmo/linux/wayland/KWinFocus.h"
 #include "Tolmo/linux/wayland/WaylandFocus.h"
 #include "Tolmo/linux/wayland/WaylandIndicator.h"
 #include "Tolmo/linux/wayland/WaylandKlembord.h"
@@ -15,8 +16,9 @@ namespace tolmo {
 
 // The Wayland set, over one connection of the app's own: a data-control protocol for the
 // clipboard, a virtual keyboard for the paste keystroke and the foreign-toplevel list for the
-// window in front, as wlroots compositors (sway, Hyprland, river) offer them; KDE offers the
-// clipboard only. Keys come from the compositor's own bindings running the control command.
+// window in front, as wlroots compositors (sway, Hyprland, river) offer them. KDE offers the
+// clipboard only; there a KWin script tells the window in front. Keys come from the
+// compositor's own bindings running the control command.
 class WaylandAdapters final : public SessieAdapters {
   public:
     // Connects to $WAYLAND_DISPLAY; throws std::runtime_error (Dutch) when it cannot.
@@ -48,7 +50,9 @@ class WaylandAdapters final : public SessieAdapters {
     }
     [[nodiscard]] EscBron* esc() override { return evdev_.get(); }
     [[nodiscard]] KlembordPoort& klembord() override { return klembord_; }
-    [[nodiscard]] const Focus& vensterFocus() const override { return focus_; }
+    [[nodiscard]] const Focus& vensterFocus() const override {
+        return kwin_ ? static_cast<const Focus&>(*kwin_) : focus_;
+    }
     // Without the keyboards read, the hold key is the compositor's binding, which the
     // controller never watches itself.
     [[nodiscard]] bool houdToetsMogelijk() const override {
@@ -66,14 +70,20 @@ class WaylandAdapters final : public SessieAdapters {
     bool geefKlembordAf(std::chrono::milliseconds /*termijn*/) override { return false; }
 
   private:
-    // KWin announces its own window list; wlroots compositors the foreign-toplevel one.
-    [[nodiscard]] bool kde() const { return verbinding_.biedt("org_kde_plasma_window_management"); }
+    // KWin offers its window list to its own shell only, but its shell protocol to everyone.
+    [[nodiscard]] bool kde() const {
+        return verbinding_.biedt("org_kde_plasma_shell") ||
+               verbinding_.biedt("org_kde_plasma_window_management");
+    }
 
     WaylandVerbinding verbinding_;
     WaylandFocus focus_{verbinding_};
     WaylandKlembord klembord_{verbinding_, focus_};
     WaylandToetsBron toetsen_;
     std::unique_ptr<EvdevToetsBron> evdev_;
+    // The window in front on KDE, when KWin runs our script; why not, for the settings window.
+    std::unique_ptr<KWinFocus> kwin_;
+    std::string kwinFout_;
     // Why the keyboards the user asked for are not read (no such directory), for the log.
     std::string evdevFout_;
     bool xwaylandIndicator_;

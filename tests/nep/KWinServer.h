@@ -1,0 +1,86 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Debian13.h"
+#include "Kind.h"
+#include "LopendProces.h"
+
+namespace tolmo::nep {
+
+// KDE's compositor from the Debian 13 root, on a virtual output, with a session bus of its own
+// (KWin takes its name there and runs scripts it is given). WAYLAND_DISPLAY and
+// DBUS_SESSION_BUS_ADDRESS are set for this process and DISPLAY is removed, so what starts
+// afterwards reaches this compositor and this bus.
+class KWinServer {
+  public:
+    explicit KWinServer(const std::filesystem::path& root) {
+        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-kwin-XXXXXX").string();
+        if (::mkdtemp(sjabloon.data()) == nullptr) {
+            fout_ = "geen tijdelijke map";
+            return;
+        }
+        map_ = sjabloon;
+        const auto run = map_ / "run";
+        std::filesystem::create_directory(run);
+        ::chmod(run.c_str(), 0700);
+        const std::string bus = "unix:path=" + (map_ / "bus").string();
+        dbus_ = startKind({"dbus-daemon", "--session", "--nofork", "--address=" + bus});
+        if (!wachtTot([&] { return std::filesystem::exists(map_ / "bus"); })) {
+            fout_ = "de sessiebus start niet";
+            return;
+        }
+        ::setenv("DBUS_SESSION_BUS_ADDRESS", bus.c_str(), 1);
+        kwin_ = startKind(inRoot(
+            root, "0:0",
+            {"env", "-u", "WAYLAND_DISPLAY", "-u", "DISPLAY", "XDG_RUNTIME_DIR=" + run.string(),
+             "HOME=" + map_.string(), "DBUS_SESSION_BUS_ADDRESS=" + bus, "LANG=C.UTF-8",
+             "kwin_wayland", "--virtual", "--no-lockscreen", "--socket", "wayland-tolmo", "--width",
+             "1280", "--height", "800"}));
+        // Its scripting object comes after the socket, once it takes requests.
+        const bool klaar = wachtTot(
+            [&] {
+                return std::filesystem::exists(run / "wayland-tolmo") &&
+                       voerProcesUit("/usr/bin/dbus-send",
+                                     {"--session", "--print-reply", "--dest=org.kde.KWin",
+                                      "/Scripting", "org.freedesktop.DBus.Peer.Ping"})
+                               .status == 0;
+            },
+            std::chrono::seconds(20));
+        if (!klaar) {
+            fout_ = "KWin start niet";
+            return;
+        }
+        ::setenv("WAYLAND_DISPLAY", (run / "wayland-tolmo").c_str(), 1);
+        ::unsetenv("DISPLAY");
+        ::unsetenv("XDG_SESSION_TYPE");
+    }
+
+    ~KWinServer() {
+        stopKind(kwin_);
+        stopKind(dbus_);
+        std::error_code e;
+        std::filesystem::remove_all(map_, e);
+    }
+    KWinServer(const KWinServer&) = delete;
+    KWinServer& operator=(const KWinServer&) = delete;
+
+    // Empty when the compositor runs.
+    [[nodiscard]] const std::string& fout() const { return fout_; }
+    [[nodiscard]] const std::filesystem::path& map() const { return map_; }
+
+  private:
+    std::filesystem::path map_;
+    pid_t dbus_ = -1;
+    pid_t kwin_ = -1;
+    std::string fout_;
+};
+
+}  // namespace tolmo::nep
