@@ -184,6 +184,8 @@ class DictaatRegelaar {
     // Quitting: drops a recording or the chain's work, stops watching keys, unregisters the
     // toggle combination and puts a clipboard that is waiting to be restored back now.
     void afsluiten();
+    // A line from the shell's own adapters (the desktop's portals) in the log.
+    void logExtern(const std::string& tekst) { log(tekst); }
 
     // Listeners live as long as the controller.
     void luister(Luisteraar luisteraar);

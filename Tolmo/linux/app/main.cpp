@@ -197,6 +197,41 @@ struct Samenstelling {
         }
     }
 
+    // GNOME and KDE: the desktop's shortcuts and its RemoteDesktop session. The first time the
+    // desktop will ask the user to let Tolmo type; Tolmo says first, in its own words, what that
+    // question is and why.
+    void startPortalen() {
+        auto* w = dynamic_cast<WaylandAdapters*>(sessie.get());
+        if (w == nullptr || !w->gebruiktPortalen()) {
+            return;
+        }
+        const auto start = [this, w](bool metSessie) {
+            w->startPortalen(
+                portaalTriggers(regelaar->macInstellingen()), metSessie,
+                [this](const std::string& regel) {
+                    meld(regel);
+                    regelaar->logExtern(regel);
+                },
+                [this] {
+                    if (vak) {
+                        vak->ververs();
+                    }
+                });
+        };
+        if (w->heeftPortaalToken()) {
+            start(true);
+            return;
+        }
+        vraag.vraag("Tolmo wil kunnen plakken",
+                    "Je bureaublad laat een app alleen toetsen sturen en het klembord gebruiken "
+                    "met jouw toestemming. Zo vraagt het bureaublad of Tolmo je toetsenbord mag "
+                    "gebruiken (\"extern bureaublad\"). Tolmo stuurt daarmee alleen Ctrl+V, "
+                    "nadat je gedicteerd hebt, en zet je klembord daarna terug. Je geeft dit "
+                    "één keer; daarna vraagt het bureaublad het niet opnieuw.\n\nWeiger je, dan "
+                    "komt je tekst op het klembord en plak je hem zelf.",
+                    {"Doorgaan", "Niet nu"}, [start](int knop) { start(knop == 0); });
+    }
+
     // sessieRegel: which adapter set serves this session and why, for the log.
     void bouw(const std::string& sessieRegel) {
         // A display library may read events into its queue while it answers a request, so the
@@ -464,9 +499,18 @@ int main(int argc, char** argv) {
     try {
         std::unique_ptr<SessieAdapters> adapters;
         if (wayland) {
+            // GNOME and KDE: the desktop's portals, which need the hold key the user chose
+            // (read from the controller once it runs) and a place for the session's token.
+            WaylandAdapters::PortaalOpties portalen{
+                LogBestand::standaardPad().parent_path() / "remotedesktop-token", [&s] {
+                    return s && s->regelaar ? s->regelaar->macInstellingen().houdToets
+                                            : MacInstellingen{}.houdToets;
+                }};
             auto w = std::make_unique<WaylandAdapters>(
-                xwayland, leestToetsenborden() ? std::optional<std::filesystem::path>("/dev/input")
-                                               : std::nullopt);
+                xwayland,
+                leestToetsenborden() ? std::optional<std::filesystem::path>("/dev/input")
+                                     : std::nullopt,
+                portalen);
             if (w->klembordBeschikbaar() || !xwayland) {
                 adapters = std::move(w);
                 sessieRegel += "Wayland (eigen verbinding)";
@@ -484,6 +528,7 @@ int main(int argc, char** argv) {
         }
         s = std::make_unique<Samenstelling>(std::move(adapters));
         s->bouw(sessieRegel);
+        s->startPortalen();
         // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
         // the first hold key and its request.
         CurlTransport::gedeeld();

@@ -3,6 +3,7 @@
 #include <atspi/atspi.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <string>
 #include <utility>
 
@@ -146,12 +147,14 @@ std::optional<Doel> AtSpiFocus::huidig() const {
     AtspiAccessible* element = staat_->gevolgd;
     // Our own windows are left to the window focus: asking our own toolkit over the bus from
     // the main thread would wait for the main thread, up to the time-out.
-    if (!doel || element == nullptr || doel->procesId <= 0 || doel->procesId == ::getpid()) {
+    if (element == nullptr || (doel && (doel->procesId <= 0 || doel->procesId == ::getpid()))) {
         return doel;
     }
     GError* f = nullptr;
     const guint pid = atspi_accessible_get_process_id(element, &f);
-    if (const GEigen<GError> fout{f}; fout || pid != static_cast<guint>(doel->procesId)) {
+    if (const GEigen<GError> fout{f};
+        fout || (doel ? pid != static_cast<guint>(doel->procesId)
+                      : pid == 0 || pid == static_cast<guint>(::getpid()))) {
         return doel;
     }
     // Cached states may predate a focus change whose event was lost; ask the app itself.
@@ -166,8 +169,59 @@ std::optional<Doel> AtSpiFocus::huidig() const {
         object.path == nullptr) {
         return doel;
     }
+    if (!doel) {
+        // No window focus to go by (GNOME tells no client which window is in front): the
+        // focused element stands for the app too.
+        doel = Doel{};
+        doel->procesId = static_cast<decltype(doel->procesId)>(pid);
+        if (auto id = appIdVanProces(static_cast<int>(pid), std::filesystem::path("/proc"))) {
+            doel->bundleId = std::move(*id);
+        }
+    }
     doel->veld = AtSpiFocus::veld(object.app->bus_name, object.path, veldSoort(*veld), doel->veld);
     return doel;
+}
+
+std::optional<std::string> AtSpiFocus::appIdVanProces(int pid, const std::filesystem::path& proc) {
+    // A desktop starts each app in a unit of its own named after its desktop file:
+    // app-gnome-org.gnome.TextEditor-1234.scope, app-org.kde.kate@1a2b.service.
+    std::ifstream cgroup(proc / std::to_string(pid) / "cgroup");
+    std::string regel;
+    while (std::getline(cgroup, regel)) {
+        const auto laatste = regel.rfind('/');
+        std::string unit = laatste == std::string::npos ? regel : regel.substr(laatste + 1);
+        if (!unit.starts_with("app-")) {
+            continue;
+        }
+        unit.erase(0, 4);
+        for (const char* lanceerder : {"gnome-", "kde-", "flatpak-"}) {
+            if (unit.starts_with(lanceerder)) {
+                unit.erase(0, std::string_view(lanceerder).size());
+                break;
+            }
+        }
+        if (const auto apenstaart = unit.find('@'); apenstaart != std::string::npos) {
+            unit.erase(apenstaart);
+        } else if (unit.ends_with(".scope") || unit.ends_with(".service")) {
+            unit.erase(unit.rfind('.'));
+            // The scope ends in a number of the launch, after the last dash.
+            if (const auto streep = unit.rfind('-');
+                streep != std::string::npos &&
+                unit.find_first_not_of("0123456789", streep + 1) == std::string::npos) {
+                unit.erase(streep);
+            }
+        }
+        if (!unit.empty()) {
+            return unit;
+        }
+    }
+    // Started otherwise (a terminal, a test): the program's name.
+    std::ifstream comm(proc / std::to_string(pid) / "comm");
+    std::string naam;
+    if (std::getline(comm, naam) && !naam.empty()) {
+        return naam;
+    }
+    return std::nullopt;
 }
 
 FocusVeld AtSpiFocus::veld(std::string bus, std::string pad, VeldSoort soort,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,9 +21,11 @@ namespace tolmo {
 // huidig() takes the app from the window focus and puts the followed element in as the field
 // only when it still says it is focused and belongs to the process of the active window (its
 // bus connection's process id against _NET_WM_PID). Otherwise, or when the accessibility bus
-// does not answer, the window focus stands as it is. Every query has the 0.5 s time-out the
-// macOS adapter uses, so a hung app delays a paste by at most that much per call. Two fields are
-// the same when they are the same accessible object: bus name and object path.
+// does not answer, the window focus stands as it is. Where the window focus knows nothing (GNOME
+// tells no client which window is in front), a focused element of another process stands for
+// the app too: its process, and its id from the unit the desktop started it in. Every query has the
+// 0.5 s time-out the macOS adapter uses, so a hung app delays a paste by at most that much per
+// call. Two fields are the same when they are the same accessible object: bus name and object path.
 class AtSpiFocus final : public Focus {
   public:
     // The window focus must outlive this object.
@@ -42,6 +45,10 @@ class AtSpiFocus final : public Focus {
     // end), the element counts as its window, so a slow bus is no switch of field.
     static FocusVeld veld(std::string bus, std::string pad, VeldSoort soort,
                           std::optional<FocusVeld> venster);
+
+    // The app id of a process: the desktop file name in the unit the desktop started it in
+    // (its cgroup, as /proc tells), else the program's name; absent when the process is gone.
+    static std::optional<std::string> appIdVanProces(int pid, const std::filesystem::path& proc);
 
   private:
     struct Staat;

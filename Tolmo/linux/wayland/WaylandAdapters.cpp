@@ -10,7 +10,8 @@
 namespace tolmo {
 
 WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
-                                 const std::optional<std::filesystem::path>& toetsenborden)
+                                 const std::optional<std::filesystem::path>& toetsenborden,
+                                 std::optional<PortaalOpties> portalen)
     : xwaylandIndicator_(xwaylandIndicator) {
     if (toetsenborden) {
         try {
@@ -27,6 +28,20 @@ WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
             kwin_ = std::move(kwin);
         } else {
             kwinFout_ = kwin->fout();
+        }
+    }
+    if (portalen && (gnome() || kde())) {
+        portaal_ = std::make_unique<Portaal>("tolmo-app");
+        if (!evdev_) {
+            portaalToetsen_ = std::make_unique<PortaalSneltoetsen>(*portaal_, portalen->houdToets);
+        }
+        // GNOME lets no client at the clipboard but through the portal's session; KDE has data
+        // control and lacks only the keystroke.
+        metPortaalKlembord_ = klembord_.protocol().empty();
+        portaalToetsenbord_ = std::make_unique<PortaalToetsenbord>(
+            *portaal_, portalen->tokenBestand, metPortaalKlembord_);
+        if (!portaalToetsenbord_->beschikbaar()) {
+            toetsenbordFout_ = "het bureaublad heeft geen RemoteDesktop-portaal";
         }
     }
     samen_ = ::epoll_create1(EPOLL_CLOEXEC);
@@ -52,6 +67,74 @@ std::unique_ptr<WaylandIndicator> WaylandAdapters::maakIndicator(GolfAnimatie& g
     auto indicator = std::make_unique<WaylandIndicator>(verbinding_, golf);
     laagIndicator_ = indicator->beschikbaar();
     return laagIndicator_ ? std::move(indicator) : nullptr;
+}
+
+void WaylandAdapters::startPortalen(const PortaalTriggers& voorstel, bool sessie,
+                                    std::function<void(const std::string&)> log,
+                                    std::function<void()> klaar) {
+    auto open = std::make_shared<int>(0);
+    const auto eenKlaar = [open, klaar] {
+        if (--*open == 0 && klaar) {
+            klaar();
+        }
+    };
+    if (auto* p = portaalSneltoetsen()) {
+        ++*open;
+        p->bind(voorstel, [this, p, log, eenKlaar](const std::string& fout) {
+            sneltoetsFout_ = fout;
+            if (fout.empty()) {
+                std::string keys;
+                for (const auto& [id, trigger] : p->triggers()) {
+                    keys += (keys.empty() ? "" : ", ") + id + " = " +
+                            (trigger.empty() ? "nog geen toets" : trigger);
+                }
+                log("Sneltoetsen van het bureaublad gebonden (" + keys + ")");
+            } else {
+                log("Sneltoetsen van het bureaublad niet gebonden: " + fout);
+            }
+            eenKlaar();
+        });
+    }
+    if (sessie && portaalToetsenbord_ && portaalToetsenbord_->beschikbaar()) {
+        ++*open;
+        portaalToetsenbord_->zetOpGesloten([this, log] {
+            // Back to what needs no session: the text stays on the clipboard for the user.
+            keuze_.kies(klembord_);
+            keuze_.zetPlakToets(nullptr);
+            portaalKlembord_.reset();
+            toetsenbordFout_ = "het bureaublad sloot de sessie";
+            log("Het bureaublad sloot de RemoteDesktop-sessie: Tolmo plakt niet meer zelf");
+        });
+        portaalToetsenbord_->start([this, log, eenKlaar](const std::string& fout) {
+            toetsenbordFout_ = fout;
+            if (!fout.empty()) {
+                log("Plakken via het RemoteDesktop-portaal niet mogelijk: " + fout);
+            } else if (metPortaalKlembord_) {
+                if (portaalToetsenbord_->klembordActief()) {
+                    portaalKlembord_ = std::make_unique<PortaalKlembord>(*portaalToetsenbord_);
+                    portaalKlembord_->zetIsTerminal([this] { return terminalVooraan(); });
+                    keuze_.kies(*portaalKlembord_);
+                    log("Klembord en plakken via de portalen (RemoteDesktop en Clipboard)");
+                } else {
+                    toetsenbordFout_ = "het bureaublad gaf het klembord niet vrij";
+                    log("Het bureaublad gaf het klembord niet vrij in de RemoteDesktop-sessie");
+                }
+            } else {
+                keuze_.zetPlakToets(
+                    [this] { portaalToetsenbord_->stuurPlakToets(terminalVooraan()); });
+                log("Plakken via het RemoteDesktop-portaal");
+            }
+            eenKlaar();
+        });
+    }
+    if (*open == 0 && klaar) {
+        klaar();
+    }
+}
+
+bool WaylandAdapters::terminalVooraan() const {
+    const auto doel = vensterFocus().huidig();
+    return doel && doel->bundleId && WaylandKlembord::isTerminal(*doel->bundleId);
 }
 
 void WaylandAdapters::verwerk() {
@@ -84,6 +167,26 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
         const std::string advies = "De toetsenborden zijn niet te lezen: " + evdevFout_ + ".";
         v.push_back({S::houdToets, "", advies});
         v.push_back({S::wisselSneltoets, "", advies});
+    } else if (portaalToetsen_ && portaalToetsen_->beschikbaar()) {
+        // The desktop decides the keys; what it reports is what the user presses.
+        const auto& t = portaalToetsen_->triggers();
+        const auto toets = [&](const char* id) {
+            const auto i = t.find(id);
+            return "GlobalShortcuts-portaal (" +
+                   (i == t.end() || i->second.empty() ? std::string("toets volgens het bureaublad")
+                                                      : i->second) +
+                   ")";
+        };
+        const std::string advies =
+            !sneltoetsFout_.empty()
+                ? "De sneltoetsen zijn niet gebonden: " + sneltoetsFout_ + "."
+                : "Het bureaublad kiest de toets; wijzig hem in de instellingen van het "
+                  "bureaublad. Een andere toets tijdens het vasthouden of Esc ziet Tolmo hier "
+                  "niet: annuleer via het systeemvak.";
+        v.push_back({S::houdToets, sneltoetsFout_.empty() ? toets(PortaalSneltoetsen::houdId) : "",
+                     advies});
+        v.push_back({S::wisselSneltoets,
+                     sneltoetsFout_.empty() ? toets(PortaalSneltoetsen::wisselId) : "", advies});
     } else if (kde()) {
         v.push_back({S::houdToets, "",
                      "KDE voert een sneltoets niet uit bij loslaten, dus een houdtoets kan hier "
@@ -101,18 +204,33 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
     }
     if (!klembord_.protocol().empty()) {
         v.push_back({S::klembord, std::string(klembord_.protocol()), ""});
+    } else if (portaalKlembord_) {
+        v.push_back({S::klembord, "Clipboard-portaal (in de RemoteDesktop-sessie)", ""});
+    } else if (metPortaalKlembord_) {
+        v.push_back(
+            {S::klembord, "",
+             "Het klembord gaat hier via het RemoteDesktop-portaal, dat niet open is" +
+                 (toetsenbordFout_.empty() ? std::string(".") : ": " + toetsenbordFout_ + ".")});
     } else {
         v.push_back({S::klembord, "",
                      "Deze compositor biedt geen data-control-protocol: Tolmo kan het klembord "
                      "niet lezen of zetten."});
     }
-    if (plakToetsMogelijk()) {
+    if (klembord_.kanPlakken() && focus_.beschikbaar()) {
         v.push_back({S::plakken, "zwp_virtual_keyboard_v1", ""});
+    } else if (plakToetsMogelijk()) {
+        v.push_back({S::plakken, "RemoteDesktop-portaal (toetsenbord)", ""});
+    } else if (portaalToetsenbord_) {
+        v.push_back(
+            {S::plakken, "",
+             "Tolmo plakt hier via het RemoteDesktop-portaal, dat niet open is" +
+                 (toetsenbordFout_.empty() ? std::string(".") : ": " + toetsenbordFout_ + ".") +
+                 " De tekst komt op het klembord en je plakt hem zelf met Ctrl+V."});
     } else if (kde() || !klembord_.kanPlakken()) {
         v.push_back({S::plakken, "",
-                     "Deze compositor biedt geen virtueel toetsenbord. De tekst komt op het "
-                     "klembord en je plakt hem zelf met Ctrl+V; plakken via het "
-                     "RemoteDesktop-portaal komt in een volgende versie."});
+                     "Deze compositor biedt geen virtueel toetsenbord en het bureaublad geen "
+                     "RemoteDesktop-portaal. De tekst komt op het klembord en je plakt hem zelf "
+                     "met Ctrl+V."});
     } else {
         v.push_back({S::plakken, "",
                      "Zonder lijst van vensters weet Tolmo niet waar de tekst heen gaat. De "
@@ -122,6 +240,11 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
         v.push_back({S::focus, "zwlr_foreign_toplevel_manager_v1 (app-id en titel)", ""});
     } else if (kwin_) {
         v.push_back({S::focus, "KWin-script over de sessiebus (app-id en titel)", ""});
+    } else if (gnome()) {
+        v.push_back({S::focus, "AT-SPI (het veld met de focus en zijn app)",
+                     "GNOME vertelt niet welk venster vooraan staat; Tolmo volgt het veld via "
+                     "toegankelijkheid. Apps zonder toegankelijkheid krijgen de tekst op het "
+                     "klembord."});
     } else if (kde()) {
         v.push_back({S::focus, "",
                      "KWin vertelt niet welke app vooraan staat (" + kwinFout_ +

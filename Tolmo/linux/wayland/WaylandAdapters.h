@@ -5,7 +5,11 @@
 
 #include "Tolmo/linux/SessieAdapters.h"
 #include "Tolmo/linux/evdev/EvdevToetsBron.h"
+#include "Tolmo/linux/portaal/PortaalKlembord.h"
+#include "Tolmo/linux/portaal/PortaalSneltoetsen.h"
+#include "Tolmo/linux/portaal/PortaalToetsenbord.h"
 #include "Tolmo/linux/wayland/KWinFocus.h"
+#include "Tolmo/linux/wayland/KlembordKeuze.h"
 #include "Tolmo/linux/wayland/WaylandFocus.h"
 #include "Tolmo/linux/wayland/WaylandIndicator.h"
 #include "Tolmo/linux/wayland/WaylandKlembord.h"
@@ -19,21 +23,54 @@ namespace tolmo {
 // window in front, as wlroots compositors (sway, Hyprland, river) offer them. KDE offers the
 // clipboard only; there a KWin script tells the window in front. Keys come from the
 // compositor's own bindings running the control command.
+//
+// GNOME and KDE offer the desktop portals instead: the hold key and the toggle as the desktop's
+// global shortcuts, the paste keystroke through a RemoteDesktop session and, on GNOME, the
+// clipboard inside that session. They answer asynchronously, so the set starts with what it has
+// and takes each portal on as it comes (startPortalen).
 class WaylandAdapters final : public SessieAdapters {
   public:
+    // What the portals need from the app: where the RemoteDesktop restore token is kept and the
+    // user's hold key now.
+    struct PortaalOpties {
+        std::filesystem::path tokenBestand;
+        std::function<HoudToets()> houdToets;
+    };
+
     // Connects to $WAYLAND_DISPLAY; throws std::runtime_error (Dutch) when it cannot.
     // xwaylandIndicator: the indicator is an X11 window through XWayland. toetsenborden: the
     // user lets the app read the keyboards themselves (the input group), which gives the hold
     // key, the toggle and Esc on every compositor; from this directory.
+    // portalen: on GNOME and KDE, use the desktop portals with these.
     explicit WaylandAdapters(bool xwaylandIndicator,
-                             const std::optional<std::filesystem::path>& toetsenborden = {});
+                             const std::optional<std::filesystem::path>& toetsenborden = {},
+                             std::optional<PortaalOpties> portalen = std::nullopt);
     ~WaylandAdapters() override;
     WaylandAdapters(const WaylandAdapters&) = delete;
     WaylandAdapters& operator=(const WaylandAdapters&) = delete;
 
     // Whether the compositor lets us at the clipboard at all (GNOME does not): without that
     // the X11 set through XWayland reaches more.
-    [[nodiscard]] bool klembordBeschikbaar() const { return !klembord_.protocol().empty(); }
+    [[nodiscard]] bool klembordBeschikbaar() const {
+        return !klembord_.protocol().empty() ||
+               (metPortaalKlembord_ && portaalToetsenbord_->beschikbaar() &&
+                portaal_->versie("Clipboard") > 0);
+    }
+
+    // Binds the shortcuts (proposing voorstel) and, with sessie, opens the RemoteDesktop
+    // session; log gets a line for each outcome. The first session makes the desktop ask the
+    // user, unless heeftPortaalToken(); klaar runs when all have answered.
+    void startPortalen(const PortaalTriggers& voorstel, bool sessie,
+                       std::function<void(const std::string& regel)> log,
+                       std::function<void()> klaar = nullptr);
+    [[nodiscard]] bool heeftPortaalToken() const {
+        return portaalToetsenbord_ && portaalToetsenbord_->heeftToken();
+    }
+    // Whether a portal session is to be opened at all (GNOME, KDE).
+    [[nodiscard]] bool gebruiktPortalen() const { return portaalToetsenbord_ != nullptr; }
+    [[nodiscard]] PortaalSneltoetsen* portaalSneltoetsen() {
+        return portaalToetsen_ && portaalToetsen_->beschikbaar() ? portaalToetsen_.get() : nullptr;
+    }
 
     // The indicator on the compositor's overlay layer, which never takes the focus; null where
     // the compositor offers no layer shell (the toolkit's window that refuses the focus then).
@@ -46,20 +83,29 @@ class WaylandAdapters final : public SessieAdapters {
     [[nodiscard]] bool compositorBindt() const { return !kde() && !houdToetsMogelijk(); }
 
     [[nodiscard]] ToetsBron& toetsen() override {
-        return evdev_ ? static_cast<ToetsBron&>(*evdev_) : toetsen_;
+        if (evdev_) {
+            return *evdev_;
+        }
+        if (auto* p = portaalSneltoetsen()) {
+            return *p;
+        }
+        return toetsen_;
     }
     [[nodiscard]] EscBron* esc() override { return evdev_.get(); }
-    [[nodiscard]] KlembordPoort& klembord() override { return klembord_; }
+    [[nodiscard]] KlembordPoort& klembord() override { return keuze_; }
     [[nodiscard]] const Focus& vensterFocus() const override {
         return kwin_ ? static_cast<const Focus&>(*kwin_) : focus_;
     }
-    // Without the keyboards read, the hold key is the compositor's binding, which the
-    // controller never watches itself.
+    // Without the keyboards read or the desktop's shortcuts, the hold key is the compositor's
+    // binding, which the controller never watches itself.
     [[nodiscard]] bool houdToetsMogelijk() const override {
-        return evdev_ && !evdev_->apparaten().toetsenborden().empty();
+        return (evdev_ && !evdev_->apparaten().toetsenborden().empty()) ||
+               (!evdev_ && portaalToetsen_ && portaalToetsen_->beschikbaar());
     }
     [[nodiscard]] bool plakToetsMogelijk() const override {
-        return klembord_.kanPlakken() && focus_.beschikbaar();
+        return (klembord_.kanPlakken() && focus_.beschikbaar()) ||
+               (portaalToetsenbord_ && portaalToetsenbord_->actief() &&
+                (kwin_ || metPortaalKlembord_));
     }
     [[nodiscard]] std::vector<Vermogen> vermogens() const override;
     // The connection's and, when read, the keyboards' descriptors behind one.
@@ -71,6 +117,9 @@ class WaylandAdapters final : public SessieAdapters {
 
   private:
     // KWin offers its window list to its own shell only, but its shell protocol to everyone.
+    [[nodiscard]] bool terminalVooraan() const;
+    // Mutter offers its shell protocol to every client.
+    [[nodiscard]] bool gnome() const { return verbinding_.biedt("gtk_shell1"); }
     [[nodiscard]] bool kde() const {
         return verbinding_.biedt("org_kde_plasma_shell") ||
                verbinding_.biedt("org_kde_plasma_window_management");
@@ -84,6 +133,14 @@ class WaylandAdapters final : public SessieAdapters {
     // The window in front on KDE, when KWin runs our script; why not, for the settings window.
     std::unique_ptr<KWinFocus> kwin_;
     std::string kwinFout_;
+    // The portals (GNOME, KDE), and what became of them for the settings window.
+    std::unique_ptr<Portaal> portaal_;
+    std::unique_ptr<PortaalSneltoetsen> portaalToetsen_;
+    std::unique_ptr<PortaalToetsenbord> portaalToetsenbord_;
+    std::unique_ptr<PortaalKlembord> portaalKlembord_;
+    bool metPortaalKlembord_ = false;
+    std::string sneltoetsFout_, toetsenbordFout_;
+    KlembordKeuze keuze_{klembord_};
     // Why the keyboards the user asked for are not read (no such directory), for the log.
     std::string evdevFout_;
     bool xwaylandIndicator_;

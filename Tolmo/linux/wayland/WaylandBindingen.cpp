@@ -109,4 +109,28 @@ std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
     return uit;
 }
 
+PortaalTriggers portaalTriggers(const MacInstellingen& toetsen) {
+    PortaalTriggers t;
+    if (const auto h = houdNaam(toetsen.houdToets)) {
+        t.houd = h->sym;
+    }
+    if (toetsen.wisselSneltoets) {
+        const Toetscombinatie& c = *toetsen.wisselSneltoets;
+        if (const auto toets = combinatieToets(c)) {
+            using M = Toetscombinatie::Modificaties;
+            std::string trigger;
+            for (const auto& [bit, naam] : {std::pair{M::control, "CTRL+"},
+                                            {M::option, "ALT+"},
+                                            {M::shift, "SHIFT+"},
+                                            {M::command, "LOGO+"}}) {
+                if (c.modificaties.bevat(bit)) {
+                    trigger += naam;
+                }
+            }
+            t.wissel = trigger + *toets;
+        }
+    }
+    return t;
+}
+
 }  // namespace tolmo

@@ -23,4 +23,12 @@ inline constexpr std::string_view bedieningsProgramma = "tolmo-bediening";
 [[nodiscard]] std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
                                     std::string_view programma = bedieningsProgramma);
 
+// The keys the desktop's shortcuts portal is asked for, in its trigger notation ("CTRL+ALT+d",
+// a lone "Control_R"); the desktop may give others. Absent where the key has no name there.
+struct PortaalTriggers {
+    std::optional<std::string> houd;
+    std::optional<std::string> wissel;
+};
+[[nodiscard]] PortaalTriggers portaalTriggers(const MacInstellingen& toetsen);
+
 }  // namespace tolmo

@@ -452,6 +452,10 @@ void WaylandKlembord::toets(std::uint32_t code, bool omlaag, std::uint32_t modif
 
 void WaylandKlembord::stuurPlakToets() {
     if (toetsenbord_ == nullptr) {
+        // The keystroke comes from elsewhere (the desktop's portal); the reads after it are
+        // the paste's all the same.
+        verbinding_.verwerk();
+        plakGestuurd_ = true;
         return;
     }
     // Reads that were on their way before the keystroke are not the paste's.

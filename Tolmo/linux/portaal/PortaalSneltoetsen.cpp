@@ -1,0 +1,238 @@
+#include "Tolmo/linux/portaal/PortaalSneltoetsen.h"
+
+#include <gio/gio.h>
+
+namespace tolmo {
+
+namespace {
+
+constexpr const char* interfaceNaam = "GlobalShortcuts";
+
+class Afmelding final : public ToetsBron::Registratie {
+  public:
+    explicit Afmelding(std::function<void()> af) : af_(std::move(af)) {}
+    ~Afmelding() override { af_(); }
+    Afmelding(const Afmelding&) = delete;
+    Afmelding& operator=(const Afmelding&) = delete;
+
+  private:
+    std::function<void()> af_;
+};
+
+// The flags while the hold key is down: its own device bit and its kind's.
+ToetsVlaggen vlaggenVan(HoudToets h) {
+    return ToetsVlaggen{apparaatVlag(h) | algemeneVlag(h)};
+}
+
+}  // namespace
+
+class PortaalSneltoetsen::PortaalTap final : public ToetsBron::Tap {
+  public:
+    PortaalTap(PortaalSneltoetsen& bron, OpGebeurtenis op) : bron_(bron), op_(std::move(op)) {
+        bron_.tap_ = this;
+    }
+    ~PortaalTap() override { bron_.tap_ = nullptr; }
+    PortaalTap(const PortaalTap&) = delete;
+    PortaalTap& operator=(const PortaalTap&) = delete;
+    void zetAan() override { aan_ = true; }
+    [[nodiscard]] bool isAan() const override { return aan_; }
+    void geef(const Gebeurtenis& g) const {
+        if (aan_) {
+            op_(g);
+        }
+    }
+
+  private:
+    PortaalSneltoetsen& bron_;
+    OpGebeurtenis op_;
+    bool aan_ = false;
+};
+
+PortaalSneltoetsen::PortaalSneltoetsen(Portaal& portaal, std::function<HoudToets()> houdToets)
+    : portaal_(portaal), houdToets_(std::move(houdToets)), versie_(portaal.versie(interfaceNaam)) {
+    if (versie_ == 0) {
+        return;
+    }
+    // The signals carry the session; only ours count.
+    const auto vanOns = [this](GVariant* p) {
+        const gchar* sessie = nullptr;
+        g_variant_get_child(p, 0, "&o", &sessie);
+        return sessie != nullptr && sessie == sessie_;
+    };
+    geactiveerd_ = portaal_.volg(interfaceNaam, "Activated", [this, vanOns](GVariant* p) {
+        const gchar* id = nullptr;
+        g_variant_get_child(p, 1, "&s", &id);
+        if (vanOns(p)) {
+            geactiveerd(id, true);
+        }
+    });
+    gedeactiveerd_ = portaal_.volg(interfaceNaam, "Deactivated", [this, vanOns](GVariant* p) {
+        const gchar* id = nullptr;
+        g_variant_get_child(p, 1, "&s", &id);
+        if (vanOns(p)) {
+            geactiveerd(id, false);
+        }
+    });
+    gewijzigd_ = portaal_.volg(interfaceNaam, "ShortcutsChanged", [this, vanOns](GVariant* p) {
+        if (vanOns(p)) {
+            GVariant* lijst = g_variant_get_child_value(p, 1);
+            leesTriggers(lijst);
+            g_variant_unref(lijst);
+        }
+    });
+}
+
+PortaalSneltoetsen::~PortaalSneltoetsen() {
+    portaal_.sluit(sessie_);
+}
+
+void PortaalSneltoetsen::bind(const PortaalTriggers& voorstel,
+                              std::function<void(const std::string&)> klaar) {
+    if (versie_ == 0) {
+        klaar("het bureaublad heeft geen GlobalShortcuts-portaal");
+        return;
+    }
+    const auto bindIn = [this, voorstel, klaar](const std::string& sessie) {
+        GVariantBuilder lijst;
+        g_variant_builder_init(&lijst, G_VARIANT_TYPE("a(sa{sv})"));
+        const auto voeg = [&](const char* id, const char* beschrijving,
+                              const std::optional<std::string>& trigger) {
+            GVariantBuilder e;
+            g_variant_builder_init(&e, G_VARIANT_TYPE_VARDICT);
+            g_variant_builder_add(&e, "{sv}", "description", g_variant_new_string(beschrijving));
+            if (trigger) {
+                g_variant_builder_add(&e, "{sv}", "preferred_trigger",
+                                      g_variant_new_string(trigger->c_str()));
+            }
+            g_variant_builder_add(&lijst, "(s@a{sv})", id, g_variant_builder_end(&e));
+        };
+        voeg(houdId, "Dicteren (vasthouden)", voorstel.houd);
+        voeg(wisselId, "Dicteren aan/uit", voorstel.wissel);
+        portaal_.vraag(
+            interfaceNaam, "BindShortcuts",
+            g_variant_new("(o@a(sa{sv})s)", sessie.c_str(), g_variant_builder_end(&lijst), ""),
+            nullptr, [this, klaar](const Portaal::Antwoord& a) {
+                // A desktop may answer "ended" and still have bound them: the
+                // shortcuts in the answer decide.
+                GVariant* gebonden = nullptr;
+                if (a.resultaten != nullptr &&
+                    g_variant_lookup(a.resultaten, "shortcuts", "@a(sa{sv})", &gebonden)) {
+                    leesTriggers(gebonden);
+                    g_variant_unref(gebonden);
+                }
+                if (triggers_.count(houdId) != 0 || triggers_.count(wisselId) != 0) {
+                    klaar("");
+                } else if (a.code == 1) {
+                    klaar("je weigerde de sneltoetsen");
+                } else {
+                    klaar("het bureaublad bond de sneltoetsen niet" +
+                          (a.fout.empty() ? "" : " (" + a.fout + ")"));
+                }
+            });
+    };
+    if (!sessie_.empty()) {
+        bindIn(sessie_);
+        return;
+    }
+    portaal_.maakSessie(
+        interfaceNaam, nullptr,
+        [this, bindIn, klaar](const std::string& sessie, const Portaal::Antwoord& a) {
+            if (sessie.empty()) {
+                klaar("geen sessie voor sneltoetsen" + (a.fout.empty() ? "" : " (" + a.fout + ")"));
+                return;
+            }
+            sessie_ = sessie;
+            bindIn(sessie);
+        });
+}
+
+void PortaalSneltoetsen::leesTriggers(GVariant* shortcuts) {
+    Triggers nieuw;
+    GVariantIter it;
+    g_variant_iter_init(&it, shortcuts);
+    const gchar* id = nullptr;
+    GVariant* eigenschappen = nullptr;
+    while (g_variant_iter_next(&it, "(&s@a{sv})", &id, &eigenschappen)) {
+        const gchar* trigger = nullptr;
+        nieuw[id] =
+            g_variant_lookup(eigenschappen, "trigger_description", "&s", &trigger) ? trigger : "";
+        g_variant_unref(eigenschappen);
+    }
+    const bool anders = nieuw != triggers_;
+    triggers_ = std::move(nieuw);
+    if (anders && opGewijzigd_) {
+        opGewijzigd_();
+    }
+}
+
+bool PortaalSneltoetsen::openInstellingen() {
+    if (versie_ < 2 || sessie_.empty()) {
+        return false;
+    }
+    std::string fout;
+    GVariant* r = portaal_.roep(interfaceNaam, "ConfigureShortcuts",
+                                g_variant_new("(osa{sv})", sessie_.c_str(), "", nullptr), fout);
+    if (r != nullptr) {
+        g_variant_unref(r);
+    }
+    return r != nullptr;
+}
+
+void PortaalSneltoetsen::geactiveerd(const std::string& id, bool omlaag) {
+    if (id == wisselId) {
+        if (omlaag && opWissel_) {
+            opWissel_();
+        }
+        return;
+    }
+    if (id != houdId || omlaag == houdOmlaag_) {
+        return;
+    }
+    houdOmlaag_ = omlaag;
+    const HoudToets h = houdToets_();
+    const auto code = toetscode(h);
+    if (tap_ != nullptr && code) {
+        tap_->geef({Soort::modificatie, *code, omlaag ? vlaggenVan(h) : ToetsVlaggen{}, false});
+    }
+}
+
+std::unique_ptr<ToetsBron::Tap> PortaalSneltoetsen::maakTap(
+    OpGebeurtenis opGebeurtenis, std::function<void(TapUit)> /*opUitgezet*/) {
+    if (versie_ == 0) {
+        return nullptr;
+    }
+    return std::make_unique<PortaalTap>(*this, std::move(opGebeurtenis));
+}
+
+std::unique_ptr<ToetsBron::Registratie> PortaalSneltoetsen::installeerWisselHandler(
+    std::function<void()> opIngedrukt) {
+    opWissel_ = std::move(opIngedrukt);
+    return std::make_unique<Afmelding>([this] { opWissel_ = nullptr; });
+}
+
+std::unique_ptr<ToetsBron::Registratie> PortaalSneltoetsen::registreerWissel(
+    const Toetscombinatie& /*combinatie*/) {
+    if (versie_ == 0) {
+        return nullptr;
+    }
+    return std::make_unique<Afmelding>([] {});
+}
+
+ToetsVlaggen PortaalSneltoetsen::sessieVlaggen() const {
+    return houdOmlaag_ ? vlaggenVan(houdToets_()) : ToetsVlaggen{};
+}
+
+const ToetsBron::Teksten& PortaalSneltoetsen::teksten() const {
+    static const Teksten portaal{
+        .tap = "GlobalShortcuts-portaal",
+        .tapGemaakt = "sneltoetsen van het bureaublad (",
+        .viaTap = "sneltoetsen van het bureaublad (GlobalShortcuts-portaal)",
+        .viaMonitor = "sneltoetsen van het bureaublad (GlobalShortcuts-portaal)",
+        .geen = "niets (het bureaublad heeft geen GlobalShortcuts-portaal)",
+        .nietActief = "Houdtoets niet actief: het bureaublad bond de sneltoets niet",
+        .tapLevertNiets = "het bureaublad meldt de sneltoets niet",
+    };
+    return portaal;
+}
+
+}  // namespace tolmo

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Tolmo/Sneltoetsen/ToetsBron.h"
+#include "Tolmo/linux/portaal/Portaal.h"
+#include "Tolmo/linux/wayland/WaylandBindingen.h"
+#include "TolmoKern/Sneltoetsen/HoudToets.h"
+
+namespace tolmo {
+
+// Keys through the desktop's GlobalShortcuts portal (GNOME 48 and later, KDE, Hyprland): one
+// session with two shortcuts, the hold key and the toggle. The desktop, not the app, decides
+// which keys they are; the app only proposes the user's own.
+//
+// The hold shortcut's Activated is the key going down and its Deactivated the release. They
+// reach the hot-key monitor as the chosen hold key's own modifier events, so every rule of
+// holding stays (a tap shorter than 0.3 s cancels), and while it is held the session flags say
+// so, which keeps the monitor's safety poll from ending the hold. What a portal never tells
+// (another key during the hold, Esc) is not seen; the tray's cancel stays.
+class PortaalSneltoetsen final : public ToetsBron {
+  public:
+    static constexpr const char* houdId = "dicteren";
+    static constexpr const char* wisselId = "wisselen";
+
+    // What the desktop made of the shortcuts: per id its trigger as the desktop describes it
+    // ("Rechter Ctrl"), empty while unknown.
+    using Triggers = std::map<std::string, std::string>;
+
+    // The portal must outlive the source. houdToets answers the user's hold key now.
+    PortaalSneltoetsen(Portaal& portaal, std::function<HoudToets()> houdToets);
+    ~PortaalSneltoetsen() override;
+    PortaalSneltoetsen(const PortaalSneltoetsen&) = delete;
+    PortaalSneltoetsen& operator=(const PortaalSneltoetsen&) = delete;
+
+    // Whether the desktop has the portal at all.
+    [[nodiscard]] bool beschikbaar() const { return versie_ > 0; }
+    // Opens the session and binds both shortcuts, proposing voorstel; klaar reports the
+    // outcome (an empty text when bound, else why not, in Dutch). Again after a change of keys:
+    // the desktop keeps what it bound and reports it.
+    void bind(const PortaalTriggers& voorstel, std::function<void(const std::string& fout)> klaar);
+    [[nodiscard]] const Triggers& triggers() const { return triggers_; }
+    // Called whenever the desktop reports other keys (its own dialog, ShortcutsChanged).
+    void zetOpGewijzigd(std::function<void()> op) { opGewijzigd_ = std::move(op); }
+    // Opens the desktop's own dialog for changing the keys, where the portal has one (version
+    // 2); false when it has not.
+    bool openInstellingen();
+
+    [[nodiscard]] std::unique_ptr<Tap> maakTap(OpGebeurtenis opGebeurtenis,
+                                               std::function<void(TapUit)> opUitgezet) override;
+    [[nodiscard]] std::unique_ptr<Registratie> installeerGlobaleMonitor(
+        OpGebeurtenis /*opGebeurtenis*/) override {
+        return nullptr;
+    }
+    [[nodiscard]] std::unique_ptr<Registratie> installeerLokaleMonitor(
+        OpGebeurtenis /*opGebeurtenis*/) override {
+        return nullptr;
+    }
+    [[nodiscard]] std::unique_ptr<Registratie> installeerWisselHandler(
+        std::function<void()> opIngedrukt) override;
+    // The desktop's toggle shortcut stands for every combination.
+    [[nodiscard]] std::unique_ptr<Registratie> registreerWissel(
+        const Toetscombinatie& combinatie) override;
+    [[nodiscard]] ToetsVlaggen sessieVlaggen() const override;
+    [[nodiscard]] const Teksten& teksten() const override;
+
+  private:
+    class PortaalTap;
+    void geactiveerd(const std::string& id, bool omlaag);
+    void leesTriggers(GVariant* shortcuts);
+
+    Portaal& portaal_;
+    std::function<HoudToets()> houdToets_;
+    std::uint32_t versie_ = 0;
+    std::string sessie_;
+    Triggers triggers_;
+    PortaalTap* tap_ = nullptr;
+    std::function<void()> opWissel_;
+    std::function<void()> opGewijzigd_;
+    bool houdOmlaag_ = false;
+    std::unique_ptr<Portaal::Abonnement> geactiveerd_, gedeactiveerd_, gewijzigd_;
+};
+
+}  // namespace tolmo
