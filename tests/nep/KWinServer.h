@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ namespace tolmo::nep {
 class KWinServer {
   public:
     explicit KWinServer(const std::filesystem::path& root) {
+        if (const char* oud = std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
+            oudeBus_ = oud;
+        }
         auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-kwin-XXXXXX").string();
         if (::mkdtemp(sjabloon.data()) == nullptr) {
             fout_ = "geen tijdelijke map";
@@ -66,6 +70,12 @@ class KWinServer {
     ~KWinServer() {
         stopKind(kwin_);
         stopKind(dbus_);
+        // Programs started after this one must not look for a bus that is gone.
+        if (oudeBus_) {
+            ::setenv("DBUS_SESSION_BUS_ADDRESS", oudeBus_->c_str(), 1);
+        } else {
+            ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+        }
         std::error_code e;
         std::filesystem::remove_all(map_, e);
     }
@@ -78,6 +88,7 @@ class KWinServer {
 
   private:
     std::filesystem::path map_;
+    std::optional<std::string> oudeBus_;
     pid_t dbus_ = -1;
     pid_t kwin_ = -1;
     std::string fout_;
