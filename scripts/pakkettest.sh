@@ -134,7 +134,7 @@ controleer "tolmo dicteer --motor test" 'inroot tolmo dicteer /tmp/voorbeeld.wav
 controleer "tolmo-app --help zonder beeldscherm" 'inroot tolmo-app --help | grep -q "Gebruik: tolmo-app"'
 controleer "tolmo-bediening --hulp" 'inroot tolmo-bediening --hulp | grep -q "Gebruik: tolmo-bediening"'
 controleer "tolmo-bediening zonder draaiende app faalt" '! inroot tolmo-bediening --stop 2>/dev/null'
-for f in usr/share/applications/tolmo-app.desktop usr/share/icons/hicolor/scalable/apps/tolmo-app.svg \
+for f in usr/share/applications/app.tolmo.Tolmo.desktop usr/share/icons/hicolor/scalable/apps/tolmo-app.svg \
   usr/share/metainfo/app.tolmo.Tolmo.metainfo.xml usr/share/man/man1/tolmo-app.1.gz \
   usr/share/man/man1/tolmo.1.gz usr/share/man/man1/tolmo-bediening.1.gz usr/share/man/man8/tolmo-server.8.gz; do
   controleer "/$f" '[ -s "$root/$f" ]'
@@ -160,7 +160,7 @@ printf 'load-module module-native-protocol-unix\nload-module module-null-sink\n'
 alsgebruiker pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no -F /tmp/geluid.pa \
   2>/dev/null &
 for _ in $(seq 50); do [ -S "$root/tmp/run-gebruiker/pulse/native" ] && break; sleep 0.2; done
-read -r -a opdracht <<<"$(sed -n 's/^Exec=//p' "$root/usr/share/applications/tolmo-app.desktop")"
+read -r -a opdracht <<<"$(sed -n 's/^Exec=//p' "$root/usr/share/applications/app.tolmo.Tolmo.desktop")"
 alsgebruiker "${opdracht[@]}" 2>"$werk/app.log" &
 # The app answers its control socket once its main loop runs: --annuleer is then confirmed.
 for _ in $(seq 50); do alsgebruiker tolmo-app --annuleer >/dev/null 2>&1 && break; sleep 0.2; done

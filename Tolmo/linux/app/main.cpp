@@ -453,7 +453,7 @@ int main(int argc, char** argv) {
     // The tray icon holds the app; closing the consent box or the indicator does not end it.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    QApplication::setDesktopFileName(QStringLiteral("tolmo-app"));
+    QApplication::setDesktopFileName(QStringLiteral("app.tolmo.Tolmo"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tolmo-app")));
 
     // The lock decides which instance owns the control socket next to it.

@@ -31,7 +31,7 @@ WaylandAdapters::WaylandAdapters(bool xwaylandIndicator,
         }
     }
     if (portalen && (gnome() || kde())) {
-        portaal_ = std::make_unique<Portaal>("tolmo-app");
+        portaal_ = std::make_unique<Portaal>("app.tolmo.Tolmo");
         if (!evdev_) {
             portaalToetsen_ = std::make_unique<PortaalSneltoetsen>(*portaal_, portalen->houdToets);
         }

@@ -75,12 +75,13 @@ std::string bindingen(Compositor compositor, const MacInstellingen& toetsen,
     uit += "# Opnamebalk: zwevend en zonder focus, zodat je tekst in je eigen venster blijft\n";
     if (sway) {
         uit +=
-            "for_window [app_id=\"tolmo-app\" title=\"^Tolmo$\"] floating enable, sticky enable\n"
-            "no_focus [app_id=\"tolmo-app\" title=\"^Tolmo$\"]\n";
+            "for_window [app_id=\"app.tolmo.Tolmo\" title=\"^Tolmo$\"] floating enable, sticky "
+            "enable\n"
+            "no_focus [app_id=\"app.tolmo.Tolmo\" title=\"^Tolmo$\"]\n";
     } else {
         uit +=
-            "windowrulev2 = float, class:^(tolmo-app)$, title:^(Tolmo)$\n"
-            "windowrulev2 = nofocus, class:^(tolmo-app)$, title:^(Tolmo)$\n";
+            "windowrulev2 = float, class:^(app\\.tolmo\\.Tolmo)$, title:^(Tolmo)$\n"
+            "windowrulev2 = nofocus, class:^(app\\.tolmo\\.Tolmo)$, title:^(Tolmo)$\n";
     }
     if (toetsen.wisselSneltoets) {
         const Toetscombinatie& c = *toetsen.wisselSneltoets;
