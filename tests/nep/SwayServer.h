@@ -115,17 +115,18 @@ class SwayServer {
         return voerProcesUit("/usr/bin/swaymsg", args).uit;
     }
 
-    // The app id of the window with the keyboard focus, empty when none has it.
-    [[nodiscard]] static std::string focusAppId() {
+    // The app id (or another property, "name" for the title) of the window with the keyboard
+    // focus, empty when none has it.
+    [[nodiscard]] static std::string focusAppId(const char* eigenschap = "app_id") {
         const auto boom = nlohmann::json::parse(opdracht({"-t", "get_tree"}), nullptr, false);
         if (boom.is_discarded()) {
             return "";
         }
         std::optional<std::string> gevonden;
         const auto zoek = [&](const auto& zelf, const nlohmann::json& knoop) -> void {
-            if (knoop.value("focused", false) && knoop.contains("app_id") &&
-                knoop["app_id"].is_string()) {
-                gevonden = knoop["app_id"].get<std::string>();
+            if (knoop.value("focused", false) && knoop.contains(eigenschap) &&
+                knoop[eigenschap].is_string()) {
+                gevonden = knoop[eigenschap].get<std::string>();
             }
             for (const char* k : {"nodes", "floating_nodes"}) {
                 if (knoop.contains(k)) {

@@ -145,7 +145,11 @@ TEST_P(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
 TEST_P(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     nep::Foot een(sway_.uit(), "foot", "een");
     nep::Foot twee(sway_.uit(), "foot", "twee");
-    nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
+    // The second window may take the focus only once it is mapped, after its shell started.
+    ASSERT_TRUE(wachtTot([] {
+        nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
+        return nep::SwayServer::focusAppId("name") == "een";
+    }));
     // Long enough that the switch lands while the text is made, even on a busy machine.
     antwoordVertraging_ = 5000;
     dicteer();
