@@ -195,8 +195,8 @@ class GnomeServer {
     // first key it is sent.
     bool toets(std::uint32_t keysym, bool ingedrukt) const {
         return evalueer(
-                   "const C = imports.gi.Clutter; global._tolmoToetsen ?"
-                   "?= C.get_default_backend().get_default_seat().create_virtual_device("
+                   "const C = imports.gi.Clutter; global._tolmoToetsen ||= "
+                   "C.get_default_backend().get_default_seat().create_virtual_device("
                    "C.InputDeviceType.KEYBOARD_DEVICE); "
                    "global._tolmoToetsen.notify_keyval(C.get_current_event_time() * 1000, " +
                    std::to_string(keysym) + ", C.KeyState." + (ingedrukt ? "PRESSED" : "RELEASED") +
@@ -277,7 +277,7 @@ class GnomeServer {
         std::ofstream(map_ / "tekst.txt").close();
         std::vector<std::string> args{"env", "-i"};
         args.insert(args.end(), activatieOmgeving_.begin(), activatieOmgeving_.end());
-        // GTK's GL renderer on mesa's software rasteriser is slow to start.
+        // Cairo draws without GL, which a machine without a GPU lacks.
         args.insert(args.end(),
                     {"GSK_RENDERER=cairo", "GTK_A11Y=none", "gnome-text-editor", "--standalone",
                      "--ignore-session", (map_ / "tekst.txt").string()});
@@ -289,14 +289,16 @@ class GnomeServer {
     // Saves the editor's text (Ctrl+S) and answers it; empty when nothing was saved in time.
     [[nodiscard]] std::string bewaardeTekst() const {
         const auto pad = map_ / "tekst.txt";
-        const auto voor = std::filesystem::last_write_time(pad);
+        std::error_code e;
+        const auto voor = std::filesystem::last_write_time(pad, e);
         toets(0xffe3, true);  // Control_L
         toets('s', true);
         toets('s', false);
         toets(0xffe3, false);
         std::string inhoud;
         wachtTot([&] {
-            if (std::filesystem::last_write_time(pad) == voor) {
+            // The editor may replace the file, so it can be missing for a moment.
+            if (std::filesystem::last_write_time(pad, e) == voor || e) {
                 return false;
             }
             std::stringstream s;
