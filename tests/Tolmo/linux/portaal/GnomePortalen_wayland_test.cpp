@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
@@ -135,6 +136,11 @@ TEST_F(GnomePortalenTest, TheStoredGrantStartsTypingWithoutADialog) {
     const auto uit = app->wacht().fout;
     ASSERT_TRUE(getypt) << uit;
     EXPECT_EQ(tekst, "hallo wereld\n");
+    const auto png = gnome_->map() / "scherm.png";
+    ASSERT_TRUE(gnome_->schermafdruk(png));
+    std::string kop(8, '\0');
+    std::ifstream(png, std::ios::binary).read(kop.data(), 8);
+    EXPECT_EQ(kop, "\x89PNG\r\n\x1a\n");
     // The answer carries the token for the next start (GNOME 48 hands back the one it was given).
     const auto begin = uit.find("gestart 0 ");
     ASSERT_NE(begin, std::string::npos) << uit;
