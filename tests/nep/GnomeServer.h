@@ -41,6 +41,12 @@ struct GnomeSneltoets {
 class GnomeServer {
   public:
     explicit GnomeServer(const std::filesystem::path& root) : root_(root) {
+        if (!std::filesystem::exists(root / "usr/bin/gnome-shell")) {
+            fout_ =
+                "de Debian 13-root heeft geen GNOME Shell; scripts/debian13-root.sh maakt er "
+                "een nieuwe";
+            return;
+        }
         auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-gnome-XXXXXX").string();
         if (::mkdtemp(sjabloon.data()) == nullptr) {
             fout_ = "geen tijdelijke map";
