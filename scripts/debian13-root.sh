@@ -24,8 +24,13 @@ unshare --mount --propagation private true 2>/dev/null ||
 spiegel=http://deb.debian.org/debian
 recept=(--variant=minbase trixie)
 # sway and foot: the wlroots compositor and a terminal of its time; kwin-wayland: KDE's
-# compositor, run with --virtual; dbus-daemon: KWin's session bus.
-pakketten=(sway foot wl-clipboard kwin-wayland dbus-daemon)
+# compositor, run with --virtual; dbus-daemon: KWin's session bus. GNOME Shell headless with
+# the desktop portals and their GNOME backend; gnome-text-editor: a GTK 4 window to type into;
+# libglib2.0-bin: gsettings and gdbus inside the root; mesa's software renderer for the shell;
+# a font for the screenshots.
+pakketten=(sway foot wl-clipboard kwin-wayland dbus-daemon gnome-shell xdg-desktop-portal
+  xdg-desktop-portal-gnome gnome-text-editor gnome-settings-daemon-common gsettings-desktop-schemas
+  dbus-user-session at-spi2-core libglib2.0-bin libgl1-mesa-dri fonts-cantarell)
 sleutel=$(echo "${recept[*]} ${pakketten[*]} $spiegel" | sha256sum | cut -c1-16)
 cache="${XDG_CACHE_HOME:-$HOME/.cache}/tolmo"
 tarbal="$cache/debian13-root-$sleutel.tar.zst"
