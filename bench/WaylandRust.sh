@@ -16,9 +16,10 @@
 #              wire), once as the machine is and once beside two busy-looping processes; its
 #              median per client. TOLMO_BENCH_LATENTIE=0 leaves it out.
 #
-# The app's binaries are copied first, so a rebuild of the tree during the run does not change
-# what is measured; the latency bench runs the tree's own binaries (their paths are built in),
-# and the table says when they changed under it.
+# The binaries are copied first, so a rebuild of the tree during the run does not change what is
+# measured. The latency bench has the tree's paths built in: as root it runs in a mount namespace
+# of its own where the copy is mounted over the tree; otherwise it runs the tree itself, and the
+# table says when those binaries changed under it.
 # Usage: bench/WaylandRust.sh [build/ci]
 set -euo pipefail
 
@@ -40,8 +41,11 @@ opruimen() {
   rm -rf "$map"
 }
 trap opruimen EXIT
-mkdir "$map/bin"
-cp "$bouw/Tolmo/tolmo-app" "$bouw/Tolmo/tolmo-bediening" "$bouw/cli/tolmo" "$map/bin/"
+mkdir -p "$map/boom/Tolmo" "$map/boom/cli" "$map/boom/bench"
+cp "$bouw/Tolmo/tolmo-app" "$bouw/Tolmo/tolmo-bediening" "$map/boom/Tolmo/"
+cp "$bouw/cli/tolmo" "$map/boom/cli/"
+cp "$bouw/bench/bench_BedieningLatentie" "$map/boom/bench/" 2>/dev/null || true
+find "$map/boom" -type f -printf "  %TY-%Tm-%Td %TH:%TM  $bouw/%P\n" | sort
 
 # Polls a condition (a command) every 50 ms for at most $1 seconds.
 wachtTot() {
@@ -144,8 +148,8 @@ alsApp() {
 
 startApp() {
   local s=$1 d=$map/$1
-  alsApp "$s" "$map/bin/tolmo" instellingen zet motor openai >/dev/null
-  alsApp "$s" "$map/bin/tolmo" instellingen zet opschonen uit >/dev/null
+  alsApp "$s" "$map/boom/cli/tolmo" instellingen zet motor openai >/dev/null
+  alsApp "$s" "$map/boom/cli/tolmo" instellingen zet opschonen uit >/dev/null
   # Consent already given for the text the Linux app shows (its version 2).
   python3 - "$d/config/tolmo/group.app.tolmo.json" <<'PY'
 import json, sys
@@ -155,7 +159,8 @@ json.dump(doc, open(sys.argv[1], "w"), indent=2)
 PY
   local app
   appOmgeving "$s"
-  "${app[@]}" "$map/bin/tolmo-app" 2>"$d/app.log" & pids+=($!)
+  : >"$d/app.log"
+  "${app[@]}" "$map/boom/Tolmo/tolmo-app" 2>"$d/app.log" & pids+=($!)
   appPid[$s]=$!
   wachtTot 30 grep -q "Tolmo: klaar" "$d/app.log" ||
     { echo "WaylandRust: tolmo-app ($s) start niet:" >&2; cat "$d/app.log" >&2; exit 1; }
@@ -218,10 +223,10 @@ dicteer() {
   local s=$1 d=$map/$1 opnames verzoeken
   opnames=$(regels "$d/app.log" "toestand neemt op")
   verzoeken=$(wc -l <"$map/aankomst.log")
-  alsApp "$s" "$map/bin/tolmo-bediening" --start
+  alsApp "$s" "$map/boom/Tolmo/tolmo-bediening" --start
   wachtTot 10 sh -c "[ \$(grep -c 'toestand neemt op' '$d/app.log') -gt $opnames ]" || return 1
   PULSE_SERVER="unix:$d/run/pulse.sock" paplay --device=nul "$map/zin.wav"
-  alsApp "$s" "$map/bin/tolmo-bediening" --stop
+  alsApp "$s" "$map/boom/Tolmo/tolmo-bediening" --stop
   wachtTot 15 sh -c "[ \$(wc -l <'$map/aankomst.log') -gt $verzoeken ]" || return 1
   # The text goes out and the app is idle again.
   sleep 2
@@ -288,18 +293,25 @@ paste -d'|' "$map/wayland/delen-na.txt" "$map/x11/delen-na.txt" |
   awk -F'|' '{ printf "  %-60.60s %-60.60s\n", $1, $2 }'
 
 # --- release to request, idle and under load ------------------------------------------------------
-bench=$bouw/bench/bench_BedieningLatentie
 [ "${TOLMO_BENCH_LATENTIE:-1}" = 0 ] && exit 0
-if ! [ -x "$bench" ]; then
-  echo "Latentie overgeslagen: geen $bench"
+if ! [ -x "$map/boom/bench/bench_BedieningLatentie" ]; then
+  echo "Latentie overgeslagen: geen $bouw/bench/bench_BedieningLatentie"
   exit 0
+fi
+bench=("$bouw/bench/bench_BedieningLatentie")
+if [ "$(id -u)" = 0 ] && unshare -m --propagation private true 2>/dev/null; then
+  # shellcheck disable=SC2016 # expanded by that inner shell
+  bench=(unshare -m --propagation private sh -c 'mount --bind "$0" "$1" && shift && exec "$@"'
+    "$map/boom" "$bouw" "$bouw/bench/bench_BedieningLatentie")
+  echo
+  echo "Latentie met de gekopieerde binaries (eigen mount-namespace)"
 fi
 stempel() { stat -c %Y "$bouw/Tolmo/tolmo-app" "$bouw/Tolmo/tolmo-bediening" "$bouw/cli/tolmo"; }
 # Medians of both clients from the bench's JSON, "app bediening" in ms.
 medianen() {
   python3 - "$1" <<'PY'
 import json, sys
-m = {b["run_name"].split("/")[0].split(":")[-1]: b["real_time"]
+m = {b["run_name"].split("/")[1]: b["real_time"]
      for b in json.load(open(sys.argv[1]))["benchmarks"] if b.get("aggregate_name") == "median"}
 print(f"{m.get('tolmo_app', float('nan')):.2f} {m.get('tolmo_bediening', float('nan')):.2f}")
 PY
@@ -312,7 +324,7 @@ for belasting in 0 2; do
   for _ in $(seq $belasting); do sh -c 'while :; do :; done' & bezig+=($!); pids+=($!); done
   [ $belasting = 0 ] || sleep 5
   begin=$(laad)
-  "$bench" --benchmark_out="$map/latentie$belasting.json" --benchmark_out_format=json \
+  "${bench[@]}" --benchmark_out="$map/latentie$belasting.json" --benchmark_out_format=json \
     >"$map/latentie$belasting.txt" 2>&1 || true
   eind=$(laad)
   for p in "${bezig[@]}"; do kill "$p"; wait "$p" 2>/dev/null || true; done
@@ -320,4 +332,4 @@ for belasting in 0 2; do
   printf '%-34s %10s %16s %s\n' "  $([ $belasting = 0 ] && echo "zonder extra belasting" || echo "naast 2 bezige processen")" \
     "$app" "$bed" "$begin → $eind"
 done
-[ "$(stempel)" = "$stempelVoor" ] || echo "Let op: de binaries in $bouw veranderden tijdens de latentiemeting."
+[ ${#bench[@]} -gt 1 ] || [ "$(stempel)" = "$stempelVoor" ] || echo "Let op: de binaries in $bouw veranderden tijdens de latentiemeting."
