@@ -41,10 +41,11 @@ opruimen() {
   rm -rf "$map"
 }
 trap opruimen EXIT
+trap 'echo "WaylandRust: afgebroken op regel $LINENO" >&2' ERR
 mkdir -p "$map/boom/Tolmo" "$map/boom/cli" "$map/boom/bench"
-cp "$bouw/Tolmo/tolmo-app" "$bouw/Tolmo/tolmo-bediening" "$map/boom/Tolmo/"
-cp "$bouw/cli/tolmo" "$map/boom/cli/"
-cp "$bouw/bench/bench_BedieningLatentie" "$map/boom/bench/" 2>/dev/null || true
+cp -p "$bouw/Tolmo/tolmo-app" "$bouw/Tolmo/tolmo-bediening" "$map/boom/Tolmo/"
+cp -p "$bouw/cli/tolmo" "$map/boom/cli/"
+cp -p "$bouw/bench/bench_BedieningLatentie" "$map/boom/bench/" 2>/dev/null || true
 find "$map/boom" -type f -printf "  %TY-%Tm-%Td %TH:%TM  $bouw/%P\n" | sort
 
 # Polls a condition (a command) every 50 ms for at most $1 seconds.
@@ -188,12 +189,22 @@ grootsteDelen() {
 perSeconde() { python3 -c "print(f'{($2 - $1) / (($4 - $3) / 1e9):.2f}')"; }
 kB() { awk -v k="$2:" '$1 == k { print $2 }' "/proc/$1/$3"; }
 
+# Stops the run with the app's log when it is gone.
+levend() {
+  [ -d "/proc/${appPid[$1]}" ] && return
+  wait "${appPid[$1]}" && status=0 || status=$?
+  echo "WaylandRust: tolmo-app ($1) draait niet meer (status $status); zijn log:" >&2
+  tail -n 30 "$map/$1/app.log" >&2
+  exit 1
+}
+
 # Both sessions idle over the same window; fills the arrays named after the phase.
 declare -A uitslag
 meetRust() {
   local fase=$1 s t0 t1
   declare -A a0 s0 d0
   for s in wayland x11; do
+    levend "$s"
     a0[$s]=$(wisselingen "${appPid[$s]}")
     # shellcheck disable=SC2086 # a list of pids
     s0[$s]=$(wisselingen ${serverPids[$s]})
@@ -205,6 +216,7 @@ meetRust() {
   t1=$(date +%s%N)
   for s in wayland x11; do
     local a1 s1
+    levend "$s"
     a1=$(wisselingen "${appPid[$s]}")
     # shellcheck disable=SC2086
     s1=$(wisselingen ${serverPids[$s]})
@@ -261,7 +273,7 @@ declare -A gelukt
 for s in wayland x11; do
   gelukt[$s]=0
   for _ in $(seq "$dictaten"); do
-    if dicteer "$s"; then gelukt[$s]=$((gelukt[$s] + 1)); fi
+    if dicteer "$s"; then gelukt[$s]=$((gelukt[$s] + 1)); else levend "$s"; fi
   done
 done
 sleep 3
