@@ -20,12 +20,14 @@
 # measured. The latency bench has the tree's paths built in: as root it runs in a mount namespace
 # of its own where the copy is mounted over the tree; otherwise it runs the tree itself, and the
 # table says when those binaries changed under it.
-# Usage: bench/WaylandRust.sh [build/ci]
+# Usage: bench/WaylandRust.sh [build/ci]   (TOLMO_BENCH_APP_OMGEVING="VAR=waarde ..." is given to
+#        both apps, for trying a toolkit setting)
 set -euo pipefail
 
 bouw=$(realpath "${1:-build/ci}")
 seconden=${TOLMO_BENCH_SECONDEN:-60}
 dictaten=${TOLMO_BENCH_DICTATEN:-3}
+read -r -a extra <<<"${TOLMO_BENCH_APP_OMGEVING:-}"
 hier=$(cd "$(dirname "$0")" && pwd)
 for b in Tolmo/tolmo-app Tolmo/tolmo-bediening cli/tolmo; do
   [ -x "$bouw/$b" ] || { echo "WaylandRust: $bouw/$b ontbreekt" >&2; exit 1; }
@@ -138,7 +140,7 @@ appOmgeving() {
   app=(env -i PATH="$PATH" HOME="$d/home" LANG=C.UTF-8 XDG_RUNTIME_DIR="$d/run"
     XDG_CONFIG_HOME="$d/config" XDG_STATE_HOME="$d/state" XDG_CACHE_HOME="$d/cache"
     PULSE_SERVER="unix:$d/run/pulse.sock" OPENAI_API_KEY=sk-bench
-    TOLMO_OPENAI_URL="http://127.0.0.1:$poort/" "${omgeving[$1]}")
+    TOLMO_OPENAI_URL="http://127.0.0.1:$poort/" "${omgeving[$1]}" "${extra[@]}")
 }
 alsApp() {
   local app
