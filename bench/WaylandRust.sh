@@ -22,7 +22,7 @@
 # table says when those binaries changed under it.
 # Usage: bench/WaylandRust.sh [build/ci]   (TOLMO_BENCH_APP_OMGEVING="VAR=waarde ..." is given to
 #        both apps, for trying a toolkit setting)
-set -euo pipefail
+set -Eeuo pipefail
 
 bouw=$(realpath "${1:-build/ci}")
 seconden=${TOLMO_BENCH_SECONDEN:-60}
@@ -171,12 +171,18 @@ PY
 }
 
 # --- what is measured ----------------------------------------------------------------------------
-# Context switches of every thread of the processes named.
+# Context switches of every thread of the processes named. A thread may end between the listing
+# and the read; its file is then skipped instead of ending the run.
 wisselingen() {
-  local p som=0 n
+  local p f k v som=0
   for p in "$@"; do
-    n=$(cat /proc/"$p"/task/*/status 2>/dev/null | awk '/ctxt_switches/ { s += $2 } END { print s + 0 }')
-    som=$((som + n))
+    for f in /proc/"$p"/task/*/status; do
+      {
+        while read -r k v _; do
+          case $k in voluntary_ctxt_switches: | nonvoluntary_ctxt_switches:) som=$((som + v)) ;; esac
+        done <"$f"
+      } 2>/dev/null || true
+    done
   done
   echo "$som"
 }
@@ -186,13 +192,14 @@ draden() { local t=(/proc/"$1"/task/*); echo "${#t[@]}"; }
 grootsteDelen() {
   awk '/^[0-9a-f]+-[0-9a-f]+ / { naam = NF >= 6 ? $6 : "[anoniem]"; if (naam !~ /^\//) naam = "[anoniem]" }
        $1 == "Rss:" { rss[naam] += $2 }
-       END { for (n in rss) printf "%8.1f %s\n", rss[n] / 1024, n }' "/proc/$1/smaps" | sort -rn | head -n 8
+       END { for (n in rss) printf "%8.1f %s\n", rss[n] / 1024, n }' "/proc/$1/smaps" | sort -rn | awk 'NR <= 8'
 }
 perSeconde() { python3 -c "print(f'{($2 - $1) / (($4 - $3) / 1e9):.2f}')"; }
 kB() { awk -v k="$2:" '$1 == k { print $2 }' "/proc/$1/$3"; }
 
 # Stops the run with the app's log when it is gone.
 levend() {
+  local status
   [ -d "/proc/${appPid[$1]}" ] && return
   wait "${appPid[$1]}" && status=0 || status=$?
   echo "WaylandRust: tolmo-app ($1) draait niet meer (status $status); zijn log:" >&2
@@ -200,7 +207,7 @@ levend() {
   exit 1
 }
 
-# Both sessions idle over the same window; fills the arrays named after the phase.
+# Both sessions idle over the same window; the figures go into uitslag under the phase's name.
 declare -A uitslag
 meetRust() {
   local fase=$1 s t0 t1
@@ -267,7 +274,7 @@ for s in wayland x11; do
   uitslag[leeg,$s]=$(perSeconde "${leeg0[$s]}" "$(wisselingen ${serverPids[$s]})" "$t0" "$t1")
 done
 for s in wayland x11; do startApp "$s"; done
-# The start's own work (fonts, the first frames, the tray's search) is not idle time.
+# The start's own work (fonts, the first frames) is not idle time.
 sleep 5
 echo "Rust meten ($seconden s, beide sessies tegelijk)..."
 meetRust start
