@@ -34,8 +34,18 @@ class NepPortaal {
         fout_ = uitkomst.get();
     }
     ~NepPortaal() {
-        if (lus_ != nullptr) {
-            g_main_loop_quit(lus_);
+        // Quit from inside the loop: a quit before the thread reaches g_main_loop_run is lost.
+        if (fout_.empty()) {
+            GSource* stop = g_idle_source_new();
+            g_source_set_callback(
+                stop,
+                [](gpointer lus) {
+                    g_main_loop_quit(static_cast<GMainLoop*>(lus));
+                    return G_SOURCE_REMOVE;
+                },
+                lus_, nullptr);
+            g_source_attach(stop, g_main_loop_get_context(lus_));
+            g_source_unref(stop);
         }
         draad_.join();
     }
