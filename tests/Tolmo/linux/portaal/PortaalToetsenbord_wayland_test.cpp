@@ -66,6 +66,10 @@ class PortaalToetsenbordTest : public ::testing::Test {
         if (!root) {
             GTEST_SKIP() << nep::geenDebian13;
         }
+        if (!std::filesystem::exists(*root / "usr/libexec/xdg-desktop-portal")) {
+            GTEST_SKIP() << "de Debian 13-root heeft geen xdg-desktop-portal "
+                            "(een oudere root; scripts/debian13-root.sh maakt een nieuwe)";
+        }
         bus_ = std::make_unique<nep::NepPortaalBus>(root);
         ASSERT_EQ(bus_->fout(), "");
         token_ = bus_->map() / "staat" / "portaal-token";
