@@ -93,7 +93,13 @@ void PortaalToetsenbord::start(std::function<void(const std::string&)> klaar) {
                     g_variant_unref(r);
                 }
             }
-            const std::string token = leesToken();
+            // The portal hands out UUIDs and refuses the whole request for anything else, so a
+            // damaged file would stop every later start; without it the desktop asks again and
+            // the new token replaces the damage.
+            std::string token = leesToken();
+            if (!token.empty() && !g_uuid_string_is_valid(token.c_str())) {
+                token.clear();
+            }
             portaal_.vraag(
                 interfaceNaam, "SelectDevices", g_variant_new("(o)", sessie_.c_str()),
                 [token](GVariantBuilder* b) {
