@@ -1,5 +1,6 @@
 #include "Tolmo/linux/app/Systeemvak.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
@@ -9,6 +10,7 @@
 
 #include "Tolmo/linux/InstellingenKeuzes.h"
 #include "Tolmo/linux/app/Opmaak.h"
+#include "Tolmo/linux/freedesktop/Bureaubladmelding.h"
 
 namespace tolmo {
 namespace {
@@ -124,6 +126,12 @@ void Systeemvak::meldZonderSysteemvak() {
         "dicteert: houd de houdtoets ingedrukt en spreek. De instellingen open je door tolmo-app "
         "nog een keer te starten.";
     std::cerr << "Tolmo: " << tekst << std::endl;
+    // A Wayland desktop gives a new window the keyboard whatever the window asks, and would
+    // take it from the app the user types in; its notifications never do.
+    if (QGuiApplication::platformName() == QStringLiteral("wayland") &&
+        stuurBureaubladmelding("Tolmo draait", tekst)) {
+        return;
+    }
     zonderVak_ =
         std::make_unique<QMessageBox>(QMessageBox::Information, QStringLiteral("Tolmo draait"),
                                       QString::fromStdString(tekst), QMessageBox::Ok);

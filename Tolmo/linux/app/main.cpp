@@ -138,6 +138,11 @@ struct Samenstelling {
     // On a compositor with a layer shell, the indicator drawn there instead, which can never take
     // the focus; null elsewhere.
     std::unique_ptr<WaylandIndicator> laag;
+    // Where any window of ours would take the focus (GNOME without XWayland): none.
+    struct GeenIndicator final : OpnameIndicator {
+        void toon() override {}
+        void verberg() override {}
+    } geenIndicator;
     std::unique_ptr<Systeemvak> vak;
     QSocketNotifier sessieGebeurtenissen{sessie->descriptor(), QSocketNotifier::Read};
     // Last, so it goes first: it holds every port above.
@@ -287,7 +292,11 @@ struct Samenstelling {
         if (auto* w = dynamic_cast<WaylandAdapters*>(sessie.get())) {
             laag = w->maakIndicator(golf);
         }
-        OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag) : indicator;
+        const auto* wayland = dynamic_cast<const WaylandAdapters*>(sessie.get());
+        OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag)
+                                   : wayland != nullptr && wayland->balkNeemtFocus()
+                                       ? static_cast<OpnameIndicator&>(geenIndicator)
+                                       : indicator;
         // Through the relay the recording goes while the user speaks; a chain that cannot be
         // built now (no access code) says so at the release, as without an upload.
         opties.upload = [this](const TolmoInstellingen& i, const std::filesystem::path& bestand,

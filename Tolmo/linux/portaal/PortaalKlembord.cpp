@@ -56,28 +56,9 @@ int descriptorUit(Portaal& portaal, const std::string& methode, GVariant* args) 
 PortaalKlembord::PortaalKlembord(PortaalToetsenbord& toetsenbord) : toetsenbord_(toetsenbord) {
     Portaal& portaal = toetsenbord_.portaal();
     const std::string sessie = toetsenbord_.sessie();
-    eigenaar_ = portaal.volg(interfaceNaam, "SelectionOwnerChanged", [this, sessie](GVariant* p) {
-        const gchar* s = nullptr;
-        GVariant* opties = nullptr;
-        g_variant_get(p, "(&o@a{sv})", &s, &opties);
-        if (s != nullptr && sessie == s) {
-            gboolean ons = FALSE;
-            g_variant_lookup(opties, "session_is_owner", "b", &ons);
-            const gchar** typen = nullptr;
-            if (ons == FALSE) {
-                typen_.clear();
-                if (g_variant_lookup(opties, "mime_types", "^a&s", &typen)) {
-                    for (const gchar** t = typen; *t != nullptr; ++t) {
-                        typen_.emplace_back(*t);
-                    }
-                    g_free(static_cast<gpointer>(typen));
-                }
-                eigen_.clear();
-                ++teller_;
-            }
-            vanOns_ = ons != FALSE;
-        }
-        g_variant_unref(opties);
+    toetsenbord_.zetOpSelectie([this] {
+        eigen_.clear();
+        ++teller_;
     });
     overdracht_ = portaal.volg(interfaceNaam, "SelectionTransfer", [this, sessie](GVariant* p) {
         const gchar* s = nullptr;
@@ -90,7 +71,9 @@ PortaalKlembord::PortaalKlembord(PortaalToetsenbord& toetsenbord) : toetsenbord_
     });
 }
 
-PortaalKlembord::~PortaalKlembord() = default;
+PortaalKlembord::~PortaalKlembord() {
+    toetsenbord_.zetOpSelectie(nullptr);
+}
 
 void PortaalKlembord::overdracht(const std::string& mime, std::uint32_t serienummer) {
     Portaal& portaal = toetsenbord_.portaal();
@@ -145,7 +128,15 @@ KlembordPoort::Momentopname PortaalKlembord::maakMomentopname() const {
     }
     Paren paren;
     Portaal& portaal = toetsenbord_.portaal();
-    for (const std::string& mime : typen_) {
+    // Until the desktop names the types (GNOME names none for the selection the user had when
+    // the session started), the ones a user's copy nearly always has are asked for: text, a web
+    // page's markup, an image, copied files. A type the owner lacks answers nothing and is left
+    // out.
+    static const std::vector<std::string> gebruikelijk{
+        "text/plain;charset=utf-8",    "text/plain", "text/html", "image/png", "text/uri-list",
+        "x-special/gnome-copied-files"};
+    const bool bekend = !toetsenbord_.selectieTypen().empty();
+    for (const std::string& mime : bekend ? toetsenbord_.selectieTypen() : gebruikelijk) {
         const int fd =
             descriptorUit(portaal, "SelectionRead",
                           g_variant_new("(os)", toetsenbord_.sessie().c_str(), mime.c_str()));
@@ -167,7 +158,9 @@ KlembordPoort::Momentopname PortaalKlembord::maakMomentopname() const {
             }
         }
         ::close(fd);
-        paren.emplace_back(mime, std::move(bytes));
+        if (!bytes.empty() || bekend) {
+            paren.emplace_back(mime, std::move(bytes));
+        }
     }
     if (paren.empty()) {
         return {};

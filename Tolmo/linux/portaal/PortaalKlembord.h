@@ -20,7 +20,8 @@ namespace tolmo {
 // SelectionTransfer when someone pastes, and the app writes it into the descriptor
 // SelectionWrite gives. Those transfers are the read receipts. GNOME's own clipboard keeper
 // fetches a new selection at once, so only transfers after the keystroke count. A snapshot reads
-// every type the user's selection offers (SelectionRead), as the desktop last announced them.
+// every type the user's selection offers (SelectionRead), as the desktop last announced them to
+// the session.
 class PortaalKlembord final : public KlembordPoort {
   public:
     // After setting the dictation: the time the desktop's keeper gets to fetch it first.
@@ -59,11 +60,8 @@ class PortaalKlembord final : public KlembordPoort {
     Paren eigen_;
     bool dictaat_ = false;
     bool plakGestuurd_ = false;
-    // The types the owner of the selection offers, as the desktop last said.
-    std::vector<std::string> typen_;
-    bool vanOns_ = false;
     std::int64_t teller_ = 0;
-    std::unique_ptr<Portaal::Abonnement> eigenaar_, overdracht_;
+    std::unique_ptr<Portaal::Abonnement> overdracht_;
 };
 
 }  // namespace tolmo

@@ -85,6 +85,31 @@ void PortaalToetsenbord::start(std::function<void(const std::string&)> klaar) {
                 },
                 sessie_);
             if (metKlembord_) {
+                eigenaar_ =
+                    portaal_.volg("Clipboard", "SelectionOwnerChanged", [this](GVariant* p) {
+                        const gchar* s = nullptr;
+                        GVariant* opties = nullptr;
+                        g_variant_get(p, "(&o@a{sv})", &s, &opties);
+                        if (s != nullptr && sessie_ == s) {
+                            gboolean ons = FALSE;
+                            g_variant_lookup(opties, "session_is_owner", "b", &ons);
+                            vanOns_ = ons != FALSE;
+                            const gchar** typen = nullptr;
+                            if (!vanOns_) {
+                                typen_.clear();
+                                if (g_variant_lookup(opties, "mime_types", "^a&s", &typen)) {
+                                    for (const gchar** t = typen; *t != nullptr; ++t) {
+                                        typen_.emplace_back(*t);
+                                    }
+                                    g_free(static_cast<gpointer>(typen));
+                                }
+                                if (opSelectie_) {
+                                    opSelectie_();
+                                }
+                            }
+                        }
+                        g_variant_unref(opties);
+                    });
                 std::string fout;
                 GVariant* r =
                     portaal_.roep("Clipboard", "RequestClipboard",

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Tolmo/linux/portaal/Portaal.h"
 
@@ -43,6 +44,14 @@ class PortaalToetsenbord {
     // Called when the desktop closes the session (the user stopped it, the desktop ended).
     void zetOpGesloten(std::function<void()> op) { opGesloten_ = std::move(op); }
 
+    // The types the owner of the selection offers, as the desktop last said, and whether that
+    // owner is this session. Followed from before the session starts, so that nothing the
+    // desktop says at the start is missed.
+    [[nodiscard]] const std::vector<std::string>& selectieTypen() const { return typen_; }
+    [[nodiscard]] bool selectieVanOns() const { return vanOns_; }
+    // Called when another app takes the selection.
+    void zetOpSelectie(std::function<void()> op) { opSelectie_ = std::move(op); }
+
     // Ctrl+V, or Ctrl+Shift+V for a terminal; false when there is no session.
     bool stuurPlakToets(bool terminal);
 
@@ -61,7 +70,10 @@ class PortaalToetsenbord {
     bool actief_ = false;
     bool klembordActief_ = false;
     std::function<void()> opGesloten_;
-    std::unique_ptr<Portaal::Abonnement> gesloten_;
+    std::function<void()> opSelectie_;
+    std::vector<std::string> typen_;
+    bool vanOns_ = false;
+    std::unique_ptr<Portaal::Abonnement> gesloten_, eigenaar_;
 };
 
 }  // namespace tolmo

@@ -259,6 +259,11 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
             {S::indicator, "zwlr_layer_shell_v1 (bovenste laag, neemt nooit de focus)", ""});
     } else if (xwaylandIndicator_) {
         v.push_back({S::indicator, "X11-venster via XWayland dat de focus weigert", ""});
+    } else if (balkNeemtFocus()) {
+        v.push_back({S::indicator, "",
+                     "GNOME geeft elk nieuw venster de focus en biedt geen laag erboven. Zonder "
+                     "XWayland toont Tolmo daarom geen opnamebalk, zodat je tekst in je eigen "
+                     "venster blijft."});
     } else {
         v.push_back({S::indicator, "Wayland-venster van Qt",
                      "Zonder XWayland kan de opnamebalk de focus nemen; het systeemvak toont "

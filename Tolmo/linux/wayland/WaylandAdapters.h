@@ -76,6 +76,12 @@ class WaylandAdapters final : public SessieAdapters {
     // the compositor offers no layer shell (the toolkit's window that refuses the focus then).
     // The animation must outlive it.
     [[nodiscard]] std::unique_ptr<WaylandIndicator> maakIndicator(GolfAnimatie& golf);
+    // Whether a window of our own for the indicator would take the keyboard from the user's
+    // app: GNOME focuses every new window and offers no layer above them. Without XWayland the
+    // app then shows no indicator at all.
+    [[nodiscard]] bool balkNeemtFocus() const {
+        return !laagIndicator_ && !xwaylandIndicator_ && gnome();
+    }
 
     // Whether keys reach the app only through bindings in the compositor's configuration (a
     // wlroots compositor); KDE has shortcuts of its own the user sets up in its settings.
