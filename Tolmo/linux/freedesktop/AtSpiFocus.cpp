@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Tolmo/linux/freedesktop/AtSpiVeldSoort.h"
 
@@ -77,6 +78,94 @@ std::optional<AtSpiVeld> beschrijf(AtspiAccessible* element) {
     return veld;
 }
 
+// The focused element inside a window, with a reference of ours; null when none says so. The
+// app is asked to search itself (its Collection interface) first, and walked through otherwise.
+AtspiAccessible* gefocustIn(AtspiAccessible* venster) {
+    AtspiAccessible* gevonden = nullptr;
+    if (AtspiCollection* collectie = atspi_accessible_get_collection_iface(venster)) {
+        AtspiStateSet* toestand = atspi_state_set_new(nullptr);
+        atspi_state_set_add(toestand, ATSPI_STATE_FOCUSED);
+        AtspiMatchRule* regel = atspi_match_rule_new(
+            toestand, ATSPI_Collection_MATCH_ALL, nullptr, ATSPI_Collection_MATCH_ALL, nullptr,
+            ATSPI_Collection_MATCH_ALL, nullptr, ATSPI_Collection_MATCH_ALL, FALSE);
+        if (GArray* treffers = atspi_collection_get_matches(
+                collectie, regel, ATSPI_Collection_SORT_ORDER_CANONICAL, 1, TRUE, nullptr)) {
+            for (guint i = 0; i < treffers->len; ++i) {
+                auto* element = g_array_index(treffers, AtspiAccessible*, i);
+                if (gevonden == nullptr) {
+                    gevonden = element;
+                } else {
+                    g_object_unref(element);
+                }
+            }
+            g_array_free(treffers, TRUE);
+        }
+        g_object_unref(regel);
+        g_object_unref(toestand);
+        g_object_unref(collectie);
+    }
+    // Breadth first, within bounds: a window of thousands of elements is not walked whole.
+    std::vector<AtspiAccessible*> rij{venster};
+    g_object_ref(venster);
+    for (std::size_t i = 0; i < rij.size(); ++i) {
+        AtspiAccessible* element = rij[i];
+        if (gevonden == nullptr && i > 0) {
+            const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(element)};
+            if (toestanden && atspi_state_set_contains(toestanden.get(), ATSPI_STATE_FOCUSED)) {
+                gevonden = element;
+                g_object_ref(gevonden);
+            }
+        }
+        const gint kinderen = gevonden != nullptr || rij.size() > 400
+                                  ? 0
+                                  : atspi_accessible_get_child_count(element, nullptr);
+        for (gint k = 0; k < kinderen; ++k) {
+            if (AtspiAccessible* kind = atspi_accessible_get_child_at_index(element, k, nullptr)) {
+                rij.push_back(kind);
+            }
+        }
+    }
+    for (AtspiAccessible* element : rij) {
+        g_object_unref(element);
+    }
+    return gevonden;
+}
+
+// The focused element in the active window of another process, with a reference of ours: for
+// when no focus event came since we listen (the user was typing before the app started).
+AtspiAccessible* zoekGefocust() {
+    AtspiAccessible* bureaublad = atspi_get_desktop(0);
+    if (bureaublad == nullptr) {
+        return nullptr;
+    }
+    AtspiAccessible* gevonden = nullptr;
+    const gint apps = atspi_accessible_get_child_count(bureaublad, nullptr);
+    for (gint a = 0; a < apps && gevonden == nullptr; ++a) {
+        AtspiAccessible* app = atspi_accessible_get_child_at_index(bureaublad, a, nullptr);
+        if (app == nullptr) {
+            continue;
+        }
+        const guint pid = atspi_accessible_get_process_id(app, nullptr);
+        const gint vensters = pid == 0 || pid == static_cast<guint>(::getpid())
+                                  ? 0
+                                  : atspi_accessible_get_child_count(app, nullptr);
+        for (gint v = 0; v < vensters && gevonden == nullptr; ++v) {
+            AtspiAccessible* venster = atspi_accessible_get_child_at_index(app, v, nullptr);
+            if (venster == nullptr) {
+                continue;
+            }
+            const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(venster)};
+            if (toestanden && atspi_state_set_contains(toestanden.get(), ATSPI_STATE_ACTIVE)) {
+                gevonden = gefocustIn(venster);
+            }
+            g_object_unref(venster);
+        }
+        g_object_unref(app);
+    }
+    g_object_unref(bureaublad);
+    return gevonden;
+}
+
 }  // namespace
 
 struct AtSpiFocus::Staat {
@@ -144,6 +233,12 @@ bool AtSpiFocus::volgt() const {
 
 std::optional<Doel> AtSpiFocus::huidig() const {
     auto doel = venster_.huidig();
+    if (!doel && staat_->gevolgd == nullptr && staat_->luisteraar != nullptr) {
+        if (AtspiAccessible* gevonden = zoekGefocust()) {
+            staat_->volg(gevonden);
+            g_object_unref(gevonden);
+        }
+    }
     AtspiAccessible* element = staat_->gevolgd;
     // Our own windows are left to the window focus: asking our own toolkit over the bus from
     // the main thread would wait for the main thread, up to the time-out.

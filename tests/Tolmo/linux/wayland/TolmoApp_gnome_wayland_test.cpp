@@ -60,10 +60,16 @@ class TolmoAppGnomeTest : public ::testing::Test {
         XdgOpslag groep(config_ / "tolmo", std::string(GedeeldeOpslag::groepSuite));
         CloudToestemming{CloudToestemming::eigenRoute.versie, 0}.bewaar(groep);
         ASSERT_TRUE(gnome_->startTekstverwerker());
-        // The user's own clipboard, set by the shell as any app's copy would be.
-        ASSERT_EQ(gnome_->evalueer("imports.gi.St.Clipboard.get_default().set_text("
-                                   "imports.gi.St.ClipboardType.CLIPBOARD, 'mijn eigen klembord');"
-                                   " true"),
+        // The user's own clipboard, set by the shell as any app's copy would be: text, or for
+        // the image case 300 kB of image data.
+        ASSERT_EQ(gnome_->evalueer(
+                      "const St = imports.gi.St; const k = St.Clipboard.get_default(); " +
+                      std::string(
+                          beeld() ? "k.set_content(St.ClipboardType.CLIPBOARD, 'image/png', "
+                                    "new imports.gi.GLib.Bytes(new Uint8Array(300000).fill(137)));"
+                                  : "k.set_text(St.ClipboardType.CLIPBOARD, "
+                                    "'mijn eigen klembord');") +
+                      " true"),
                   "true");
         app_ = std::make_unique<nep::LopendProces>(TOLMO_APP_PAD, std::vector<std::string>{},
                                                    nep::LopendProces::Opties{omgeving(), false});
@@ -118,6 +124,11 @@ class TolmoAppGnomeTest : public ::testing::Test {
         gnome_->toetsen({{spatie, false}, {altL, false}, {controlL, false}});
     }
 
+    [[nodiscard]] static bool beeld() {
+        return std::string(::testing::UnitTest::GetInstance()->current_test_info()->name())
+                   .find("Image") != std::string::npos;
+    }
+
     std::unique_ptr<nep::GnomeServer> gnome_;
     nep::PulseDaemon pulse_;
     nep::LoopbackServer server_;
@@ -141,6 +152,27 @@ TEST_F(TolmoAppGnomeTest, TheShortcutDictatesIntoTheEditorAndTheClipboardComesBa
     gnome_->toetsen({{controlL, true}, {letterV, true}, {letterV, false}, {controlL, false}});
     // The editor ends its file with a newline.
     EXPECT_EQ(gnome_->bewaardeTekst(), std::string(dictaat) + "mijn eigen klembord\n");
+}
+
+// An image the user had copied comes back whole after the dictation's paste.
+TEST_F(TolmoAppGnomeTest, ACopiedImageComesBackWhole) {
+    houdSneltoets(true);
+    ASSERT_TRUE(wachtTot([&] { return dictaten_.load() == 1; }, 15s));
+    std::this_thread::sleep_for(3s);
+    EXPECT_EQ(gnome_->bewaardeTekst(), std::string(dictaat) + "\n");
+    // The shell reads the clipboard as any app pasting would, and answers later.
+    ASSERT_EQ(gnome_->evalueer(
+                  "const St = imports.gi.St; global._tolmoBeeld = -1; "
+                  "St.Clipboard.get_default().get_content(St.ClipboardType.CLIPBOARD, "
+                  "'image/png', (k, b) => { const d = b ? b.get_data() : null; "
+                  "global._tolmoBeeld = d && d.every(x => x === 137) ? d.length : 0; }); true"),
+              "true");
+    std::string grootte;
+    EXPECT_TRUE(wachtTot([&] {
+        grootte = gnome_->evalueer("global._tolmoBeeld");
+        return grootte != "-1" && !grootte.empty();
+    }));
+    EXPECT_EQ(grootte, "300000");
 }
 
 }  // namespace
