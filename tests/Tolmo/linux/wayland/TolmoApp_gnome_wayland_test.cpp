@@ -124,6 +124,19 @@ class TolmoAppGnomeTest : public ::testing::Test {
         gnome_->toetsen({{spatie, false}, {altL, false}, {controlL, false}});
     }
 
+    // Saves the editor until the dictation is in it (an unchanged file is not written), then
+    // gives the app the moment after the editor's read in which it puts the clipboard back.
+    void wachtOpDictaatInEditor() {
+        std::string tekst;
+        EXPECT_TRUE(wachtTot(
+            [&] {
+                tekst = gnome_->bewaardeTekst();
+                return tekst == std::string(dictaat) + "\n";
+            },
+            20s))
+            << tekst;
+        std::this_thread::sleep_for(1s);
+    }
     [[nodiscard]] static bool beeld() {
         return std::string(::testing::UnitTest::GetInstance()->current_test_info()->name())
                    .find("Image") != std::string::npos;
@@ -145,10 +158,9 @@ TEST_F(TolmoAppGnomeTest, TheShortcutDictatesIntoTheEditorAndTheClipboardComesBa
 
     houdSneltoets(true);
     ASSERT_TRUE(wachtTot([&] { return dictaten_.load() == 1; }, 15s));
+    wachtOpDictaatInEditor();
     // Once the editor has read the paste, the clipboard is put back: then the user's own Ctrl+V
-    // pastes what they had, after the dictation. The app says nothing when it restores, so the
-    // test gives it ample time.
-    std::this_thread::sleep_for(3s);
+    // pastes what they had, after the dictation.
     gnome_->toetsen({{controlL, true}, {letterV, true}, {letterV, false}, {controlL, false}});
     // The editor ends its file with a newline.
     EXPECT_EQ(gnome_->bewaardeTekst(), std::string(dictaat) + "mijn eigen klembord\n");
@@ -158,8 +170,7 @@ TEST_F(TolmoAppGnomeTest, TheShortcutDictatesIntoTheEditorAndTheClipboardComesBa
 TEST_F(TolmoAppGnomeTest, ACopiedImageComesBackWhole) {
     houdSneltoets(true);
     ASSERT_TRUE(wachtTot([&] { return dictaten_.load() == 1; }, 15s));
-    std::this_thread::sleep_for(3s);
-    EXPECT_EQ(gnome_->bewaardeTekst(), std::string(dictaat) + "\n");
+    wachtOpDictaatInEditor();
     // The shell reads the clipboard as any app pasting would, and answers later.
     ASSERT_EQ(gnome_->evalueer(
                   "const St = imports.gi.St; global._tolmoBeeld = -1; "
