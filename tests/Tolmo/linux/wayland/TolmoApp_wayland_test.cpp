@@ -154,7 +154,10 @@ TEST_P(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     antwoordVertraging_ = 5000;
     dicteer();
     // The user moves to the other terminal while the text is being made.
-    nep::SwayServer::opdracht({"[title=\"twee\"]", "focus"});
+    ASSERT_TRUE(wachtTot([] {
+        nep::SwayServer::opdracht({"[title=\"twee\"]", "focus"});
+        return nep::SwayServer::focusAppId("name") == "twee";
+    }));
     ASSERT_TRUE(app_->wachtOpFout("Je wisselde van app of veld tijdens het verwerken", 15s));
     EXPECT_EQ(nep::inhoud(een.bestand) + nep::inhoud(twee.bestand), "");
     EXPECT_EQ(plak("text/plain;charset=utf-8"), dictaat);
