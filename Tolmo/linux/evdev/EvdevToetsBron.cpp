@@ -16,40 +16,7 @@ namespace {
 // An X (and xkb) key code is the kernel's plus 8.
 constexpr unsigned int xkbVerschuiving = 8;
 
-class Afmelding final : public ToetsBron::Registratie {
-  public:
-    explicit Afmelding(std::function<void()> af) : af_(std::move(af)) {}
-    ~Afmelding() override { af_(); }
-    Afmelding(const Afmelding&) = delete;
-    Afmelding& operator=(const Afmelding&) = delete;
-
-  private:
-    std::function<void()> af_;
-};
-
 }  // namespace
-
-class EvdevToetsBron::EvdevTap final : public ToetsBron::Tap {
-  public:
-    EvdevTap(EvdevToetsBron& bron, OpGebeurtenis op) : bron_(bron), op_(std::move(op)) {
-        bron_.tap_ = this;
-    }
-    ~EvdevTap() override { bron_.tap_ = nullptr; }
-    EvdevTap(const EvdevTap&) = delete;
-    EvdevTap& operator=(const EvdevTap&) = delete;
-    void zetAan() override { aan_ = true; }
-    [[nodiscard]] bool isAan() const override { return aan_; }
-    void geef(const Gebeurtenis& g) const {
-        if (aan_) {
-            op_(g);
-        }
-    }
-
-  private:
-    EvdevToetsBron& bron_;
-    OpGebeurtenis op_;
-    bool aan_ = false;
-};
 
 EvdevToetsBron::EvdevToetsBron(const std::filesystem::path& map,
                                EvdevApparaten::IsToetsenbord isToetsenbord)
@@ -105,7 +72,7 @@ void EvdevToetsBron::toets(std::uint16_t code, std::int32_t waarde) {
 std::unique_ptr<ToetsBron::Tap> EvdevToetsBron::maakTap(
     OpGebeurtenis opGebeurtenis, std::function<void(TapUit)> /*opUitgezet*/) {
     // The kernel never switches a reader off.
-    return std::make_unique<EvdevTap>(*this, std::move(opGebeurtenis));
+    return std::make_unique<DoorgeefTap>(tap_, std::move(opGebeurtenis));
 }
 
 std::unique_ptr<ToetsBron::Registratie> EvdevToetsBron::installeerWisselHandler(

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "Tolmo/Poorten/EscBron.h"
+#include "Tolmo/Sneltoetsen/DoorgeefTap.h"
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
 #include "Tolmo/linux/evdev/EvdevApparaten.h"
 
@@ -59,14 +60,12 @@ class EvdevToetsBron final : public ToetsBron, public EscBron {
     void verwerk() { apparaten_.verwerk(); }
 
   private:
-    class EvdevTap;
-
     void toets(std::uint16_t code, std::int32_t waarde);
 
     xkb_context* context_ = nullptr;
     xkb_keymap* keymap_ = nullptr;
     std::unique_ptr<ToetsVolger> volger_;
-    EvdevTap* tap_ = nullptr;  // owned by whoever made it
+    DoorgeefTap* tap_ = nullptr;  // owned by whoever made it
     std::function<void()> opWissel_;
     std::optional<Toetscombinatie> wissel_;
     std::function<void()> opEsc_;

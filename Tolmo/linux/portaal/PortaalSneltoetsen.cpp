@@ -8,45 +8,12 @@ namespace {
 
 constexpr const char* interfaceNaam = "GlobalShortcuts";
 
-class Afmelding final : public ToetsBron::Registratie {
-  public:
-    explicit Afmelding(std::function<void()> af) : af_(std::move(af)) {}
-    ~Afmelding() override { af_(); }
-    Afmelding(const Afmelding&) = delete;
-    Afmelding& operator=(const Afmelding&) = delete;
-
-  private:
-    std::function<void()> af_;
-};
-
 // The flags while the hold key is down: its own device bit and its kind's.
 ToetsVlaggen vlaggenVan(HoudToets h) {
     return ToetsVlaggen{apparaatVlag(h) | algemeneVlag(h)};
 }
 
 }  // namespace
-
-class PortaalSneltoetsen::PortaalTap final : public ToetsBron::Tap {
-  public:
-    PortaalTap(PortaalSneltoetsen& bron, OpGebeurtenis op) : bron_(bron), op_(std::move(op)) {
-        bron_.tap_ = this;
-    }
-    ~PortaalTap() override { bron_.tap_ = nullptr; }
-    PortaalTap(const PortaalTap&) = delete;
-    PortaalTap& operator=(const PortaalTap&) = delete;
-    void zetAan() override { aan_ = true; }
-    [[nodiscard]] bool isAan() const override { return aan_; }
-    void geef(const Gebeurtenis& g) const {
-        if (aan_) {
-            op_(g);
-        }
-    }
-
-  private:
-    PortaalSneltoetsen& bron_;
-    OpGebeurtenis op_;
-    bool aan_ = false;
-};
 
 PortaalSneltoetsen::PortaalSneltoetsen(Portaal& portaal, std::function<HoudToets()> houdToets)
     : portaal_(portaal), houdToets_(std::move(houdToets)), versie_(portaal.versie(interfaceNaam)) {
@@ -201,7 +168,7 @@ std::unique_ptr<ToetsBron::Tap> PortaalSneltoetsen::maakTap(
     if (versie_ == 0) {
         return nullptr;
     }
-    return std::make_unique<PortaalTap>(*this, std::move(opGebeurtenis));
+    return std::make_unique<DoorgeefTap>(tap_, std::move(opGebeurtenis));
 }
 
 std::unique_ptr<ToetsBron::Registratie> PortaalSneltoetsen::installeerWisselHandler(

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "Tolmo/Sneltoetsen/DoorgeefTap.h"
 #include "Tolmo/Sneltoetsen/ToetsBron.h"
 #include "Tolmo/linux/portaal/Portaal.h"
 #include "Tolmo/linux/wayland/WaylandBindingen.h"
@@ -69,7 +70,6 @@ class PortaalSneltoetsen final : public ToetsBron {
     [[nodiscard]] const Teksten& teksten() const override;
 
   private:
-    class PortaalTap;
     void geactiveerd(const std::string& id, bool omlaag);
     void leesTriggers(GVariant* shortcuts);
 
@@ -78,7 +78,7 @@ class PortaalSneltoetsen final : public ToetsBron {
     std::uint32_t versie_ = 0;
     std::string sessie_;
     Triggers triggers_;
-    PortaalTap* tap_ = nullptr;
+    DoorgeefTap* tap_ = nullptr;
     std::function<void()> opWissel_;
     std::function<void()> opGewijzigd_;
     bool houdOmlaag_ = false;
