@@ -27,10 +27,12 @@ recept=(--variant=minbase trixie)
 # compositor, run with --virtual; dbus-daemon: KWin's session bus. GNOME Shell headless with
 # the desktop portals and their GNOME backend; gnome-text-editor: a GTK 4 window to type into;
 # libglib2.0-bin: gsettings and gdbus inside the root; mesa's software renderer for the shell;
-# a font for the screenshots.
+# a font for the screenshots. KDE's GlobalShortcuts backend and the kglobalaccel daemon that
+# keeps and fires its shortcuts.
 pakketten=(sway foot wl-clipboard kwin-wayland dbus-daemon gnome-shell xdg-desktop-portal
   xdg-desktop-portal-gnome gnome-text-editor gnome-settings-daemon-common gsettings-desktop-schemas
-  dbus-user-session at-spi2-core libglib2.0-bin libgl1-mesa-dri fonts-cantarell)
+  dbus-user-session at-spi2-core libglib2.0-bin libgl1-mesa-dri fonts-cantarell
+  xdg-desktop-portal-kde kglobalacceld)
 sleutel=$(echo "${recept[*]} ${pakketten[*]} $spiegel" | sha256sum | cut -c1-16)
 cache="${XDG_CACHE_HOME:-$HOME/.cache}/tolmo"
 tarbal="$cache/debian13-root-$sleutel.tar.zst"
