@@ -53,16 +53,16 @@ class KdePortaal {
             const char* programma;
             const char* naam;
         } diensten[] = {
-            {"/usr/lib/x86_64-linux-gnu/libexec/kglobalacceld", "org.kde.kglobalaccel"},
-            {"/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde",
-             "org.freedesktop.impl.portal.desktop.kde"},
-            {"/usr/libexec/xdg-permission-store", "org.freedesktop.impl.portal.PermissionStore"},
-            {"/usr/libexec/xdg-desktop-portal", "org.freedesktop.portal.Desktop"},
+            {kglobalacceld, "org.kde.kglobalaccel"},
+            {portaalKde, "org.freedesktop.impl.portal.desktop.kde"},
+            {"usr/libexec/xdg-permission-store", "org.freedesktop.impl.portal.PermissionStore"},
+            {"usr/libexec/xdg-desktop-portal", "org.freedesktop.portal.Desktop"},
         };
         for (const auto& d : diensten) {
-            kinderen_.push_back(startKind(inRoot(root_, "0:0", omgeving(d.programma))));
+            kinderen_.push_back(
+                startKind(inRoot(root_, "0:0", omgeving(std::string("/") + d.programma))));
             if (!wachtTot([&] { return heeftNaam(d.naam); }, std::chrono::seconds(15))) {
-                fout_ = std::string(d.programma) + " start niet: " + log();
+                fout_ = std::string("/") + d.programma + " start niet: " + log();
                 return;
             }
         }
@@ -94,23 +94,21 @@ class KdePortaal {
         return s.str();
     }
 
-    // A method of kglobalaccel on the bus; what it printed, or
-    // nothing when the call failed.
-    [[nodiscard]] std::optional<std::string> kglobalaccel(const std::string& pad,
-                                                          const std::string& methode,
-                                                          const std::vector<std::string>& args) {
-        std::vector<std::string> opdracht{"/usr/bin/dbus-send",
-                                          "--bus=" + adres_,
-                                          "--print-reply",
-                                          "--dest=org.kde.kglobalaccel",
-                                          pad,
-                                          methode};
-        opdracht.insert(opdracht.end(), args.begin(), args.end());
-        const auto r = voerProcesUit(opdracht.front(), {opdracht.begin() + 1, opdracht.end()});
-        if (r.status != 0) {
-            return std::nullopt;
-        }
-        return r.uit;
+    // Fires a shortcut as kglobalaccel does when its key goes down; false when the daemon has
+    // no such component or shortcut. The component's path is its name with every character
+    // outside [A-Za-z0-9] made '_'.
+    bool invokeShortcut(const std::string& component, const std::string& naam) {
+        return voerProcesUit("/usr/bin/dbus-send",
+                             {"--bus=" + adres_, "--print-reply", "--dest=org.kde.kglobalaccel",
+                              "/component/" + component,
+                              "org.kde.kglobalaccel.Component.invokeShortcut", "string:" + naam})
+                   .status == 0;
+    }
+
+    // Whether root has KDE's daemon and backend.
+    static bool heeftKde(const std::filesystem::path& root) {
+        return std::filesystem::exists(root / kglobalacceld) &&
+               std::filesystem::exists(root / portaalKde);
     }
 
   private:
@@ -140,6 +138,10 @@ class KdePortaal {
                     "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner", "string:" + naam})
                    .status == 0;
     }
+
+    static constexpr const char* kglobalacceld = "usr/lib/x86_64-linux-gnu/libexec/kglobalacceld";
+    static constexpr const char* portaalKde =
+        "usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
 
     std::filesystem::path root_;
     std::filesystem::path map_;

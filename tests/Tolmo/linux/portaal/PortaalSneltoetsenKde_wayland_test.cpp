@@ -35,9 +35,7 @@ TEST(PortaalSneltoetsenKde, BindtZonderVraagEnKglobalaccelBereiktDeApp) {
     if (!root) {
         GTEST_SKIP() << nep::geenDebian13;
     }
-    if (!std::filesystem::exists(*root /
-                                 "usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde") ||
-        !std::filesystem::exists(*root / "usr/lib/x86_64-linux-gnu/libexec/kglobalacceld")) {
+    if (!nep::KdePortaal::heeftKde(*root)) {
         GTEST_SKIP() << "de Debian 13-root heeft geen xdg-desktop-portal-kde of kglobalacceld "
                         "(een oudere root; scripts/debian13-root.sh maakt een nieuwe)";
     }
@@ -52,8 +50,10 @@ TEST(PortaalSneltoetsenKde, BindtZonderVraagEnKglobalaccelBereiktDeApp) {
     bron.bind({"CTRL+ALT+d", "CTRL+ALT+w"}, [&](const std::string& f) { uitkomst = f; });
     ASSERT_TRUE(pomp([&] { return uitkomst.has_value(); })) << kde.log();
     ASSERT_EQ(*uitkomst, "") << kde.log();
-    EXPECT_EQ(bron.triggers().count(PortaalSneltoetsen::houdId), 1U);
-    EXPECT_EQ(bron.triggers().count(PortaalSneltoetsen::wisselId), 1U);
+    // The keys proposed are the keys bound: KDE read the app's trigger text, not just the ids.
+    EXPECT_EQ(bron.triggers(),
+              (PortaalSneltoetsen::Triggers{{PortaalSneltoetsen::houdId, "Ctrl+Alt+D"},
+                                            {PortaalSneltoetsen::wisselId, "Ctrl+Alt+W"}}));
 
     std::vector<G> gezien;
     const auto tap = bron.maakTap([&](const G& g) { gezien.push_back(g); }, {});
@@ -62,16 +62,22 @@ TEST(PortaalSneltoetsenKde, BindtZonderVraagEnKglobalaccelBereiktDeApp) {
     int wissels = 0;
     const auto wissel = bron.installeerWisselHandler([&] { ++wissels; });
 
-    const auto vuur = [&](const char* id) {
-        return kde.kglobalaccel("/component/app_tolmo_Tolmo",
-                                "org.kde.kglobalaccel.Component.invokeShortcut",
-                                {std::string("string:") + id});
-    };
+    // kglobalaccel names the component after the app id the frontend vouched for.
+    const auto vuur = [&](const char* id) { return kde.invokeShortcut("app_tolmo_Tolmo", id); };
+    // invokeShortcut presses and never releases (the daemon without a platform grabs no keys to
+    // see one go up), so only the hold key's going down can be followed here.
     ASSERT_TRUE(vuur(PortaalSneltoetsen::houdId)) << kde.log();
     const ToetsVlaggen omlaag{apparaatVlag(houd) | algemeneVlag(houd)};
     ASSERT_TRUE(pomp([&] { return !gezien.empty(); })) << kde.log();
-    EXPECT_EQ(gezien.front(), (G{ToetsBron::Soort::modificatie, *toetscode(houd), omlaag, false}));
+    EXPECT_EQ(gezien,
+              (std::vector<G>{{ToetsBron::Soort::modificatie, *toetscode(houd), omlaag, false}}));
     EXPECT_EQ(bron.sessieVlaggen(), omlaag);
+
+    // The toggle calls its handler and is no hold key event.
+    ASSERT_TRUE(vuur(PortaalSneltoetsen::wisselId)) << kde.log();
+    EXPECT_TRUE(pomp([&] { return wissels > 0; }));
+    EXPECT_EQ(wissels, 1);
+    EXPECT_EQ(gezien.size(), 1U);
 }
 
 }  // namespace
