@@ -25,7 +25,9 @@ namespace tolmo::nep {
 // bus while it lives.
 class KdePortaal {
   public:
-    explicit KdePortaal(const std::filesystem::path& root) : root_(root) {
+    // With an X display, the daemon grabs its keys there, and a key going up on it is a release.
+    explicit KdePortaal(const std::filesystem::path& root, std::string display = "")
+        : root_(root), display_(std::move(display)) {
         if (const char* oud = std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
             oudeBus_ = oud;
         }
@@ -59,8 +61,9 @@ class KdePortaal {
             {"usr/libexec/xdg-desktop-portal", "org.freedesktop.portal.Desktop"},
         };
         for (const auto& d : diensten) {
+            const bool daemon = d.programma == std::string(kglobalacceld);
             kinderen_.push_back(
-                startKind(inRoot(root_, "0:0", omgeving(std::string("/") + d.programma))));
+                startKind(inRoot(root_, "0:0", omgeving(std::string("/") + d.programma, daemon))));
             if (!wachtTot([&] { return heeftNaam(d.naam); }, std::chrono::seconds(15))) {
                 fout_ = std::string("/") + d.programma + " start niet: " + log();
                 return;
@@ -112,7 +115,8 @@ class KdePortaal {
     }
 
   private:
-    std::vector<std::string> omgeving(const std::string& programma) const {
+    std::vector<std::string> omgeving(const std::string& programma, bool opX) const {
+        const bool x = opX && !display_.empty();
         return {"env",
                 "-i",
                 "PATH=/usr/bin:/bin",
@@ -122,7 +126,8 @@ class KdePortaal {
                 "XDG_CONFIG_HOME=" + (map_ / "config").string(),
                 "XDG_DATA_HOME=" + (map_ / "data").string(),
                 "XDG_CURRENT_DESKTOP=KDE",
-                "QT_QPA_PLATFORM=offscreen",
+                x ? "QT_QPA_PLATFORM=xcb" : "QT_QPA_PLATFORM=offscreen",
+                "DISPLAY=" + (x ? display_ : ""),
                 "DBUS_SESSION_BUS_ADDRESS=" + adres_,
                 "LOG=" + (map_ / "log").string(),
                 "sh",
@@ -144,6 +149,7 @@ class KdePortaal {
         "usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
 
     std::filesystem::path root_;
+    std::string display_;
     std::filesystem::path map_;
     std::string adres_;
     std::optional<std::string> oudeBus_;
