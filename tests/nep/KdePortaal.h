@@ -9,6 +9,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Debian13.h"
@@ -20,8 +21,9 @@ namespace tolmo::nep {
 // KDE's side of the GlobalShortcuts portal from the Debian 13 root on a private session bus:
 // the kglobalaccel daemon that keeps and fires the shortcuts, KDE's portal backend that binds
 // them there without a dialog, and the portal frontend in front of it for the desktop "KDE". No
-// compositor: the backend and the daemon run on Qt's offscreen platform, and a shortcut fires
-// through the daemon's own D-Bus call instead of a key. DBUS_SESSION_BUS_ADDRESS points at this
+// compositor: the backend runs on Qt's offscreen platform, and the daemon either there too, where
+// a shortcut fires only through its own D-Bus call (a press without a release), or on an X
+// server, where it grabs the keys and sees them go up. DBUS_SESSION_BUS_ADDRESS points at this
 // bus while it lives.
 class KdePortaal {
   public:
