@@ -13,6 +13,7 @@
 #include "Debian13.h"
 #include "Kind.h"
 #include "LopendProces.h"
+#include "PriveSessieBus.h"
 
 namespace tolmo::nep {
 
@@ -23,29 +24,18 @@ namespace tolmo::nep {
 class KWinServer {
   public:
     explicit KWinServer(const std::filesystem::path& root) {
-        if (const char* oud = std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
-            oudeBus_ = oud;
-        }
-        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-kwin-XXXXXX").string();
-        if (::mkdtemp(sjabloon.data()) == nullptr) {
-            fout_ = "geen tijdelijke map";
+        if (!bus_.fout().empty()) {
+            fout_ = bus_.fout();
             return;
         }
-        map_ = sjabloon;
-        const auto run = map_ / "run";
+        const auto run = map() / "run";
         std::filesystem::create_directory(run);
         ::chmod(run.c_str(), 0700);
-        const std::string bus = "unix:path=" + (map_ / "bus").string();
-        dbus_ = startKind({"dbus-daemon", "--session", "--nofork", "--address=" + bus});
-        if (!wachtTot([&] { return std::filesystem::exists(map_ / "bus"); })) {
-            fout_ = "de sessiebus start niet";
-            return;
-        }
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", bus.c_str(), 1);
+        const std::string& bus = bus_.adres();
         kwin_ = startKind(inRoot(
             root, "0:0",
             {"env", "-u", "WAYLAND_DISPLAY", "-u", "DISPLAY", "XDG_RUNTIME_DIR=" + run.string(),
-             "HOME=" + map_.string(), "DBUS_SESSION_BUS_ADDRESS=" + bus, "LANG=C.UTF-8",
+             "HOME=" + map().string(), "DBUS_SESSION_BUS_ADDRESS=" + bus, "LANG=C.UTF-8",
              "kwin_wayland", "--virtual", "--no-lockscreen", "--socket", "wayland-tolmo", "--width",
              "1280", "--height", "800"}));
         // Its scripting object comes after the socket, once it takes requests.
@@ -67,29 +57,16 @@ class KWinServer {
         ::unsetenv("XDG_SESSION_TYPE");
     }
 
-    ~KWinServer() {
-        stopKind(kwin_);
-        stopKind(dbus_);
-        // Programs started after this one must not look for a bus that is gone.
-        if (oudeBus_) {
-            ::setenv("DBUS_SESSION_BUS_ADDRESS", oudeBus_->c_str(), 1);
-        } else {
-            ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        }
-        std::error_code e;
-        std::filesystem::remove_all(map_, e);
-    }
+    ~KWinServer() { stopKind(kwin_); }
     KWinServer(const KWinServer&) = delete;
     KWinServer& operator=(const KWinServer&) = delete;
 
     // Empty when the compositor runs.
     [[nodiscard]] const std::string& fout() const { return fout_; }
-    [[nodiscard]] const std::filesystem::path& map() const { return map_; }
+    [[nodiscard]] const std::filesystem::path& map() const { return bus_.map(); }
 
   private:
-    std::filesystem::path map_;
-    std::optional<std::string> oudeBus_;
-    pid_t dbus_ = -1;
+    PriveSessieBus bus_{"tolmo-kwin"};
     pid_t kwin_ = -1;
     std::string fout_;
 };

@@ -15,6 +15,7 @@
 #include "Debian13.h"
 #include "Kind.h"
 #include "LopendProces.h"
+#include "PriveSessieBus.h"
 
 namespace tolmo::nep {
 
@@ -30,27 +31,15 @@ class KdePortaal {
     // With an X display, the daemon grabs its keys there, and a key going up on it is a release.
     explicit KdePortaal(const std::filesystem::path& root, std::string display = "")
         : root_(root), display_(std::move(display)) {
-        if (const char* oud = std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
-            oudeBus_ = oud;
-        }
-        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-kde-XXXXXX").string();
-        if (::mkdtemp(sjabloon.data()) == nullptr) {
-            fout_ = "geen tijdelijke map";
+        if (!bus_.fout().empty()) {
+            fout_ = bus_.fout();
             return;
         }
-        map_ = sjabloon;
-        adres_ = "unix:path=" + (map_ / "bus").string();
-        dbus_ = startKind({"dbus-daemon", "--session", "--nofork", "--address=" + adres_});
-        if (!wachtTot([&] { return std::filesystem::exists(map_ / "bus"); })) {
-            fout_ = "de sessiebus start niet";
-            return;
-        }
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", adres_.c_str(), 1);
         // The frontend takes the app's registration only when its desktop file exists.
-        std::filesystem::create_directories(map_ / "data/applications");
-        std::ofstream(map_ / "data/applications/app.tolmo.Tolmo.desktop")
+        std::filesystem::create_directories(bus_.map() / "data/applications");
+        std::ofstream(bus_.map() / "data/applications/app.tolmo.Tolmo.desktop")
             << "[Desktop Entry]\nType=Application\nName=Tolmo\nExec=true\n";
-        std::filesystem::create_directories(map_ / "run");
+        std::filesystem::create_directories(bus_.map() / "run");
         // Each needs the one before it: the backend registers with the daemon when it starts,
         // the frontend looks for the backend's name.
         const struct {
@@ -77,14 +66,6 @@ class KdePortaal {
         for (auto it = kinderen_.rbegin(); it != kinderen_.rend(); ++it) {
             stopKind(*it);
         }
-        stopKind(dbus_);
-        if (oudeBus_) {
-            ::setenv("DBUS_SESSION_BUS_ADDRESS", oudeBus_->c_str(), 1);
-        } else {
-            ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        }
-        std::error_code e;
-        std::filesystem::remove_all(map_, e);
     }
     KdePortaal(const KdePortaal&) = delete;
     KdePortaal& operator=(const KdePortaal&) = delete;
@@ -95,7 +76,7 @@ class KdePortaal {
     // What the services wrote, for a failure's message.
     [[nodiscard]] std::string log() const {
         std::ostringstream s;
-        s << std::ifstream(map_ / "log").rdbuf();
+        s << std::ifstream(bus_.map() / "log").rdbuf();
         return s.str();
     }
 
@@ -104,8 +85,8 @@ class KdePortaal {
     // outside [A-Za-z0-9] made '_'.
     bool invokeShortcut(const std::string& component, const std::string& naam) {
         return voerProcesUit("/usr/bin/dbus-send",
-                             {"--bus=" + adres_, "--print-reply", "--dest=org.kde.kglobalaccel",
-                              "/component/" + component,
+                             {"--bus=" + bus_.adres(), "--print-reply",
+                              "--dest=org.kde.kglobalaccel", "/component/" + component,
                               "org.kde.kglobalaccel.Component.invokeShortcut", "string:" + naam})
                    .status == 0;
     }
@@ -117,21 +98,22 @@ class KdePortaal {
     }
 
   private:
+    PriveSessieBus bus_{"tolmo-kde"};
     std::vector<std::string> omgeving(const std::string& programma, bool opX) const {
         const bool x = opX && !display_.empty();
         return {"env",
                 "-i",
                 "PATH=/usr/bin:/bin",
-                "HOME=" + map_.string(),
+                "HOME=" + bus_.map().string(),
                 "LANG=C.UTF-8",
-                "XDG_RUNTIME_DIR=" + (map_ / "run").string(),
-                "XDG_CONFIG_HOME=" + (map_ / "config").string(),
-                "XDG_DATA_HOME=" + (map_ / "data").string(),
+                "XDG_RUNTIME_DIR=" + (bus_.map() / "run").string(),
+                "XDG_CONFIG_HOME=" + (bus_.map() / "config").string(),
+                "XDG_DATA_HOME=" + (bus_.map() / "data").string(),
                 "XDG_CURRENT_DESKTOP=KDE",
                 x ? "QT_QPA_PLATFORM=xcb" : "QT_QPA_PLATFORM=offscreen",
                 "DISPLAY=" + (x ? display_ : ""),
-                "DBUS_SESSION_BUS_ADDRESS=" + adres_,
-                "LOG=" + (map_ / "log").string(),
+                "DBUS_SESSION_BUS_ADDRESS=" + bus_.adres(),
+                "LOG=" + (bus_.map() / "log").string(),
                 "sh",
                 "-c",
                 "exec \"$0\" >>\"$LOG\" 2>&1",
@@ -141,7 +123,7 @@ class KdePortaal {
     bool heeftNaam(const std::string& naam) const {
         return voerProcesUit(
                    "/usr/bin/dbus-send",
-                   {"--bus=" + adres_, "--print-reply", "--dest=org.freedesktop.DBus",
+                   {"--bus=" + bus_.adres(), "--print-reply", "--dest=org.freedesktop.DBus",
                     "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner", "string:" + naam})
                    .status == 0;
     }
@@ -152,10 +134,6 @@ class KdePortaal {
 
     std::filesystem::path root_;
     std::string display_;
-    std::filesystem::path map_;
-    std::string adres_;
-    std::optional<std::string> oudeBus_;
-    pid_t dbus_ = -1;
     std::vector<pid_t> kinderen_;
     std::string fout_;
 };

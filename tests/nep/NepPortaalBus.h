@@ -15,6 +15,7 @@
 #include "Kind.h"
 #include "LopendProces.h"
 #include "NepPortaal.h"
+#include "PriveSessieBus.h"
 
 namespace tolmo::nep {
 
@@ -27,23 +28,11 @@ namespace tolmo::nep {
 class NepPortaalBus {
   public:
     explicit NepPortaalBus(const std::optional<std::filesystem::path>& root) {
-        if (const char* oud = std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
-            oudeBus_ = oud;
-        }
-        auto sjabloon = (std::filesystem::temp_directory_path() / "tolmo-portaal-XXXXXX").string();
-        if (::mkdtemp(sjabloon.data()) == nullptr) {
-            fout_ = "geen tijdelijke map";
+        if (!bus_.fout().empty()) {
+            fout_ = bus_.fout();
             return;
         }
-        map_ = sjabloon;
-        adres_ = "unix:path=" + (map_ / "bus").string();
-        dbus_ = startKind({"dbus-daemon", "--session", "--nofork", "--address=" + adres_});
-        if (!wachtTot([&] { return std::filesystem::exists(map_ / "bus"); })) {
-            fout_ = "de sessiebus start niet";
-            return;
-        }
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", adres_.c_str(), 1);
-        backend_ = std::make_unique<NepPortaal>(adres_);
+        backend_ = std::make_unique<NepPortaal>(bus_.adres());
         if (!backend_->fout().empty()) {
             fout_ = backend_->fout();
             return;
@@ -57,25 +46,18 @@ class NepPortaalBus {
         stopKind(frontend_);
         stopKind(opslag_);
         backend_.reset();
-        stopKind(dbus_);
-        if (oudeBus_) {
-            ::setenv("DBUS_SESSION_BUS_ADDRESS", oudeBus_->c_str(), 1);
-        } else {
-            ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        }
-        std::error_code e;
-        std::filesystem::remove_all(map_, e);
     }
     NepPortaalBus(const NepPortaalBus&) = delete;
     NepPortaalBus& operator=(const NepPortaalBus&) = delete;
 
     // Empty when everything asked for runs.
     [[nodiscard]] const std::string& fout() const { return fout_; }
-    [[nodiscard]] const std::filesystem::path& map() const { return map_; }
-    [[nodiscard]] const std::string& adres() const { return adres_; }
+    [[nodiscard]] const std::filesystem::path& map() const { return bus_.map(); }
+    [[nodiscard]] const std::string& adres() const { return bus_.adres(); }
     [[nodiscard]] NepPortaal& backend() { return *backend_; }
 
   private:
+    PriveSessieBus bus_{"tolmo-portaal"};
     static void schrijf(const std::filesystem::path& pad, const std::string& tekst) {
         std::filesystem::create_directories(pad.parent_path());
         std::ofstream(pad) << tekst;
@@ -84,31 +66,31 @@ class NepPortaalBus {
     bool heeftNaam(const std::string& naam) const {
         const auto r = voerProcesUit(
             "/usr/bin/dbus-send",
-            {"--bus=" + adres_, "--print-reply", "--dest=org.freedesktop.DBus",
+            {"--bus=" + bus_.adres(), "--print-reply", "--dest=org.freedesktop.DBus",
              "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner", "string:" + naam});
         return r.status == 0;
     }
 
     void startFrontend(const std::filesystem::path& root) {
-        schrijf(map_ / "portalen/tolmotest.portal",
+        schrijf(bus_.map() / "portalen/tolmotest.portal",
                 std::string("[portal]\nDBusName=") + NepPortaal::busNaam +
                     "\nInterfaces=org.freedesktop.impl.portal.RemoteDesktop;\nUseIn=tolmotest\n");
-        schrijf(map_ / "config/xdg-desktop-portal/tolmotest-portals.conf",
+        schrijf(bus_.map() / "config/xdg-desktop-portal/tolmotest-portals.conf",
                 "[preferred]\ndefault=tolmotest\n");
-        schrijf(map_ / "data/applications/app.tolmo.Tolmo.desktop",
+        schrijf(bus_.map() / "data/applications/app.tolmo.Tolmo.desktop",
                 "[Desktop Entry]\nType=Application\nName=Tolmo\nExec=true\n");
-        std::filesystem::create_directories(map_ / "run");
+        std::filesystem::create_directories(bus_.map() / "run");
         const std::vector<std::string> omgeving{
             "env",
             "-i",
             "PATH=/usr/bin:/bin",
-            "HOME=" + map_.string(),
-            "XDG_RUNTIME_DIR=" + (map_ / "run").string(),
-            "XDG_CONFIG_HOME=" + (map_ / "config").string(),
-            "XDG_DATA_HOME=" + (map_ / "data").string(),
-            "XDG_DESKTOP_PORTAL_DIR=" + (map_ / "portalen").string(),
+            "HOME=" + bus_.map().string(),
+            "XDG_RUNTIME_DIR=" + (bus_.map() / "run").string(),
+            "XDG_CONFIG_HOME=" + (bus_.map() / "config").string(),
+            "XDG_DATA_HOME=" + (bus_.map() / "data").string(),
+            "XDG_DESKTOP_PORTAL_DIR=" + (bus_.map() / "portalen").string(),
             "XDG_CURRENT_DESKTOP=tolmotest",
-            "DBUS_SESSION_BUS_ADDRESS=" + adres_};
+            "DBUS_SESSION_BUS_ADDRESS=" + bus_.adres()};
         auto metOmgeving = [&](const std::string& programma) {
             auto args = omgeving;
             args.push_back(programma);
@@ -129,10 +111,6 @@ class NepPortaalBus {
         }
     }
 
-    std::filesystem::path map_;
-    std::string adres_;
-    std::optional<std::string> oudeBus_;
-    pid_t dbus_ = -1;
     pid_t opslag_ = -1;
     pid_t frontend_ = -1;
     std::unique_ptr<NepPortaal> backend_;

@@ -27,12 +27,12 @@ class KlembordKeuze final : public KlembordPoort {
     std::int64_t schrijf(const std::string& tekst) override { return huidig_->schrijf(tekst); }
     void zetTekst(const std::string& tekst) override { huidig_->zetTekst(tekst); }
     void herstel(const Momentopname& m) override { huidig_->herstel(m); }
+    // The clipboard's own keystroke always goes first: without a keyboard of its own it only
+    // marks the reads after it as the paste's.
     void stuurPlakToets() override {
+        huidig_->stuurPlakToets();
         if (plak_) {
-            huidig_->stuurPlakToets();  // marks the reads after it as the paste's
             plak_();
-        } else {
-            huidig_->stuurPlakToets();
         }
     }
     [[nodiscard]] std::optional<std::string> plakToetsNaam() const override {
