@@ -150,6 +150,9 @@ TEST_P(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
         nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
         return nep::SwayServer::focusAppId("name") == "een";
     }));
+    // The app hears of the focus over its own connection, a moment after sway has it; a user
+    // does not press the key within milliseconds of switching windows.
+    std::this_thread::sleep_for(300ms);
     // Long enough that the switch lands while the text is made, even on a busy machine.
     antwoordVertraging_ = 5000;
     dicteer();
