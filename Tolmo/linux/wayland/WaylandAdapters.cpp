@@ -139,6 +139,7 @@ bool WaylandAdapters::terminalVooraan() const {
 
 void WaylandAdapters::verwerk() {
     verbinding_.verwerk();
+    focus_.verwerk();
     if (evdev_) {
         evdev_->verwerk();
     }

@@ -79,10 +79,14 @@ WaylandFocus::WaylandFocus(WaylandVerbinding& verbinding) : verbinding_(verbindi
     if (beheerder_ == nullptr) {
         return;
     }
+    // Nothing was read since the bind, so every event of the list, and of the toplevels it
+    // announces, goes to this queue.
+    wachtrij_ = wl_display_create_queue(verbinding_.display());
+    wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(beheerder_), wachtrij_);
     static const zwlr_foreign_toplevel_manager_v1_listener luisteraar = {opToplevel, opKlaar};
     zwlr_foreign_toplevel_manager_v1_add_listener(beheerder_, &luisteraar, this);
     // The toplevels open now and their state, before anyone asks.
-    verbinding_.rondreis();
+    werkBij();
 }
 
 WaylandFocus::~WaylandFocus() {
@@ -94,6 +98,21 @@ WaylandFocus::~WaylandFocus() {
         // The manager object itself has no destructor request; `stop` ends its events and the
         // proxy goes with the connection.
         wl_proxy_destroy(reinterpret_cast<wl_proxy*>(beheerder_));
+    }
+    if (wachtrij_ != nullptr) {
+        wl_event_queue_destroy(wachtrij_);
+    }
+}
+
+void WaylandFocus::werkBij() const {
+    if (wachtrij_ != nullptr) {
+        wl_display_roundtrip_queue(verbinding_.display(), wachtrij_);
+    }
+}
+
+void WaylandFocus::verwerk() {
+    if (wachtrij_ != nullptr) {
+        wl_display_dispatch_queue_pending(verbinding_.display(), wachtrij_);
     }
 }
 
@@ -118,6 +137,7 @@ void WaylandFocus::vergeet(const Toplevel* t) {
 }
 
 std::optional<WaylandFocus::Venster> WaylandFocus::actief() const {
+    werkBij();
     for (const auto& t : toplevels_) {
         if (t->actief) {
             return Venster{t->appId, t->titel};
@@ -127,6 +147,7 @@ std::optional<WaylandFocus::Venster> WaylandFocus::actief() const {
 }
 
 std::optional<Doel> WaylandFocus::huidig() const {
+    werkBij();
     for (const auto& t : toplevels_) {
         if (t->actief) {
             Doel doel;

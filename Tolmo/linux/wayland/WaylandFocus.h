@@ -10,6 +10,7 @@
 
 struct zwlr_foreign_toplevel_manager_v1;
 struct zwlr_foreign_toplevel_handle_v1;
+struct wl_event_queue;
 
 namespace tolmo {
 
@@ -18,6 +19,10 @@ namespace tolmo {
 // process id, so AT-SPI cannot add the field; the toplevel itself stands for the field, which
 // tells a switch to another window of the same app (a second terminal) from staying put.
 // Without the protocol (KDE, GNOME) nothing is known and huidig is always empty.
+//
+// The list's events wait in a queue of their own, and asking first takes in everything the
+// compositor sent until that moment: the command a key binding sends us may be handled before
+// the focus change that preceded it, and the target would then be the window the user left.
 class WaylandFocus final : public Focus {
   public:
     // The connection must outlive the focus; its events arrive through its verwerk.
@@ -28,6 +33,9 @@ class WaylandFocus final : public Focus {
 
     [[nodiscard]] std::optional<Doel> huidig() const override;
     [[nodiscard]] bool beschikbaar() const { return beheerder_ != nullptr; }
+
+    // Handles the list's events read so far; the main loop calls it after the connection's.
+    void verwerk();
 
     // The activated toplevel's app id and title; empty when none is active.
     struct Venster {
@@ -41,11 +49,15 @@ class WaylandFocus final : public Focus {
     void vergeet(const Toplevel* toplevel);
 
   private:
+    // Waits until the compositor has answered, handling the list's events only, so it is safe
+    // inside another event's handler.
+    void werkBij() const;
     static void opToplevel(void* data, zwlr_foreign_toplevel_manager_v1* beheerder,
                            zwlr_foreign_toplevel_handle_v1* handle);
     static void opKlaar(void* data, zwlr_foreign_toplevel_manager_v1* beheerder);
 
     WaylandVerbinding& verbinding_;
+    wl_event_queue* wachtrij_ = nullptr;
     zwlr_foreign_toplevel_manager_v1* beheerder_ = nullptr;
     std::vector<std::unique_ptr<Toplevel>> toplevels_;
 };

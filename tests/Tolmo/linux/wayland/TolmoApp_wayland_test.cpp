@@ -17,6 +17,8 @@
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
 #include "Tolmo/linux/freedesktop/XdgOpslag.h"
 #include "Tolmo/linux/wayland/WaylandBindingen.h"
+#include "Tolmo/linux/wayland/WaylandFocus.h"
+#include "Tolmo/linux/wayland/WaylandVerbinding.h"
 #include "TolmoKern/Instellingen/GedeeldeOpslag.h"
 #include "nep/LoopbackServer.h"
 #include "nep/LopendProces.h"
@@ -145,14 +147,21 @@ TEST_P(TolmoAppWaylandTest, TheTextLandsInTheTerminalAndTheClipboardComesBack) {
 TEST_P(TolmoAppWaylandTest, AnotherWindowInFrontLeavesTheTextOnTheClipboard) {
     nep::Foot een(sway_.uit(), "foot", "een");
     nep::Foot twee(sway_.uit(), "foot", "twee");
-    // The second window may take the focus only once it is mapped, after its shell started.
-    ASSERT_TRUE(wachtTot([] {
+    // Both foots share an app id, so opening waits for neither window: the second is in
+    // front once mapped, and only then may the first take the focus back, or "twee" would take
+    // it after the key went down. The key goes down once a client sees "een" in front, as the
+    // user sees it.
+    WaylandVerbinding verbinding;
+    WaylandFocus kijker(verbinding);
+    const auto vooraan = [&](const char* titel) {
+        const auto venster = kijker.actief();
+        return venster && venster->titel == titel;
+    };
+    ASSERT_TRUE(wachtTot([&] { return vooraan("twee"); }));
+    ASSERT_TRUE(wachtTot([&] {
         nep::SwayServer::opdracht({"[title=\"een\"]", "focus"});
-        return nep::SwayServer::focusAppId("name") == "een";
+        return vooraan("een");
     }));
-    // The app hears of the focus over its own connection, a moment after sway has it; a user
-    // does not press the key within milliseconds of switching windows.
-    std::this_thread::sleep_for(300ms);
     // Long enough that the switch lands while the text is made, even on a busy machine.
     antwoordVertraging_ = 5000;
     dicteer();
