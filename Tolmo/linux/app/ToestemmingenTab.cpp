@@ -8,6 +8,7 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <string>
@@ -36,7 +37,8 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
                                    std::function<std::vector<Vermogen>()> vermogens,
                                    std::function<bool()> volgtVeld,
                                    std::optional<InstellingenKeuzes::BindingenKeuze> bindingen,
-                                   std::optional<ToetsenbordKeuze> toetsenborden, QWidget* ouder)
+                                   std::optional<ToetsenbordKeuze> toetsenborden,
+                                   std::optional<BureaubladToetsen> bureaublad, QWidget* ouder)
     : InstellingenTab(ouder),
       r_(regelaar),
       teksten_(teksten),
@@ -98,6 +100,44 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
                 [this] { QApplication::clipboard()->setText(regels_->toPlainText()); });
     }
 
+    if (bureaublad) {
+        auto* groep = new QGroupBox("Sneltoetsen van je bureaublad", this);
+        auto* groepIndeling = new QVBoxLayout(groep);
+        wijzigUitleg_ = waarde(groep);
+        groepIndeling->addWidget(wijzigUitleg_);
+        auto* rij = new QHBoxLayout;
+        wijzig_ = new QPushButton("Wijzigen…", groep);
+        auto* probeer = new QPushButton("Toets proberen", groep);
+        rij->addWidget(wijzig_);
+        rij->addWidget(probeer);
+        rij->addStretch();
+        groepIndeling->addLayout(rij);
+        auto* uitkomst = waarde(groep);
+        groepIndeling->addWidget(uitkomst);
+        indeling->addWidget(groep);
+        kanWijzigen_ = bureaublad->kanWijzigen;
+        connect(wijzig_, &QPushButton::clicked, this, [w = bureaublad->wijzig] { w(); });
+        connect(probeer, &QPushButton::clicked, this,
+                [this, probeer, uitkomst, p = bureaublad->probeer] {
+                    probeer->setEnabled(false);
+                    uitkomst->setText(
+                        "Druk nu binnen 10 seconden één keer op je houdtoets of je "
+                        "wisselsneltoets.");
+                    p([tab = QPointer<ToestemmingenTab>(this), probeer, uitkomst](bool gehoord) {
+                        if (!tab) {
+                            return;
+                        }
+                        probeer->setEnabled(true);
+                        uitkomst->setText(gehoord ? "Je bureaublad geeft je sneltoets door aan "
+                                                    "Tolmo."
+                                                  : "Tolmo hoorde binnen 10 seconden geen "
+                                                    "sneltoets. Wat je kunt doen, staat "
+                                                    "hierboven bij Houdtoets.");
+                        tab->toon();
+                    });
+                });
+    }
+
     if (toetsenborden) {
         auto* groep = new QGroupBox("Toetsenborden zelf lezen", this);
         auto* groepIndeling = new QVBoxLayout(groep);
@@ -132,12 +172,10 @@ ToestemmingenTab::ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::T
     toon();
 }
 
-void ToestemmingenTab::ververs(DictaatRegelaar::Wijziging wijziging) {
-    // Consent arrives with a log line and a message, the permissions with their own report;
-    // reading them all again is cheap, so any report but a log line redraws.
-    if (wijziging != DictaatRegelaar::Wijziging::logRegel) {
-        toon();
-    }
+void ToestemmingenTab::ververs(DictaatRegelaar::Wijziging /*wijziging*/) {
+    // Reading them all again is cheap, so every report redraws: the desktop's portals report
+    // what became of them (keys bound, changed, a session closed) with a log line only.
+    toon();
 }
 
 void ToestemmingenTab::toon() {
@@ -170,6 +208,16 @@ void ToestemmingenTab::toon() {
         }
     }
     houdtoets_->setText(tekst(SneltoetsMonitor::tekst(r_.houdtoetsMechanisme(), teksten_)) + ".");
+    if (wijzig_ != nullptr) {
+        // The dialog is the desktop's, where its portal offers one; else its own settings.
+        const bool kan = kanWijzigen_();
+        wijzig_->setVisible(kan);
+        wijzigUitleg_->setText(
+            QString("Je bureaublad kiest de toetsen voor dicteren (vasthouden) en aan/uit en "
+                    "geeft ze door aan Tolmo; hierboven staat welke het koos. ") +
+            (kan ? "Met Wijzigen open je het venster van je bureaublad om ze te veranderen."
+                 : "Verander ze in de instellingen van je bureaublad, bij de sneltoetsen."));
+    }
     const auto& toestemming = r_.cloudToestemming();
     if (!toestemming) {
         spraakdienst_->setText("Nog niet gegeven. Tolmo vraagt het voor je eerste dictaat.");

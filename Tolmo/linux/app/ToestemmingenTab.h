@@ -3,6 +3,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -28,16 +29,26 @@ class ToestemmingenTab final : public InstellingenTab {
         std::function<void(bool)> zet;
     };
 
+    // On GNOME and KDE the desktop's own shortcuts: whether the desktop has a dialog to change
+    // them, opening it, and a check that a press reaches the app (gehoord or not).
+    struct BureaubladToetsen {
+        std::function<bool()> kanWijzigen;
+        std::function<void()> wijzig;
+        std::function<void(std::function<void(bool gehoord)>)> probeer;
+    };
+
     // teksten: the key source's words for the hold-key mechanism. vermogens: the session's
     // capabilities, read again each time the tab redraws. volgtVeld: whether AT-SPI answers and
     // the focused field is followed; without it that row is left out. bindingen: where only the
     // compositor's bindings reach the keys, the lines for the user's keys with a copy button.
     // toetsenborden: on Wayland, the choice to read the keyboards, with what it means.
+    // bureaublad: where the desktop's portal gives the keys.
     ToestemmingenTab(DictaatRegelaar& regelaar, const ToetsBron::Teksten& teksten,
                      std::function<std::vector<Vermogen>()> vermogens,
                      std::function<bool()> volgtVeld = {},
                      std::optional<InstellingenKeuzes::BindingenKeuze> bindingen = {},
-                     std::optional<ToetsenbordKeuze> toetsenborden = {}, QWidget* ouder = nullptr);
+                     std::optional<ToetsenbordKeuze> toetsenborden = {},
+                     std::optional<BureaubladToetsen> bureaublad = {}, QWidget* ouder = nullptr);
 
     void ververs(DictaatRegelaar::Wijziging wijziging) override;
 
@@ -56,6 +67,10 @@ class ToestemmingenTab final : public InstellingenTab {
     // Null without compositor bindings.
     QComboBox* compositor_ = nullptr;
     QPlainTextEdit* regels_ = nullptr;
+    // Null without the desktop's shortcuts.
+    std::function<bool()> kanWijzigen_;
+    QPushButton* wijzig_ = nullptr;
+    QLabel* wijzigUitleg_ = nullptr;
 };
 
 }  // namespace tolmo

@@ -360,7 +360,21 @@ struct Samenstelling {
                          QStringLiteral("Stijlen"));
         venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
                          QStringLiteral("Woordenlijst"));
-        const auto* w = dynamic_cast<const WaylandAdapters*>(sessie.get());
+        auto* w = dynamic_cast<WaylandAdapters*>(sessie.get());
+        std::optional<ToestemmingenTab::BureaubladToetsen> bureaublad;
+        if (auto* p = w != nullptr ? w->portaalSneltoetsen() : nullptr) {
+            bureaublad = ToestemmingenTab::BureaubladToetsen{
+                [p] { return p->kanInstellingenOpenen(); }, [p] { p->openInstellingen(); },
+                [this, p](std::function<void(bool)> klaar) {
+                    p->controleer(std::chrono::seconds(10), [this, klaar](bool gehoord) {
+                        regelaar->logExtern(gehoord ? "Sneltoets geprobeerd: het bureaublad "
+                                                      "meldde hem"
+                                                    : "Sneltoets geprobeerd: het bureaublad "
+                                                      "meldde binnen 10 s niets");
+                        klaar(gehoord);
+                    });
+                }};
+        }
         venster->voegToe(
             std::make_unique<ToestemmingenTab>(
                 *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
@@ -370,7 +384,8 @@ struct Samenstelling {
                              : std::optional<ToestemmingenTab::ToetsenbordKeuze>({
                                    leestToetsenborden(),
                                    [this](bool aan) { standaard.zet(toetsenbordenSleutel, aan); },
-                               })),
+                               }),
+                bureaublad),
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();

@@ -2,6 +2,8 @@
 
 #include <gio/gio.h>
 
+#include <utility>
+
 namespace tolmo {
 
 namespace {
@@ -50,6 +52,9 @@ PortaalSneltoetsen::PortaalSneltoetsen(Portaal& portaal, std::function<HoudToets
 }
 
 PortaalSneltoetsen::~PortaalSneltoetsen() {
+    if (controleKlok_ != 0) {
+        g_source_remove(controleKlok_);
+    }
     portaal_.sluit(sessie_);
 }
 
@@ -145,7 +150,43 @@ bool PortaalSneltoetsen::openInstellingen() {
     return r != nullptr;
 }
 
+void PortaalSneltoetsen::controleer(std::chrono::milliseconds duur,
+                                    std::function<void(bool)> klaar) {
+    rondControleAf(false);
+    controle_ = std::move(klaar);
+    controleKlok_ = g_timeout_add(
+        static_cast<guint>(duur.count()),
+        [](gpointer data) {
+            auto* bron = static_cast<PortaalSneltoetsen*>(data);
+            bron->controleKlok_ = 0;
+            bron->rondControleAf(false);
+            return G_SOURCE_REMOVE;
+        },
+        this);
+}
+
+void PortaalSneltoetsen::rondControleAf(bool gehoord) {
+    if (controleKlok_ != 0) {
+        g_source_remove(controleKlok_);
+        controleKlok_ = 0;
+    }
+    auto klaar = std::exchange(controle_, nullptr);
+    if (!klaar) {
+        return;
+    }
+    stil_ = !gehoord;
+    klaar(gehoord);
+}
+
 void PortaalSneltoetsen::geactiveerd(const std::string& id, bool omlaag) {
+    stil_ = false;
+    // The hold key's release that follows finds it up already and is dropped too.
+    if (controle_) {
+        if (omlaag) {
+            rondControleAf(true);
+        }
+        return;
+    }
     if (id == wisselId) {
         if (omlaag && opWissel_) {
             opWissel_();

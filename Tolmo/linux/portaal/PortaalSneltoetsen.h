@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -50,6 +51,14 @@ class PortaalSneltoetsen final : public ToetsBron {
     // Opens the desktop's own dialog for changing the keys, where the portal has one (version
     // 2); false when it has not.
     bool openInstellingen();
+    [[nodiscard]] bool kanInstellingenOpenen() const { return versie_ >= 2 && !sessie_.empty(); }
+
+    // Some desktops bind the keys and then never report them. The user presses either shortcut
+    // once: klaar(true) when it arrived within duur, else klaar(false), and stil() then holds
+    // until a shortcut does arrive. The press that answers is not acted on. Another check
+    // replaces one that runs (which then reports false).
+    void controleer(std::chrono::milliseconds duur, std::function<void(bool gehoord)> klaar);
+    [[nodiscard]] bool stil() const { return stil_; }
 
     [[nodiscard]] std::unique_ptr<Tap> maakTap(OpGebeurtenis opGebeurtenis,
                                                std::function<void(TapUit)> opUitgezet) override;
@@ -72,6 +81,7 @@ class PortaalSneltoetsen final : public ToetsBron {
   private:
     void geactiveerd(const std::string& id, bool omlaag);
     void leesTriggers(GVariant* shortcuts);
+    void rondControleAf(bool gehoord);
 
     Portaal& portaal_;
     std::function<HoudToets()> houdToets_;
@@ -82,6 +92,9 @@ class PortaalSneltoetsen final : public ToetsBron {
     std::function<void()> opWissel_;
     std::function<void()> opGewijzigd_;
     bool houdOmlaag_ = false;
+    bool stil_ = false;
+    std::function<void(bool)> controle_;
+    unsigned int controleKlok_ = 0;
     std::unique_ptr<Portaal::Abonnement> geactiveerd_, gedeactiveerd_, gewijzigd_;
 };
 

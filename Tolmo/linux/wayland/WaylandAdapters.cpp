@@ -80,15 +80,22 @@ void WaylandAdapters::startPortalen(const PortaalTriggers& voorstel, bool sessie
     };
     if (auto* p = portaalSneltoetsen()) {
         ++*open;
-        p->bind(voorstel, [this, p, log, eenKlaar](const std::string& fout) {
+        const auto toetsen = [p] {
+            std::string keys;
+            for (const auto& [id, trigger] : p->triggers()) {
+                keys += (keys.empty() ? "" : ", ") + id + " = " +
+                        (trigger.empty() ? "nog geen toets" : trigger);
+            }
+            return keys;
+        };
+        p->bind(voorstel, [this, p, log, eenKlaar, toetsen](const std::string& fout) {
             sneltoetsFout_ = fout;
             if (fout.empty()) {
-                std::string keys;
-                for (const auto& [id, trigger] : p->triggers()) {
-                    keys += (keys.empty() ? "" : ", ") + id + " = " +
-                            (trigger.empty() ? "nog geen toets" : trigger);
-                }
-                log("Sneltoetsen van het bureaublad gebonden (" + keys + ")");
+                log("Sneltoetsen van het bureaublad gebonden (" + toetsen() + ")");
+                // From now on: the user changed them in the desktop's dialog or settings.
+                p->zetOpGewijzigd([log, toetsen] {
+                    log("Sneltoetsen van het bureaublad gewijzigd (" + toetsen() + ")");
+                });
             } else {
                 log("Sneltoetsen van het bureaublad niet gebonden: " + fout);
             }
@@ -178,16 +185,17 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
                                                       : i->second) +
                    ")";
         };
+        // Bound but silent: the keys are the desktop's, yet nothing reaches the app.
+        const bool werkt = sneltoetsFout_.empty() && !portaalToetsen_->stil();
         const std::string advies =
-            !sneltoetsFout_.empty()
-                ? "De sneltoetsen zijn niet gebonden: " + sneltoetsFout_ + "."
+            !sneltoetsFout_.empty() ? "De sneltoetsen zijn niet gebonden: " + sneltoetsFout_ + "."
+            : portaalToetsen_->stil()
+                ? std::string(stilAdvies)
                 : "Het bureaublad kiest de toets; wijzig hem in de instellingen van het "
                   "bureaublad. Een andere toets tijdens het vasthouden of Esc ziet Tolmo hier "
                   "niet: annuleer via het systeemvak.";
-        v.push_back({S::houdToets, sneltoetsFout_.empty() ? toets(PortaalSneltoetsen::houdId) : "",
-                     advies});
-        v.push_back({S::wisselSneltoets,
-                     sneltoetsFout_.empty() ? toets(PortaalSneltoetsen::wisselId) : "", advies});
+        v.push_back({S::houdToets, werkt ? toets(PortaalSneltoetsen::houdId) : "", advies});
+        v.push_back({S::wisselSneltoets, werkt ? toets(PortaalSneltoetsen::wisselId) : "", advies});
     } else if (kde()) {
         v.push_back({S::houdToets, "",
                      "KDE voert een sneltoets niet uit bij loslaten, dus een houdtoets kan hier "

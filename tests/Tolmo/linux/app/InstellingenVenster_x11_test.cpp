@@ -71,7 +71,7 @@ struct Opgezet {
         venster->voegToe(std::make_unique<WoordenlijstTab>(*f.regelaar), "Woordenlijst");
         venster->voegToe(std::make_unique<ToestemmingenTab>(
                              *f.regelaar, X11ToetsBron(x).teksten(), [this] { return vermogens; },
-                             [this] { return volgt; }, bindingen),
+                             [this] { return volgt; }, bindingen, std::nullopt, bureaublad),
                          "Toestemmingen");
         venster->voegToe(std::make_unique<LogboekTab>(*f.regelaar), "Logboek");
         venster->show();
@@ -99,6 +99,7 @@ struct Opgezet {
     std::optional<AppStijl> vorigeApp;
     bool volgt = true;
     std::optional<InstellingenKeuzes::BindingenKeuze> bindingen;
+    std::optional<ToestemmingenTab::BureaubladToetsen> bureaublad;
     // What the session's adapter set reports: one row without a mechanism, one with both.
     std::vector<Vermogen> vermogens{
         {Vermogen::Soort::houdToets, "", "De wisselsneltoets werkt wel."},
@@ -532,6 +533,41 @@ TEST(Tabbladen, ToestemmingenVolgenDeStand) {
           "Nee: AT-SPI antwoordt niet", "XInput2 (ruwe toetsen).", "(versie 1)."}) {
         EXPECT_THAT(teksten(tab), HasSubstr(t));
     }
+}
+
+// The desktop's own shortcuts: its dialog only where it has one, and trying the key reports
+// what came of it and lets the user try again.
+TEST(Tabbladen, ToestemmingenProberenDeToetsVanHetBureaublad) {
+    bool kan = false;
+    int geopend = 0;
+    std::function<void(bool)> antwoord;
+    Opgezet z([&](Opgezet& voor) {
+        voor.bureaublad = ToestemmingenTab::BureaubladToetsen{
+            [&] { return kan; }, [&] { ++geopend; },
+            [&](std::function<void(bool)> klaar) { antwoord = std::move(klaar); }};
+    });
+    auto& tab = z.tab<ToestemmingenTab>("Toestemmingen");
+    auto* wijzig = metTekst<QPushButton>(tab, "Wijzigen…");
+    auto* probeer = metTekst<QPushButton>(tab, "Toets proberen");
+    EXPECT_FALSE(wijzig->isVisible());
+    EXPECT_THAT(teksten(tab), HasSubstr("in de instellingen van je bureaublad"));
+    kan = true;
+    z.f.regelaar->logExtern("bureaublad meldt zijn dialoog");
+    ASSERT_TRUE(wijzig->isVisible());
+    QTest::mouseClick(wijzig, Qt::LeftButton);
+    EXPECT_EQ(geopend, 1);
+
+    for (const bool gehoord : {false, true}) {
+        QTest::mouseClick(probeer, Qt::LeftButton);
+        ASSERT_TRUE(antwoord);
+        EXPECT_FALSE(probeer->isEnabled());
+        EXPECT_THAT(teksten(tab), HasSubstr("Druk nu binnen 10 seconden"));
+        std::exchange(antwoord, nullptr)(gehoord);
+        EXPECT_TRUE(probeer->isEnabled());
+        EXPECT_THAT(teksten(tab), HasSubstr(gehoord ? "geeft je sneltoets door"
+                                                    : "hoorde binnen 10 seconden geen"));
+    }
+    EXPECT_TRUE(z.venster->grab().save("tolmo-instellingen-bureaubladtoetsen.png"));
 }
 
 // On a compositor that only binds keys itself, the tab shows its lines for the chosen keys, for

@@ -107,6 +107,25 @@ TEST(PortaalSneltoetsenKde, BindtZonderVraagEnKglobalaccelBereiktDeApp) {
     ASSERT_TRUE(kde.invokeShortcut("app_tolmo_Tolmo", PortaalSneltoetsen::wisselId)) << kde.log();
     EXPECT_TRUE(pomp([&] { return wissels == 2; }));
     EXPECT_EQ(gezien.size(), 2U);
+
+    // Trying the key: the press that answers is no dictation, down or up. A check nobody
+    // answers marks the portal silent until a shortcut arrives again.
+    std::optional<bool> gehoord;
+    bron.controleer(10s, [&](bool g) { gehoord = g; });
+    toetsen(XK_d, true);
+    ASSERT_TRUE(pomp([&] { return gehoord.has_value(); })) << kde.log();
+    EXPECT_TRUE(*gehoord);
+    toetsen(XK_d, false);
+    gehoord.reset();
+    bron.controleer(300ms, [&](bool g) { gehoord = g; });
+    ASSERT_TRUE(pomp([&] { return gehoord.has_value(); }));
+    EXPECT_FALSE(*gehoord);
+    EXPECT_TRUE(bron.stil());
+    toetsen(XK_w, true);
+    toetsen(XK_w, false);
+    EXPECT_TRUE(pomp([&] { return wissels == 3; }));
+    EXPECT_FALSE(bron.stil());
+    EXPECT_EQ(gezien.size(), 2U) << "the check's press reached the hold key";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -91,7 +92,9 @@ class TolmoAppGnomeTest : public ::testing::Test {
     void TearDown() override {
         if (app_ && HasFailure()) {
             app_->stuurSignaal(SIGTERM);
-            std::cerr << "tolmo-app:\n" << app_->wacht().fout;
+            std::cerr << "tolmo-app:\n"
+                      << app_->wacht().fout << "logboek:\n"
+                      << std::ifstream(pulse_.map() / "state" / "tolmo" / "logboek.jsonl").rdbuf();
         }
         app_.reset();
     }

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -66,7 +67,9 @@ class TolmoAppWaylandTest : public ::testing::TestWithParam<nep::SwayUitgave> {
     void TearDown() override {
         if (app_ && HasFailure()) {
             app_->stuurSignaal(SIGTERM);
-            std::cerr << "tolmo-app:\n" << app_->wacht().fout;
+            std::cerr << "tolmo-app:\n"
+                      << app_->wacht().fout << "logboek:\n"
+                      << std::ifstream(pulse_.map() / "state" / "tolmo" / "logboek.jsonl").rdbuf();
         }
     }
 
