@@ -227,13 +227,22 @@ struct Samenstelling {
             start(true);
             return;
         }
+        // GNOME's dialog starts with the keyboard switched off and sharing greyed out; without
+        // being told, a user cancels it. Its labels as GNOME shows them in Dutch.
+        const std::string gnome =
+            w->gnome() ? " Zet in dat venster \"Interactie vanop afstand toestaan\" aan, laat "
+                         "\"Deze selectie onthouden\" aangevinkt en kies \"Delen\". Zolang "
+                         "Tolmo draait, staat rechtsboven het pictogram van bureaublad op "
+                         "afstand."
+                       : "";
         vraag.vraag("Tolmo wil kunnen plakken",
                     "Je bureaublad laat een app alleen toetsen sturen en het klembord gebruiken "
                     "met jouw toestemming. Zo vraagt het bureaublad of Tolmo je toetsenbord mag "
                     "gebruiken (\"extern bureaublad\"). Tolmo stuurt daarmee alleen Ctrl+V, "
                     "nadat je gedicteerd hebt, en zet je klembord daarna terug. Je geeft dit "
-                    "één keer; daarna vraagt het bureaublad het niet opnieuw.\n\nWeiger je, dan "
-                    "komt je tekst op het klembord en plak je hem zelf.",
+                    "één keer; daarna vraagt het bureaublad het niet opnieuw." +
+                        gnome +
+                        "\n\nWeiger je, dan komt je tekst op het klembord en plak je hem zelf.",
                     {"Doorgaan", "Niet nu"}, [start](int knop) { start(knop == 0); });
     }
 

@@ -88,6 +88,9 @@ class WaylandAdapters final : public SessieAdapters {
         return !laagIndicator_ && !xwaylandIndicator_ && gnome();
     }
 
+    // Mutter offers its shell protocol to every client.
+    [[nodiscard]] bool gnome() const { return verbinding_.biedt("gtk_shell1"); }
+
     // Whether keys reach the app only through bindings in the compositor's configuration (a
     // wlroots compositor); KDE has shortcuts of its own the user sets up in its settings.
     // Reading the keyboards makes the bindings unneeded (they would start twice).
@@ -129,8 +132,6 @@ class WaylandAdapters final : public SessieAdapters {
   private:
     // KWin offers its window list to its own shell only, but its shell protocol to everyone.
     [[nodiscard]] bool terminalVooraan() const;
-    // Mutter offers its shell protocol to every client.
-    [[nodiscard]] bool gnome() const { return verbinding_.biedt("gtk_shell1"); }
     [[nodiscard]] bool kde() const {
         return verbinding_.biedt("org_kde_plasma_shell") ||
                verbinding_.biedt("org_kde_plasma_window_management");
