@@ -90,13 +90,20 @@ WaylandFocus::WaylandFocus(WaylandVerbinding& verbinding) : verbinding_(verbindi
 }
 
 WaylandFocus::~WaylandFocus() {
+    // Nothing may be left on the queue or be read into it once it is gone: this version of
+    // libwayland frees no events with a queue, and a toplevel announced after it would be
+    // made on it. `stop` makes the compositor end the list with `finished` (opKlaar), and the
+    // round trip takes in all it sent until then.
+    if (beheerder_ != nullptr) {
+        zwlr_foreign_toplevel_manager_v1_stop(beheerder_);
+        werkBij();
+    }
+    verwerk();
     for (const auto& t : toplevels_) {
         zwlr_foreign_toplevel_handle_v1_destroy(t->handle);
     }
+    // Without `finished` (the connection broke): the proxy goes without it.
     if (beheerder_ != nullptr) {
-        zwlr_foreign_toplevel_manager_v1_stop(beheerder_);
-        // The manager object itself has no destructor request; `stop` ends its events and the
-        // proxy goes with the connection.
         wl_proxy_destroy(reinterpret_cast<wl_proxy*>(beheerder_));
     }
     if (wachtrij_ != nullptr) {
