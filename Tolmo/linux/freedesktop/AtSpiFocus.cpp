@@ -154,6 +154,9 @@ AtspiAccessible* zoekGefocust() {
             if (venster == nullptr) {
                 continue;
             }
+            // What libatspi cached of a window may be from before it was activated; the
+            // window and what lies in it are asked afresh.
+            atspi_accessible_clear_cache(venster);
             const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(venster)};
             if (toestanden && atspi_state_set_contains(toestanden.get(), ATSPI_STATE_ACTIVE)) {
                 gevonden = gefocustIn(venster);
