@@ -190,7 +190,9 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
         const std::string advies =
             !sneltoetsFout_.empty() ? "De sneltoetsen zijn niet gebonden: " + sneltoetsFout_ + "."
             : portaalToetsen_->stil()
-                ? std::string(stilAdvies)
+                ? "Je bureaublad bond de sneltoetsen, maar meldt ze niet aan Tolmo. Maak in de "
+                  "instellingen van je bureaublad een eigen sneltoets die tolmo-bediening "
+                  "--wissel uitvoert: die start en stopt het dicteren."
                 : "Het bureaublad kiest de toets; wijzig hem in de instellingen van het "
                   "bureaublad. Een andere toets tijdens het vasthouden of Esc ziet Tolmo hier "
                   "niet: annuleer via het systeemvak.";

@@ -68,11 +68,6 @@ class WaylandAdapters final : public SessieAdapters {
     }
     // Whether a portal session is to be opened at all (GNOME, KDE).
     [[nodiscard]] bool gebruiktPortalen() const { return portaalToetsenbord_ != nullptr; }
-    // What the user can do when the desktop bound the shortcuts but does not report them.
-    static constexpr const char* stilAdvies =
-        "Je bureaublad bond de sneltoetsen, maar meldt ze niet aan Tolmo. Maak in de instellingen "
-        "van je bureaublad een eigen sneltoets die tolmo-bediening --wissel uitvoert: die start "
-        "en stopt het dicteren.";
     [[nodiscard]] PortaalSneltoetsen* portaalSneltoetsen() {
         return portaalToetsen_ && portaalToetsen_->beschikbaar() ? portaalToetsen_.get() : nullptr;
     }
