@@ -20,10 +20,12 @@ namespace tolmo::nep {
 // KDE's compositor from the Debian 13 root, on a virtual output, with a session bus of its own
 // (KWin takes its name there and runs scripts it is given). WAYLAND_DISPLAY and
 // DBUS_SESSION_BUS_ADDRESS are set for this process and DISPLAY is removed, so what starts
-// afterwards reaches this compositor and this bus.
+// afterwards reaches this compositor and this bus. KWin runs kglobalaccel itself, on that bus.
 class KWinServer {
   public:
-    explicit KWinServer(const std::filesystem::path& root) {
+    // toetsen: KWin lets any client type keys (KWinToetsen); its other protocols stay as
+    // guarded as on a desktop.
+    explicit KWinServer(const std::filesystem::path& root, bool toetsen = false) {
         if (!bus_.fout().empty()) {
             fout_ = bus_.fout();
             return;
@@ -32,12 +34,23 @@ class KWinServer {
         std::filesystem::create_directory(run);
         ::chmod(run.c_str(), 0700);
         const std::string& bus = bus_.adres();
-        kwin_ = startKind(inRoot(
-            root, "0:0",
-            {"env", "-u", "WAYLAND_DISPLAY", "-u", "DISPLAY", "XDG_RUNTIME_DIR=" + run.string(),
-             "HOME=" + map().string(), "DBUS_SESSION_BUS_ADDRESS=" + bus, "LANG=C.UTF-8",
-             "kwin_wayland", "--virtual", "--no-lockscreen", "--socket", "wayland-tolmo", "--width",
-             "1280", "--height", "800"}));
+        std::vector<std::string> opdracht{"env",
+                                          "-u",
+                                          "WAYLAND_DISPLAY",
+                                          "-u",
+                                          "DISPLAY",
+                                          "-u",
+                                          "KWIN_WAYLAND_NO_PERMISSION_CHECKS",
+                                          "XDG_RUNTIME_DIR=" + run.string(),
+                                          "HOME=" + map().string(),
+                                          "DBUS_SESSION_BUS_ADDRESS=" + bus,
+                                          "LANG=C.UTF-8"};
+        if (toetsen) {
+            opdracht.emplace_back("KWIN_WAYLAND_NO_PERMISSION_CHECKS=1");
+        }
+        opdracht.insert(opdracht.end(), {"kwin_wayland", "--virtual", "--no-lockscreen", "--socket",
+                                         "wayland-tolmo", "--width", "1280", "--height", "800"});
+        kwin_ = startKind(inRoot(root, "0:0", opdracht));
         // Its scripting object comes after the socket, once it takes requests.
         const bool klaar = wachtTot(
             [&] {
@@ -64,6 +77,7 @@ class KWinServer {
     // Empty when the compositor runs.
     [[nodiscard]] const std::string& fout() const { return fout_; }
     [[nodiscard]] const std::filesystem::path& map() const { return bus_.map(); }
+    [[nodiscard]] const std::string& busAdres() const { return bus_.adres(); }
 
   private:
     PriveSessieBus bus_{"tolmo-kwin"};

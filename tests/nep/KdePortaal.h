@@ -13,48 +13,42 @@
 #include <vector>
 
 #include "Debian13.h"
+#include "KWinServer.h"
 #include "Kind.h"
 #include "LopendProces.h"
-#include "PriveSessieBus.h"
 
 namespace tolmo::nep {
 
-// KDE's side of the GlobalShortcuts portal from the Debian 13 root on a private session bus:
-// the kglobalaccel daemon that keeps and fires the shortcuts, KDE's portal backend that binds
-// them there without a dialog, and the portal frontend in front of it for the desktop "KDE". No
-// compositor: the backend runs on Qt's offscreen platform, and the daemon either there too, where
-// a shortcut fires only through its own D-Bus call (a press without a release), or on an X
-// server, where it grabs the keys and sees them go up. DBUS_SESSION_BUS_ADDRESS points at this
-// bus while it lives.
+// KDE's side of the GlobalShortcuts portal from the Debian 13 root, on KWin's session bus: KWin,
+// which keeps the shortcuts in its own kglobalaccel and fires them from the keys it handles,
+// KDE's portal backend that binds them there without a dialog, and the portal frontend in front
+// of it for the desktop "KDE". The backend runs on Qt's offscreen platform: binding needs no
+// window.
 class KdePortaal {
   public:
-    // With an X display, the daemon grabs its keys there, and a key going up on it is a release.
-    explicit KdePortaal(const std::filesystem::path& root, std::string display = "")
-        : root_(root), display_(std::move(display)) {
-        if (!bus_.fout().empty()) {
-            fout_ = bus_.fout();
-            return;
-        }
+    KdePortaal(const std::filesystem::path& root, const KWinServer& kwin)
+        : root_(root), map_(kwin.map()), bus_(kwin.busAdres()) {
         // The frontend takes the app's registration only when its desktop file exists.
-        std::filesystem::create_directories(bus_.map() / "data/applications");
-        std::ofstream(bus_.map() / "data/applications/app.tolmo.Tolmo.desktop")
+        std::filesystem::create_directories(map_ / "data/applications");
+        std::ofstream(map_ / "data/applications/app.tolmo.Tolmo.desktop")
             << "[Desktop Entry]\nType=Application\nName=Tolmo\nExec=true\n";
-        std::filesystem::create_directories(bus_.map() / "run");
-        // Each needs the one before it: the backend registers with the daemon when it starts,
-        // the frontend looks for the backend's name.
+        // Each needs the one before it: the backend registers with kglobalaccel when it
+        // starts, the frontend looks for the backend's name.
         const struct {
             const char* programma;
             const char* naam;
         } diensten[] = {
-            {kglobalacceld, "org.kde.kglobalaccel"},
             {portaalKde, "org.freedesktop.impl.portal.desktop.kde"},
             {"usr/libexec/xdg-permission-store", "org.freedesktop.impl.portal.PermissionStore"},
             {"usr/libexec/xdg-desktop-portal", "org.freedesktop.portal.Desktop"},
         };
+        if (!wachtTot([&] { return heeftNaam("org.kde.kglobalaccel"); })) {
+            fout_ = "KWin neemt org.kde.kglobalaccel niet";
+            return;
+        }
         for (const auto& d : diensten) {
-            const bool daemon = d.programma == std::string(kglobalacceld);
             kinderen_.push_back(
-                startKind(inRoot(root_, "0:0", omgeving(std::string("/") + d.programma, daemon))));
+                startKind(inRoot(root_, "0:0", omgeving(std::string("/") + d.programma))));
             if (!wachtTot([&] { return heeftNaam(d.naam); }, std::chrono::seconds(15))) {
                 fout_ = std::string("/") + d.programma + " start niet: " + log();
                 return;
@@ -76,7 +70,7 @@ class KdePortaal {
     // What the services wrote, for a failure's message.
     [[nodiscard]] std::string log() const {
         std::ostringstream s;
-        s << std::ifstream(bus_.map() / "log").rdbuf();
+        s << std::ifstream(map_ / "log").rdbuf();
         return s.str();
     }
 
@@ -85,35 +79,31 @@ class KdePortaal {
     // outside [A-Za-z0-9] made '_'.
     bool invokeShortcut(const std::string& component, const std::string& naam) {
         return voerProcesUit("/usr/bin/dbus-send",
-                             {"--bus=" + bus_.adres(), "--print-reply",
-                              "--dest=org.kde.kglobalaccel", "/component/" + component,
+                             {"--bus=" + bus_, "--print-reply", "--dest=org.kde.kglobalaccel",
+                              "/component/" + component,
                               "org.kde.kglobalaccel.Component.invokeShortcut", "string:" + naam})
                    .status == 0;
     }
 
-    // Whether root has KDE's daemon and backend.
+    // Whether root has KDE's backend.
     static bool heeftKde(const std::filesystem::path& root) {
-        return std::filesystem::exists(root / kglobalacceld) &&
-               std::filesystem::exists(root / portaalKde);
+        return std::filesystem::exists(root / portaalKde);
     }
 
   private:
-    PriveSessieBus bus_{"tolmo-kde"};
-    std::vector<std::string> omgeving(const std::string& programma, bool opX) const {
-        const bool x = opX && !display_.empty();
+    std::vector<std::string> omgeving(const std::string& programma) const {
         return {"env",
                 "-i",
                 "PATH=/usr/bin:/bin",
-                "HOME=" + bus_.map().string(),
+                "HOME=" + map_.string(),
                 "LANG=C.UTF-8",
-                "XDG_RUNTIME_DIR=" + (bus_.map() / "run").string(),
-                "XDG_CONFIG_HOME=" + (bus_.map() / "config").string(),
-                "XDG_DATA_HOME=" + (bus_.map() / "data").string(),
+                "XDG_RUNTIME_DIR=" + (map_ / "run").string(),
+                "XDG_CONFIG_HOME=" + (map_ / "config").string(),
+                "XDG_DATA_HOME=" + (map_ / "data").string(),
                 "XDG_CURRENT_DESKTOP=KDE",
-                x ? "QT_QPA_PLATFORM=xcb" : "QT_QPA_PLATFORM=offscreen",
-                "DISPLAY=" + (x ? display_ : ""),
-                "DBUS_SESSION_BUS_ADDRESS=" + bus_.adres(),
-                "LOG=" + (bus_.map() / "log").string(),
+                "QT_QPA_PLATFORM=offscreen",
+                "DBUS_SESSION_BUS_ADDRESS=" + bus_,
+                "LOG=" + (map_ / "log").string(),
                 "sh",
                 "-c",
                 "exec \"$0\" >>\"$LOG\" 2>&1",
@@ -123,17 +113,16 @@ class KdePortaal {
     bool heeftNaam(const std::string& naam) const {
         return voerProcesUit(
                    "/usr/bin/dbus-send",
-                   {"--bus=" + bus_.adres(), "--print-reply", "--dest=org.freedesktop.DBus",
+                   {"--bus=" + bus_, "--print-reply", "--dest=org.freedesktop.DBus",
                     "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner", "string:" + naam})
                    .status == 0;
     }
 
-    static constexpr const char* kglobalacceld = "usr/lib/x86_64-linux-gnu/libexec/kglobalacceld";
     static constexpr const char* portaalKde =
         "usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
 
-    std::filesystem::path root_;
-    std::string display_;
+    std::filesystem::path root_, map_;
+    std::string bus_;
     std::vector<pid_t> kinderen_;
     std::string fout_;
 };

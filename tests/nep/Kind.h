@@ -45,12 +45,18 @@ inline pid_t startKind(std::vector<std::string> args) {
     return r == 0 ? pid : -1;
 }
 
-// Ends a child started so and waits for it; the pid is then -1.
+// Ends a child started so and waits for it; the pid is then -1. One that does not go on SIGTERM
+// within 5 s (a sway once stayed in its loop) is killed, so a test never hangs on its clean-up.
 inline void stopKind(pid_t& pid) {
     if (pid > 0) {
         ::kill(pid, SIGTERM);
         int status = 0;
-        ::waitpid(pid, &status, 0);
+        const bool weg = wachtTot([&] { return ::waitpid(pid, &status, WNOHANG) == pid; },
+                                  std::chrono::seconds(5));
+        if (!weg) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+        }
     }
     pid = -1;
 }

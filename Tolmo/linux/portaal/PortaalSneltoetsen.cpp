@@ -28,20 +28,20 @@ PortaalSneltoetsen::PortaalSneltoetsen(Portaal& portaal, std::function<HoudToets
         g_variant_get_child(p, 0, "&o", &sessie);
         return sessie != nullptr && sessie == sessie_;
     };
-    geactiveerd_ = portaal_.volg(interfaceNaam, "Activated", [this, vanOns](GVariant* p) {
-        const gchar* id = nullptr;
-        g_variant_get_child(p, 1, "&s", &id);
-        if (vanOns(p)) {
-            geactiveerd(id, true);
-        }
-    });
-    gedeactiveerd_ = portaal_.volg(interfaceNaam, "Deactivated", [this, vanOns](GVariant* p) {
-        const gchar* id = nullptr;
-        g_variant_get_child(p, 1, "&s", &id);
-        if (vanOns(p)) {
-            geactiveerd(id, false);
-        }
-    });
+    // Activated and Deactivated carry the same: the session, the shortcut and a time stamp.
+    const auto volgToets = [this, vanOns](const char* signaal, bool omlaag) {
+        return portaal_.volg(interfaceNaam, signaal, [this, vanOns, omlaag](GVariant* p) {
+            const gchar* id = nullptr;
+            guint64 stempel = 0;
+            g_variant_get_child(p, 1, "&s", &id);
+            g_variant_get_child(p, 2, "t", &stempel);
+            if (vanOns(p)) {
+                geactiveerd(id, omlaag, stempel);
+            }
+        });
+    };
+    geactiveerd_ = volgToets("Activated", true);
+    gedeactiveerd_ = volgToets("Deactivated", false);
     gewijzigd_ = portaal_.volg(interfaceNaam, "ShortcutsChanged", [this, vanOns](GVariant* p) {
         if (vanOns(p)) {
             GVariant* lijst = g_variant_get_child_value(p, 1);
@@ -154,12 +154,20 @@ void PortaalSneltoetsen::controleer(std::chrono::milliseconds duur,
                                     std::function<void(bool)> klaar) {
     rondControleAf(false);
     controle_ = std::move(klaar);
+    controleGehoord_ = false;
+    zetControleKlok(duur);
+}
+
+void PortaalSneltoetsen::zetControleKlok(std::chrono::milliseconds duur) {
+    if (controleKlok_ != 0) {
+        g_source_remove(controleKlok_);
+    }
     controleKlok_ = g_timeout_add(
         static_cast<guint>(duur.count()),
         [](gpointer data) {
             auto* bron = static_cast<PortaalSneltoetsen*>(data);
             bron->controleKlok_ = 0;
-            bron->rondControleAf(false);
+            bron->rondControleAf(bron->controleGehoord_);
             return G_SOURCE_REMOVE;
         },
         this);
@@ -178,11 +186,31 @@ void PortaalSneltoetsen::rondControleAf(bool gehoord) {
     klaar(gehoord);
 }
 
-void PortaalSneltoetsen::geactiveerd(const std::string& id, bool omlaag) {
+void PortaalSneltoetsen::geactiveerd(const std::string& id, bool omlaag, std::uint64_t stempel) {
     stil_ = false;
-    // The hold key's release that follows finds it up already and is dropped too.
+    const auto nu = std::chrono::steady_clock::now();
+    // A release no key could make: it came with the press. KWin 6.3 reports every shortcut so,
+    // whatever the key does; a stalled loop can also read a real tap's two signals at once,
+    // but then a desktop that stamps them tells them apart.
+    const bool meteen =
+        id == houdId && !omlaag && nu - omlaagOp_ < gelijktijdig && stempel == omlaagStempel_;
+    if (id == houdId) {
+        // A held key repeats its Activated (GNOME, every 30 ms): only the first is the press.
+        if (omlaag && !inDruk_) {
+            omlaagOp_ = nu;
+            omlaagStempel_ = stempel;
+        }
+        inDruk_ = omlaag;
+    }
+    zonderLoslaten_ = zonderLoslaten_ || meteen;
     if (controle_) {
-        if (omlaag) {
+        // The check is answered by the press, and ends with its release (or a moment after the
+        // press, where no release comes), so that the answer knows whether releases come. That
+        // release finds the key up already and is dropped too.
+        if (omlaag && !controleGehoord_) {
+            controleGehoord_ = true;
+            zetControleKlok(std::chrono::milliseconds(50));
+        } else if (!omlaag && controleGehoord_) {
             rondControleAf(true);
         }
         return;
@@ -193,9 +221,39 @@ void PortaalSneltoetsen::geactiveerd(const std::string& id, bool omlaag) {
         }
         return;
     }
-    if (id != houdId || omlaag == houdOmlaag_) {
+    if (id != houdId) {
         return;
     }
+    if (omlaag) {
+        if (vergrendeld_) {
+            // The press that ends a hold whose release the desktop did not report; its own
+            // release follows and means nothing.
+            vergrendeld_ = false;
+            negeerLoslaten_ = true;
+            geef(false);
+        } else if (!houdOmlaag_) {
+            geef(true);
+        }
+        return;
+    }
+    if (std::exchange(negeerLoslaten_, false) || !houdOmlaag_) {
+        return;
+    }
+    if (meteen) {
+        // Held until the next press: on such a desktop a press starts and the next one ends.
+        vergrendeld_ = true;
+        return;
+    }
+    geef(false);
+}
+
+void PortaalSneltoetsen::laatLos() {
+    if (std::exchange(vergrendeld_, false)) {
+        geef(false);
+    }
+}
+
+void PortaalSneltoetsen::geef(bool omlaag) {
     houdOmlaag_ = omlaag;
     const HoudToets h = houdToets_();
     const auto code = toetscode(h);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -22,7 +23,8 @@ namespace tolmo {
 // The hold shortcut's Activated is the key going down and its Deactivated the release. They
 // reach the hot-key monitor as the chosen hold key's own modifier events, so every rule of
 // holding stays (a tap shorter than 0.3 s cancels), and while it is held the session flags say
-// so, which keeps the monitor's safety poll from ending the hold. What a portal never tells
+// so, which keeps the monitor's safety poll from ending the hold. Where the desktop sends the
+// release along with the press, the hold lasts until the next press. What a portal never tells
 // (another key during the hold, Esc) is not seen; the tray's cancel stays.
 class PortaalSneltoetsen final : public ToetsBron {
   public:
@@ -59,6 +61,13 @@ class PortaalSneltoetsen final : public ToetsBron {
     // replaces one that runs (which then reports false).
     void controleer(std::chrono::milliseconds duur, std::function<void(bool gehoord)> klaar);
     [[nodiscard]] bool stil() const { return stil_; }
+    // Some desktops report a shortcut's release together with its press, whatever the key
+    // does (KWin 6.3). Seen once, this holds; there the hold key is pressed once to start and
+    // once more to stop, which the hot-key monitor sees as one hold.
+    [[nodiscard]] bool zonderLoslaten() const { return zonderLoslaten_; }
+    // The dictation ended by other means (cancelled from the tray, or at its maximum) while such
+    // a hold ran: it ends here, so the next press starts again instead of ending it.
+    void laatLos();
 
     [[nodiscard]] std::unique_ptr<Tap> maakTap(OpGebeurtenis opGebeurtenis,
                                                std::function<void(TapUit)> opUitgezet) override;
@@ -79,7 +88,9 @@ class PortaalSneltoetsen final : public ToetsBron {
     [[nodiscard]] const Teksten& teksten() const override;
 
   private:
-    void geactiveerd(const std::string& id, bool omlaag);
+    void geactiveerd(const std::string& id, bool omlaag, std::uint64_t stempel);
+    void geef(bool omlaag);
+    void zetControleKlok(std::chrono::milliseconds duur);
     void leesTriggers(GVariant* shortcuts);
     void rondControleAf(bool gehoord);
 
@@ -93,6 +104,17 @@ class PortaalSneltoetsen final : public ToetsBron {
     std::function<void()> opGewijzigd_;
     bool houdOmlaag_ = false;
     bool stil_ = false;
+    // A release closer than this to its press came with it.
+    static constexpr std::chrono::milliseconds gelijktijdig{25};
+    std::chrono::steady_clock::time_point omlaagOp_;
+    std::uint64_t omlaagStempel_ = 0;
+    bool zonderLoslaten_ = false;
+    // Between the hold shortcut's Activated and its Deactivated, as the desktop sends them.
+    bool inDruk_ = false;
+    // Down since a press whose release the desktop sent along with it.
+    bool vergrendeld_ = false;
+    bool negeerLoslaten_ = false;
+    bool controleGehoord_ = false;
     std::function<void(bool)> controle_;
     unsigned int controleKlok_ = 0;
     std::unique_ptr<Portaal::Abonnement> geactiveerd_, gedeactiveerd_, gewijzigd_;

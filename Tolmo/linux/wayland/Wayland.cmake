@@ -1,7 +1,8 @@
 # The Wayland protocols the app speaks beyond the core one. Their XML files are kept here (the
 # distribution's wayland-protocols may predate them) and wayland-scanner turns each into a
 # client header and its interface tables at build time.
-pkg_check_modules(WAYLAND REQUIRED IMPORTED_TARGET wayland-client xkbcommon)
+# GLOBAL: the tests generate a protocol of their own with the same function.
+pkg_check_modules(WAYLAND REQUIRED IMPORTED_TARGET GLOBAL wayland-client xkbcommon)
 find_program(WAYLAND_SCANNER wayland-scanner REQUIRED)
 
 function(tolmo_wayland_protocollen doel)

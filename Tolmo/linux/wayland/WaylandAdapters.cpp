@@ -193,6 +193,10 @@ std::vector<Vermogen> WaylandAdapters::vermogens() const {
                 ? "Je bureaublad bond de sneltoetsen, maar meldt ze niet aan Tolmo. Maak in de "
                   "instellingen van je bureaublad een eigen sneltoets die tolmo-bediening "
                   "--wissel uitvoert: die start en stopt het dicteren."
+            : portaalToetsen_->zonderLoslaten()
+                ? "Je bureaublad meldt niet wanneer je de sneltoets loslaat: druk één keer om te "
+                  "beginnen en nog een keer om te stoppen. Het bureaublad kiest de toets; wijzig "
+                  "hem in de instellingen van het bureaublad."
                 : "Het bureaublad kiest de toets; wijzig hem in de instellingen van het "
                   "bureaublad. Een andere toets tijdens het vasthouden of Esc ziet Tolmo hier "
                   "niet: annuleer via het systeemvak.";

@@ -71,6 +71,10 @@ class WaylandAdapters final : public SessieAdapters {
     [[nodiscard]] PortaalSneltoetsen* portaalSneltoetsen() {
         return portaalToetsen_ && portaalToetsen_->beschikbaar() ? portaalToetsen_.get() : nullptr;
     }
+    // Whether the desktop bound them, once startPortalen has reported.
+    [[nodiscard]] bool sneltoetsenGebonden() const {
+        return portaalToetsen_ && portaalToetsen_->beschikbaar() && sneltoetsFout_.empty();
+    }
 
     // The indicator on the compositor's overlay layer, which never takes the focus; null where
     // the compositor offers no layer shell (the toolkit's window that refuses the focus then).
