@@ -108,6 +108,11 @@ void Systeemvak::toon(const Melding& melding) {
             QString::fromStdString(melding.titel.value_or("Tolmo")),
             QString::fromStdString(melding.tekst),
             melding.isFout ? QSystemTrayIcon::Warning : QSystemTrayIcon::Information);
+    } else {
+        // Without a tray (GNOME) the desktop's notifications are the only place a message
+        // reaches the user: a failed dictation or a text left on the clipboard must not go
+        // unsaid.
+        stuurBureaubladmelding(melding.titel.value_or("Tolmo"), melding.tekst);
     }
     ververs();
 }

@@ -41,6 +41,7 @@
 #include "Tolmo/linux/LinuxAppStijlen.h"
 #include "Tolmo/linux/LinuxToestemmingen.h"
 #include "Tolmo/linux/SessieKeuze.h"
+#include "Tolmo/linux/app/BureaubladPortalen.h"
 #include "Tolmo/linux/app/InstellingenVenster.h"
 #include "Tolmo/linux/app/LogboekTab.h"
 #include "Tolmo/linux/app/OpnameVenster.h"
@@ -149,6 +150,8 @@ struct Samenstelling {
     std::unique_ptr<DictaatRegelaar> regelaar;
     // Holds the controller, so it goes before it.
     std::unique_ptr<InstellingenVenster> venster;
+    // GNOME and KDE: the desktop's portals; null elsewhere. Holds the controller and the tray.
+    std::unique_ptr<BureaubladPortalen> portalen;
     // The app in front when the window was last asked for: the one "Vorige app toevoegen" adds.
     std::optional<AppStijl> vorigeApp;
     // A developer's address in the environment at launch wins over the stored one.
@@ -200,50 +203,6 @@ struct Samenstelling {
         if (laag) {
             laag->zetLicht(indicator.licht());
         }
-    }
-
-    // GNOME and KDE: the desktop's shortcuts and its RemoteDesktop session. The first time the
-    // desktop will ask the user to let Tolmo type; Tolmo says first, in its own words, what that
-    // question is and why.
-    void startPortalen() {
-        auto* w = dynamic_cast<WaylandAdapters*>(sessie.get());
-        if (w == nullptr || !w->gebruiktPortalen()) {
-            return;
-        }
-        const auto start = [this, w](bool metSessie) {
-            w->startPortalen(
-                portaalTriggers(regelaar->macInstellingen()), metSessie,
-                [this](const std::string& regel) {
-                    meld(regel);
-                    regelaar->logExtern(regel);
-                },
-                [this] {
-                    if (vak) {
-                        vak->ververs();
-                    }
-                });
-        };
-        if (w->heeftPortaalToken()) {
-            start(true);
-            return;
-        }
-        // GNOME's dialog starts with the keyboard switched off and sharing greyed out; without
-        // being told, a user cancels it. Its labels as GNOME shows them in Dutch.
-        const std::string gnome =
-            w->gnome() ? " Zet in dat venster \"Interactie vanop afstand toestaan\" aan, laat "
-                         "\"Deze selectie onthouden\" aangevinkt en kies \"Delen\". Zolang "
-                         "Tolmo draait, staat rechtsboven het pictogram van bureaublad op "
-                         "afstand."
-                       : "";
-        vraag.vraag("Tolmo wil kunnen plakken",
-                    "Je bureaublad laat een app alleen toetsen sturen en het klembord gebruiken "
-                    "met jouw toestemming. Zo vraagt het bureaublad of Tolmo je toetsenbord mag "
-                    "gebruiken (\"extern bureaublad\"). Tolmo stuurt daarmee alleen Ctrl+V, "
-                    "nadat je gedicteerd hebt, en zet je klembord daarna terug. Je geeft dit "
-                    "één keer; daarna vraagt het bureaublad het niet opnieuw." +
-                        gnome +
-                        "\n\nWeiger je, dan komt je tekst op het klembord en plak je hem zelf.",
-                    {"Doorgaan", "Niet nu"}, [start](int knop) { start(knop == 0); });
     }
 
     // sessieRegel: which adapter set serves this session and why, for the log.
@@ -298,10 +257,10 @@ struct Samenstelling {
         opties.platformApps = linuxAppStijlen();
         // The route is the user's, so the consent names each one it may take.
         opties.toestemming = CloudToestemming::eigenRoute;
-        if (auto* w = dynamic_cast<WaylandAdapters*>(sessie.get())) {
-            laag = w->maakIndicator(golf);
+        auto* wayland = dynamic_cast<WaylandAdapters*>(sessie.get());
+        if (wayland != nullptr) {
+            laag = wayland->maakIndicator(golf);
         }
-        const auto* wayland = dynamic_cast<const WaylandAdapters*>(sessie.get());
         OpnameIndicator& getoond = laag ? static_cast<OpnameIndicator&>(*laag)
                                    : wayland != nullptr && wayland->balkNeemtFocus()
                                        ? static_cast<OpnameIndicator&>(geenIndicator)
@@ -339,6 +298,13 @@ struct Samenstelling {
                                          *kluis};
         poorten.esc = sessie->esc();
         regelaar = std::make_unique<DictaatRegelaar>(poorten, std::move(opties));
+        if (wayland != nullptr) {
+            portalen = std::make_unique<BureaubladPortalen>(*wayland, *regelaar, vraag, *vak,
+                                                            [this](const std::string& regel) {
+                                                                meld(regel);
+                                                                regelaar->logExtern(regel);
+                                                            });
+        }
         golf.zetNiveauBron(GolfAnimatie::uitKanaal(regelaar->niveau()));
         // X11 masks an Alt hold key so that its release opens no menu; the set follows the
         // setting.
@@ -352,6 +318,9 @@ struct Samenstelling {
                 zetWeergave();
             }
             if (w == DictaatRegelaar::Wijziging::toestand) {
+                if (portalen && regelaar->toestand() == DictaatRegelaar::Toestand::klaar) {
+                    portalen->dictaatKlaar();
+                }
                 golf.zetStand(MenuStand::golfStand(regelaar->toestand()));
                 meld(std::string("toestand ") +
                      (regelaar->toestand() == DictaatRegelaar::Toestand::klaar     ? "klaar"
@@ -369,32 +338,19 @@ struct Samenstelling {
                          QStringLiteral("Stijlen"));
         venster->voegToe(std::make_unique<WoordenlijstTab>(*regelaar),
                          QStringLiteral("Woordenlijst"));
-        auto* w = dynamic_cast<WaylandAdapters*>(sessie.get());
-        std::optional<ToestemmingenTab::BureaubladToetsen> bureaublad;
-        if (auto* p = w != nullptr ? w->portaalSneltoetsen() : nullptr) {
-            bureaublad = ToestemmingenTab::BureaubladToetsen{
-                [p] { return p->kanInstellingenOpenen(); }, [p] { p->openInstellingen(); },
-                [this, p](std::function<void(bool)> klaar) {
-                    p->controleer(std::chrono::seconds(10), [this, klaar](bool gehoord) {
-                        regelaar->logExtern(gehoord ? "Sneltoets geprobeerd: het bureaublad "
-                                                      "meldde hem"
-                                                    : "Sneltoets geprobeerd: het bureaublad "
-                                                      "meldde binnen 10 s niets");
-                        klaar(gehoord);
-                    });
-                }};
-        }
         venster->voegToe(
             std::make_unique<ToestemmingenTab>(
                 *regelaar, sessie->toetsen().teksten(), [this] { return sessie->vermogens(); },
                 [this] { return focus.volgt(); },
-                InstellingenKeuzes::bindingen(w != nullptr && w->compositorBindt(), leesOmgeving),
-                w == nullptr ? std::nullopt
-                             : std::optional<ToestemmingenTab::ToetsenbordKeuze>({
-                                   leestToetsenborden(),
-                                   [this](bool aan) { standaard.zet(toetsenbordenSleutel, aan); },
-                               }),
-                bureaublad),
+                InstellingenKeuzes::bindingen(wayland != nullptr && wayland->compositorBindt(),
+                                              leesOmgeving),
+                wayland == nullptr
+                    ? std::nullopt
+                    : std::optional<ToestemmingenTab::ToetsenbordKeuze>({
+                          leestToetsenborden(),
+                          [this](bool aan) { standaard.zet(toetsenbordenSleutel, aan); },
+                      }),
+                portalen ? portalen->instellingen() : std::nullopt),
             QStringLiteral("Toestemmingen"));
         venster->voegToe(std::make_unique<LogboekTab>(*regelaar), QStringLiteral("Logboek"));
         vak->ververs();
@@ -561,7 +517,9 @@ int main(int argc, char** argv) {
         }
         s = std::make_unique<Samenstelling>(std::move(adapters));
         s->bouw(sessieRegel);
-        s->startPortalen();
+        if (s->portalen) {
+            s->portalen->start();
+        }
         // libcurl's and OpenSSL's one-time set-up, paid now instead of between the release of
         // the first hold key and its request.
         CurlTransport::gedeeld();

@@ -12,6 +12,8 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <thread>
 
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
@@ -85,6 +87,11 @@ class TolmoAppGnomeTest : public ::testing::Test {
             << app_->wacht().fout;
         ASSERT_TRUE(app_->wachtOpFout("Sneltoetsen van het bureaublad gebonden", 10s))
             << app_->wacht().fout;
+        // The app's own record that it can send the paste key (its "toegankelijkheid", polled
+        // every 2 s): the state a user starts from once the app is up.
+        ASSERT_TRUE(wachtTot(
+            [&] { return logboek().find("toegankelijkheid ja") != std::string::npos; }, 10s))
+            << logboek();
         // GNOME has no tray: the app greets with a notification, which leaves the editor the
         // keyboard.
         EXPECT_TRUE(wachtTot([&] {
@@ -108,13 +115,16 @@ class TolmoAppGnomeTest : public ::testing::Test {
         }
         if (app_ && HasFailure()) {
             app_->stuurSignaal(SIGTERM);
-            std::cerr << "tolmo-app:\n"
-                      << app_->wacht().fout << "logboek:\n"
-                      << std::ifstream(pulse_.map() / "state" / "tolmo" / "logboek.jsonl").rdbuf();
+            std::cerr << "tolmo-app:\n" << app_->wacht().fout << "logboek:\n" << logboek();
         }
         app_.reset();
     }
 
+    [[nodiscard]] std::string logboek() const {
+        std::stringstream s;
+        s << std::ifstream(pulse_.map() / "state" / "tolmo" / "logboek.jsonl").rdbuf();
+        return s.str();
+    }
     std::map<std::string, std::string> omgeving() const {
         return {{"XDG_CONFIG_HOME", config_.string()},
                 {"XDG_STATE_HOME", (pulse_.map() / "state").string()},
@@ -210,7 +220,8 @@ TEST_F(TolmoAppGnomeTest, ACopiedImageComesBackWhole) {
 
 // The first start without a grant: the app explains, then GNOME's own dialog asks, answered as
 // a user would from the keyboard (it starts with the keyboard switched off and Share greyed
-// out); the text lands through the new session, and the next start asks nothing at all.
+// out); a first press of the shortcut shows it arrives, the text lands through the new session,
+// and the next start asks nothing at all.
 TEST_F(TolmoAppGnomeTest, TheFirstStartAsksOnceAndTheNextDoesNot) {
     const auto vooraan = [&](const std::string& titel) {
         return wachtTot(
@@ -240,6 +251,17 @@ TEST_F(TolmoAppGnomeTest, TheFirstStartAsksOnceAndTheNextDoesNot) {
     const std::string eerste = token();
     EXPECT_EQ(eerste.size(), 36U) << eerste;  // a UUID
     ASSERT_TRUE(vooraan("tekst.txt"));
+    // Then the app asks for one press of the shortcut, to know the desktop reports it; that
+    // press dictates nothing.
+    houdSneltoets(false);
+    ASSERT_TRUE(app_->wachtOpFout("Sneltoets geprobeerd: het bureaublad meldde hem", 10s));
+    // GNOME has no tray: the answer is the desktop's notification.
+    EXPECT_TRUE(wachtTot([&] {
+        return gnome_->evalueer(
+                   "Main.messageTray.getSources().some(s => s.notifications.some("
+                   "n => n.title === 'Sneltoets werkt'))") == "true";
+    }));
+    gnome_->schermafdruk(fs::temp_directory_path() / "tolmo-gnome-sneltoets-werkt.png");
     houdSneltoets(true);
     ASSERT_TRUE(wachtTot([&] { return dictaten_.load() == 1; }, 15s));
     wachtOpDictaatInEditor();
