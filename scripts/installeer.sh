@@ -17,7 +17,7 @@ pakketten=(
   libatspi2.0-dev libdbus-1-dev libsecret-1-dev libwayland-dev libxkbcommon-dev qt6-wayland
   # real parts the tests run against
   pulseaudio pulseaudio-utils espeak-ng sox xvfb openbox curl flac postgresql
-  dbus at-spi2-core gnome-keyring xclip
+  dbus at-spi2-core gnome-keyring xclip xdotool
   sway foot wtype wl-clipboard
   # the relay server's second client (npm's openai package) and its benchmark
   nodejs nginx wrk
