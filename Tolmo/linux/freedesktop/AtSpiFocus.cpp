@@ -169,6 +169,42 @@ AtspiAccessible* zoekGefocust() {
     return gevonden;
 }
 
+// The target with the element as its field, when the element still says it is focused and lies
+// in the app of the window focus (doel), or stands for the app where that knows none; empty
+// when the element tells nothing usable.
+std::optional<Doel> metElement(AtspiAccessible* element, std::optional<Doel> doel) {
+    GError* f = nullptr;
+    const guint pid = atspi_accessible_get_process_id(element, &f);
+    if (const GEigen<GError> fout{f};
+        fout || (doel ? pid != static_cast<guint>(doel->procesId)
+                      : pid == 0 || pid == static_cast<guint>(::getpid()))) {
+        return std::nullopt;
+    }
+    // Cached states may predate a focus change whose event was lost; ask the app itself.
+    atspi_accessible_clear_cache(element);
+    const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(element)};
+    if (!toestanden || atspi_state_set_contains(toestanden.get(), ATSPI_STATE_FOCUSED) == 0) {
+        return std::nullopt;
+    }
+    const auto veld = beschrijf(element);
+    const AtspiObject& object = element->parent;
+    if (!veld || object.app == nullptr || object.app->bus_name == nullptr ||
+        object.path == nullptr) {
+        return std::nullopt;
+    }
+    if (!doel) {
+        // No window focus to go by (GNOME tells no client which window is in front): the
+        // focused element stands for the app too.
+        doel = Doel{};
+        doel->procesId = static_cast<decltype(doel->procesId)>(pid);
+        if (auto id = AtSpiFocus::appIdVanProces(static_cast<int>(pid), "/proc")) {
+            doel->bundleId = std::move(*id);
+        }
+    }
+    doel->veld = AtSpiFocus::veld(object.app->bus_name, object.path, veldSoort(*veld), doel->veld);
+    return doel;
+}
+
 }  // namespace
 
 struct AtSpiFocus::Staat {
@@ -236,47 +272,30 @@ bool AtSpiFocus::volgt() const {
 
 std::optional<Doel> AtSpiFocus::huidig() const {
     auto doel = venster_.huidig();
-    if (!doel && staat_->gevolgd == nullptr && staat_->luisteraar != nullptr) {
-        if (AtspiAccessible* gevonden = zoekGefocust()) {
-            staat_->volg(gevonden);
-            g_object_unref(gevonden);
-        }
-    }
-    AtspiAccessible* element = staat_->gevolgd;
     // Our own windows are left to the window focus: asking our own toolkit over the bus from
     // the main thread would wait for the main thread, up to the time-out.
-    if (element == nullptr || (doel && (doel->procesId <= 0 || doel->procesId == ::getpid()))) {
+    if (staat_->luisteraar == nullptr ||
+        (doel && (doel->procesId <= 0 || doel->procesId == ::getpid()))) {
         return doel;
     }
-    GError* f = nullptr;
-    const guint pid = atspi_accessible_get_process_id(element, &f);
-    if (const GEigen<GError> fout{f};
-        fout || (doel ? pid != static_cast<guint>(doel->procesId)
-                      : pid == 0 || pid == static_cast<guint>(::getpid()))) {
-        return doel;
-    }
-    // Cached states may predate a focus change whose event was lost; ask the app itself.
-    atspi_accessible_clear_cache(element);
-    const GEigen<AtspiStateSet> toestanden{atspi_accessible_get_state_set(element)};
-    if (!toestanden || atspi_state_set_contains(toestanden.get(), ATSPI_STATE_FOCUSED) == 0) {
-        return doel;
-    }
-    const auto veld = beschrijf(element);
-    const AtspiObject& object = element->parent;
-    if (!veld || object.app == nullptr || object.app->bus_name == nullptr ||
-        object.path == nullptr) {
-        return doel;
-    }
-    if (!doel) {
-        // No window focus to go by (GNOME tells no client which window is in front): the
-        // focused element stands for the app too.
-        doel = Doel{};
-        doel->procesId = static_cast<decltype(doel->procesId)>(pid);
-        if (auto id = appIdVanProces(static_cast<int>(pid), std::filesystem::path("/proc"))) {
-            doel->bundleId = std::move(*id);
+    if (staat_->gevolgd != nullptr) {
+        if (auto metVeld = metElement(staat_->gevolgd, doel)) {
+            return metVeld;
         }
     }
-    doel->veld = AtSpiFocus::veld(object.app->bus_name, object.path, veldSoort(*veld), doel->veld);
+    if (doel) {
+        return doel;
+    }
+    // Nothing else knows the field here. The element followed may have lost focus without an
+    // event that reached us (a window or banner that vanished, an app that died), or none came
+    // since we listen (the user was typing before the app started): the active windows are
+    // searched afresh rather than the target be unknown.
+    staat_->volg(nullptr);
+    if (AtspiAccessible* gevonden = zoekGefocust()) {
+        staat_->volg(gevonden);
+        g_object_unref(gevonden);
+        return metElement(staat_->gevolgd, doel);
+    }
     return doel;
 }
 

@@ -23,9 +23,10 @@ namespace tolmo {
 // bus connection's process id against _NET_WM_PID). Otherwise, or when the accessibility bus
 // does not answer, the window focus stands as it is. Where the window focus knows nothing (GNOME
 // tells no client which window is in front), a focused element of another process stands for
-// the app too: its process, and its id from the unit the desktop started it in. When no focus
-// event came since the app listens (the user was typing before it started), the active window
-// of each other app is searched for its focused element once. Every query has the
+// the app too: its process, and its id from the unit the desktop started it in. There, when no
+// focus event came since the app listens (the user was typing before it started) or the element
+// followed no longer says it is focused (it vanished without a focus event), the active window
+// of each other app is searched for its focused element. Every query has the
 // 0.5 s time-out the macOS adapter uses, so a hung app delays a paste by at most that much per
 // call. Two fields are the same when they are the same accessible object: bus name and object path.
 class AtSpiFocus final : public Focus {

@@ -19,6 +19,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// A desktop that tells no client which window is in front (GNOME on Wayland).
+struct GeenVenster final : Focus {
+    [[nodiscard]] std::optional<Doel> huidig() const override { return std::nullopt; }
+};
+
 TEST(AtSpiFocus, FollowsTheFocusedFieldAndKnowsAPasswordField) {
 #ifndef TOLMO_VELDVENSTER_PAD
     GTEST_SKIP() << "gebouwd zonder Qt: geen venster om velden in te kiezen";
@@ -35,6 +40,8 @@ TEST(AtSpiFocus, FollowsTheFocusedFieldAndKnowsAPasswordField) {
     const X11Focus venster(onze);
     const AtSpiFocus focus(venster);
     ASSERT_TRUE(focus.volgt());
+    const GeenVenster niets;
+    const AtSpiFocus blind(niets);
     nep::LopendProces app(TOLMO_VELDVENSTER_PAD, {}, {});
     ASSERT_TRUE(app.wachtOpFout("klaar", 10s));
 
@@ -61,6 +68,19 @@ TEST(AtSpiFocus, FollowsTheFocusedFieldAndKnowsAPasswordField) {
     ASSERT_TRUE(wachtwoord && gewoon && weer);
     EXPECT_FALSE(*wachtwoord->veld == *gewoon->veld);
     EXPECT_EQ(*weer->veld, *wachtwoord->veld);
+
+    // Without a window focus the followed field is all there is. When it has lost focus and the
+    // event has not reached us (not dispatched yet, or never sent by a vanished element), the
+    // field in front is found afresh instead of the target being unknown.
+    const auto gevolgd = blind.huidig();
+    ASSERT_TRUE(gevolgd && gevolgd->veld);
+    EXPECT_EQ(*gevolgd->veld, *wachtwoord->veld);
+    app.schrijf("gewoon\n");
+    ASSERT_TRUE(app.wachtOpFout("focus gewoon 4", 5s));
+    const auto gezocht = blind.huidig();
+    ASSERT_TRUE(gezocht && gezocht->veld);
+    EXPECT_EQ(*gezocht->veld, *gewoon->veld);
+    EXPECT_EQ(gezocht->procesId, gevolgd->procesId);
 #endif
 }
 

@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
     XSync(d, False);
 
     QSocketNotifier invoer(STDIN_FILENO, QSocketNotifier::Read);
+    int keer = 0;
     QObject::connect(&invoer, &QSocketNotifier::activated, [&] {
         std::string regel;
         if (!std::getline(std::cin, regel)) {
@@ -51,7 +52,8 @@ int main(int argc, char** argv) {
         XSync(d, False);
         venster.activateWindow();
         (regel == "wachtwoord" ? wachtwoord : gewoon)->setFocus(Qt::OtherFocusReason);
-        std::cerr << "focus " << regel << std::endl;
+        // Numbered, so that a test can wait for this very focus and not an earlier one.
+        std::cerr << "focus " << regel << " " << ++keer << std::endl;
     });
     std::cerr << "klaar" << std::endl;
     return QApplication::exec();
