@@ -165,6 +165,12 @@ void PortaalToetsenbord::start(std::function<void(const std::string&)> klaar) {
                                              &klembord);
                             klembordActief_ = klembord != FALSE;
                             actief_ = true;
+                            // GNOME drops the first key a new session sends, at first paste
+                            // the chord's Control (and the paste is lost, or a bare "v" is
+                            // typed). A Shift tap now, long before the first paste, takes that
+                            // place; alone it does nothing in the app in front.
+                            toets(shiftL, true);
+                            toets(shiftL, false);
                             klaar("");
                         });
                 });

@@ -38,7 +38,8 @@ class PortaalToetsenbord {
     // Whether a token from an earlier start is there: then the desktop will not ask.
     [[nodiscard]] bool heeftToken() const;
     // Opens the session: the first time the desktop asks the user. klaar reports the outcome
-    // (empty when the session runs, else why not, in Dutch).
+    // (empty when the session runs, else why not, in Dutch). A session that starts sends a
+    // Shift tap at once, which the desktop may swallow instead of the first paste's Control.
     void start(std::function<void(const std::string& fout)> klaar);
     [[nodiscard]] bool actief() const { return actief_; }
     [[nodiscard]] bool klembordActief() const { return klembordActief_; }

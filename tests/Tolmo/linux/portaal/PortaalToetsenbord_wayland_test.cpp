@@ -153,7 +153,10 @@ TEST_F(PortaalToetsenbordTest, DePlakToetsKomtAlsKeysymsInDeJuisteVolgorde) {
     };
     AppRun app(token_);
     ASSERT_EQ(app.start(), "");
-    std::vector<Toets> alles;
+    // The session's first keys are a Shift tap of its own, sent at its start.
+    std::vector<Toets> alles{{shift, 1}, {shift, 0}};
+    pomp([&] { return backend().toetsen().size() >= alles.size(); });
+    EXPECT_EQ(backend().toetsen(), alles);
     for (const auto& geval : gevallen) {
         SCOPED_TRACE(geval.terminal ? "terminal" : "gewoon");
         ASSERT_TRUE(app.toetsenbord.stuurPlakToets(geval.terminal));
@@ -171,9 +174,10 @@ TEST_F(PortaalToetsenbordTest, SluitHetBureaubladDeSessieDanStoptHetPlakken) {
     ASSERT_EQ(backend().sessies().size(), 1U);
     backend().sluitSessie(backend().sessies().front());
     EXPECT_TRUE(pomp([&] { return gesloten; }));
+    const auto voor = backend().toetsen();
     EXPECT_FALSE(app.toetsenbord.actief());
     EXPECT_FALSE(app.toetsenbord.stuurPlakToets(false));
-    EXPECT_TRUE(backend().toetsen().empty());
+    EXPECT_EQ(backend().toetsen(), voor);
 }
 
 // Needs no root: a bus with a backend but no frontend is a desktop without the portal.
