@@ -19,23 +19,39 @@ export CCACHE_BASEDIR="$PWD"
 # Five build trees (ci, asan, libcxx, fuzz and the main job's) outgrow ccache's 5 GB.
 export CCACHE_MAXSIZE="${CCACHE_MAXSIZE:-20G}"
 
+# ctest prints a failing test's output where it ran, which in a long log is far from its end;
+# after a failure the failed tests' output is printed once more, last.
+toets() {
+  local boom=$1
+  shift
+  if ctest --preset "$boom" "$@"; then
+    return 0
+  fi
+  echo "== mislukt in $boom: de uitvoer van elke mislukte test"
+  awk '/^[0-9]+\/[0-9]+ Test: / { naam = $3; uitvoer = ""; next }
+       { uitvoer = uitvoer $0 "\n" }
+       /^Test Failed/ { printf "--- %s\n%s", naam, uitvoer }' \
+    "build/$boom/Testing/Temporary/LastTest.log" | tail -n 300
+  return 1
+}
+
 echo "== opmaak"
 scripts/formaat.sh --check
 
 echo "== ci: bouwen en testen"
 cmake --preset ci >/dev/null
 cmake --build --preset ci
-ctest --preset ci -j2
+toets ci -j2
 
 echo "== asan: bouwen en testen"
 cmake --preset asan >/dev/null
 cmake --build --preset asan
-ctest --preset asan -j2
+toets asan -j2
 
 echo "== libcxx: clang-16 met libc++ (de standaardbibliotheek van de Mac)"
 cmake --preset libcxx >/dev/null
 cmake --build --preset libcxx
-ctest --preset libcxx -j2 -LE 'pulse|x11|wayland'
+toets libcxx -j2 -LE 'pulse|x11|wayland'
 
 echo "== mac: de Objective-C++ type-gecontroleerd voor x86_64 en arm64"
 scripts/macsyntaxis.sh
