@@ -15,9 +15,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <string>
 #include <thread>
 
 #include "Tolmo/MacRegelaar/CloudToestemming.h"
@@ -485,23 +487,58 @@ TEST_F(EchteAppTest, LibreOfficeWithItsOwnToolkitReadsThePaste) {
                           document.string()});
     ::unsetenv("SAL_USE_VCLPLUGIN");
     ASSERT_NE(wachtOpVenster("brief.fodt", 60s), None) << "LibreOffice did not come up";
+    // Saved with Ctrl+S until the file holds tekst: a LibreOffice still busy with a paste may
+    // take the Ctrl+S for a bare "s", which the next save writes as well.
+    const auto bewaardMet = [&](const std::string& tekst, const std::function<void()>& typ) {
+        return wachtTot(
+            [&] {
+                typ();
+                eigenaar_.druk({XK_Control_L, XK_s});
+                return wachtTot(
+                    [&] { return leesBestand(document).find(tekst) != std::string::npos; }, 3s);
+            },
+            60s);
+    };
     // The window shows before the document takes keys, and on a cold start it may take longer
     // than the app waits for a paste to be read: a letter typed and saved shows when it does.
-    ASSERT_TRUE(wachtTot(
-        [&] {
-            eigenaar_.druk({XK_x});
-            eigenaar_.druk({XK_Control_L, XK_s});
-            return wachtTot(
-                [&] { return leesBestand(document).find("x</text:p>") != std::string::npos; }, 3s);
-        },
-        60s))
-        << leesBestand(document);
-    dicteer();
-    EXPECT_EQ(logboek().find("Plakken niet gelezen"), std::string::npos) << logboek();
-    eigenaar_.druk({XK_Control_L, XK_s});
-    EXPECT_TRUE(
-        wachtTot([&] { return leesBestand(document).find(dictaat) != std::string::npos; }, 10s))
-        << leesBestand(document);
+    ASSERT_TRUE(bewaardMet("x</text:p>", [&] { eigenaar_.druk({XK_x}); })) << leesBestand(document);
+    // Starved of CPU (the app under ASan with both cores busy), LibreOffice sometimes asks for
+    // the clipboard's formats and then drops the paste. The app must then leave the dictation on
+    // the clipboard and say so; the next dictation must land.
+    const auto aantal = [&](const std::string& regel) {
+        const std::string log = logboek();
+        std::size_t n = 0;
+        for (auto i = log.find(regel); i != std::string::npos; i = log.find(regel, i + 1)) {
+            ++n;
+        }
+        return n;
+    };
+    const X11Verbinding x;
+    const auto eigenaar = [&] { return XGetSelectionOwner(x.display(), x.atoom("CLIPBOARD")); };
+    for (std::size_t poging = 0;; ++poging) {
+        const Window gebruiker = eigenaar();
+        houd(eigenaar_, 1500ms);
+        ASSERT_TRUE(wachtTot([&] { return aantal("Ctrl+V verstuurd") > poging; }, 15s))
+            << logboek();
+        // "verstuurd" may be logged while the app still copies the user's clipboard: the
+        // outcome counts once it has taken the clipboard.
+        ASSERT_TRUE(wachtTot([&] { return eigenaar() != gebruiker; }, 10s));
+        ASSERT_TRUE(wachtTot(
+            [&] {
+                return eigenaar_.lees("UTF8_STRING") == "mijn eigen klembord" ||
+                       aantal("Plakken niet gelezen") > poging;
+            },
+            5s))
+            << "the user's clipboard did not come back, and no message said why\n"
+            << logboek();
+        if (aantal("Plakken niet gelezen") == poging) {
+            break;
+        }
+        EXPECT_EQ(eigenaar_.lees("UTF8_STRING"), dictaat) << "the unread dictation was lost";
+        ASSERT_EQ(poging, 0U) << "LibreOffice read neither paste\n" << logboek();
+        eigenaar_.bezit({{"UTF8_STRING", "mijn eigen klembord"}});
+    }
+    EXPECT_TRUE(bewaardMet(dictaat, [] {})) << leesBestand(document);
 }
 
 }  // namespace
